@@ -1,0 +1,40 @@
+# movra_library(NAME SOURCES ... HEADERS ... [DEPENDS ...])
+#   A static library movra_NAME with the alias movra::NAME. Headers are a file set rooted at the
+#   repository, so that includes read "folder/header.h" and each header is verified to stand alone.
+function(movra_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;DEPENDS" ${ARGN})
+  add_library(movra_${name} STATIC ${ARG_SOURCES})
+  add_library(movra::${name} ALIAS movra_${name})
+  target_sources(movra_${name} PUBLIC
+    FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+  target_link_libraries(movra_${name} PUBLIC ${ARG_DEPENDS} PRIVATE movra::build_flags)
+endfunction()
+
+# The core leaves its collaborators' factories open and they call back into the core, so a binary
+# takes both as one group that the linker rescans. COLLABORATORS is `testing` or `media`.
+set(MOVRA_CORE_LIBRARIES movra_producer movra_video movra_core movra_base movra_logging)
+function(movra_link_producer target collaborators)
+  list(JOIN MOVRA_CORE_LIBRARIES "," core)
+  target_link_libraries(${target} PRIVATE
+    "$<LINK_GROUP:RESCAN,${core},movra_${collaborators}>")
+endfunction()
+
+# movra_test(NAME LABEL unit|contract|media|stress SOURCES ... [LINK ...] [COLLABORATORS testing|media])
+#   A GoogleTest program, one CTest test for each of its tests.
+function(movra_test name)
+  cmake_parse_arguments(ARG "" "LABEL;COLLABORATORS;TIMEOUT" "SOURCES;LINK" ${ARGN})
+  if(NOT MOVRA_TESTS)
+    return()
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock GTest::gtest_main
+                                        movra::build_flags)
+  if(ARG_COLLABORATORS)
+    movra_link_producer(${name} ${ARG_COLLABORATORS})
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
+endfunction()

@@ -1,0 +1,104 @@
+#ifndef MOVRA_VIDEO_CAMERA_SERVICE_H_
+#define MOVRA_VIDEO_CAMERA_SERVICE_H_
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/once_callback.h"
+#include "core/notification_center.h"
+#include "core/service_center.h"
+#include "video/capture_params.h"
+#include "video/pixel_frame_track.h"
+#include "video/size.h"
+#include "video/video_device_info.h"
+#include "video/video_types.h"
+
+namespace movra::video {
+
+// Which cameras a list holds.
+class CameraListInterface {
+ public:
+  enum class GetCameraListMode : std::int32_t { kAll = 0, kPhysical = 1 };
+};
+
+// What is known of a camera before it runs.
+struct CameraInfo {
+  std::int32_t error_code = 0;      // A CameraError of the service; 0: the fields below hold.
+  std::string error_text;           // For people: what was wrong and what would be right.
+  Size natural_size;                // Upright and with square pixels.
+  std::int32_t rate_numerator = 0;  // Frames per second as a fraction; 0: not known.
+  std::int32_t rate_denominator = 1;
+  std::chrono::nanoseconds duration{0};  // 0: without end, or not known.
+  bool is_file = false;
+  bool has_audio = false;
+};
+
+// How a camera that plays a file plays it. Devices ignore it.
+struct PlaybackParams {
+  bool loop = false;
+  bool realtime = false;  // At the file's own pace, live; otherwise as fast as frames are taken,
+                          // without losing one.
+
+  friend bool operator==(const PlaybackParams&, const PlaybackParams&) = default;
+};
+
+// All cameras of the process. Registered in core::ServiceCenter under kCameraServiceId and looked
+// up for each use; made by the registry on the first look-up. Called on the main queue; each
+// capture runs on a thread of its own. Callbacks run on the main queue.
+class ICameraService {
+ public:
+  [[nodiscard]] static std::vector<VideoDeviceInfo> GetCameraDeviceList(
+      CameraListInterface::GetCameraListMode mode);
+
+  virtual ~ICameraService() = default;
+
+  // For the registry: the service as a shared pointer, and what is called once before it is
+  // registered.
+  [[nodiscard]] virtual std::shared_ptr<ICameraService> GetSelf() = 0;
+  virtual void Init() = 0;
+
+  // Starts the camera into the writer. The callback gets an error code (0 for success) and the
+  // milliseconds that the start took; a start that is stopped before its answer is answered with
+  // a code that says cancelled. `requester` tells kinds of users apart; a producer passes 1.
+  virtual void StartCapture(int requester, const CameraParams& params,
+                            std::shared_ptr<IPixelFrameTrackWriter> writer,
+                            movra_base::OnceCallback<void(int, int)>&& on_started) = 0;
+  // Stops the capture into that writer; nothing is written when it returns.
+  virtual void StopCapture(const CameraParams& params,
+                           std::shared_ptr<IPixelFrameTrackWriter> writer,
+                           movra_base::OnceCallback<void()>&& on_stopped) = 0;
+  // Applies the fields that are present to the running captures of the camera.
+  virtual void UpdateCaptureParams(const CameraParams& params) = 0;
+  // The number of frames that the camera delivered since its last start.
+  [[nodiscard]] virtual std::uint32_t GetCaptureStat(const CameraParams& params) = 0;
+
+  // For the program rather than the producer: what the camera is, and how a file is to be played
+  // from its next start on.
+  [[nodiscard]] virtual CameraInfo GetCameraInfo(const std::string& camera_id) = 0;
+  virtual void SetPlaybackParams(const std::string& camera_id, const PlaybackParams& params) = 0;
+
+  [[nodiscard]] virtual bool IsAutoFocusEnabled() = 0;
+  virtual void FocusAtPoint(float x, float y) = 0;
+};
+
+inline constexpr core::ServiceId kCameraServiceId{9};
+
+// Notifications that the camera service publishes on the main queue, with an empty event name:
+// (const CameraDeviceState&, const VideoDeviceInfo&) and (const std::string& device_id, bool).
+inline constexpr core::NotificationId kCameraDeviceStateNotification{3};
+inline constexpr core::NotificationId kCameraAutoFocusNotification{44};
+
+}  // namespace movra::video
+
+namespace core {
+
+// Defined by the collaborators that a binary links; null if it has no camera service.
+template <>
+std::shared_ptr<void> ServiceCenter::MakeService<movra::video::ICameraService>();
+
+}  // namespace core
+
+#endif  // MOVRA_VIDEO_CAMERA_SERVICE_H_

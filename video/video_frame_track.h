@@ -1,0 +1,45 @@
+#ifndef MOVRA_VIDEO_VIDEO_FRAME_TRACK_H_
+#define MOVRA_VIDEO_VIDEO_FRAME_TRACK_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+#include "video/pixel_frame.h"
+#include "video/size.h"
+#include "video/video_types.h"
+
+namespace movra::video {
+
+// One encoded picture. The bytes belong to the encoder and are valid during Write only.
+struct EncodedFrame {
+  const std::uint8_t* data = nullptr;  // H.264: Annex B with start codes, see ITU-T H.264.
+  std::size_t size_bytes = 0;
+  VideoCodec codec = VideoCodec::kH264;
+  VideoStreamType stream_type = VideoStreamType::kBig;
+  bool key_frame = false;  // Carries its parameter sets in band.
+  Size size;               // Pixels of the encoded picture.
+  ColorDescription color;
+  // On the source's time line. Without B-frames decode order is presentation order.
+  std::chrono::nanoseconds timestamp{0};
+  std::chrono::nanoseconds duration{0};      // Expected; 0 if the rate is not known.
+  std::chrono::nanoseconds capture_time{0};  // Of the source frame, std::chrono::steady_clock.
+  std::uint64_t sequence = 0;                // Of the source frame.
+};
+
+// Where encoded frames go; implemented by the application, which keeps it alive. Both operations
+// are called on the encoder's own thread, in stream order, and may block: that stalls its encoder
+// and, for a lossless source, the source, but no queue and no other producer.
+class IVideoFrameTrackWriter {
+ public:
+  virtual ~IVideoFrameTrackWriter() = default;
+
+  virtual void Write(const EncodedFrame& frame) = 0;
+
+  // The stream is over and its last frame has been written.
+  virtual void WriteEnd(const StreamEnd& /*end*/) {}
+};
+
+}  // namespace movra::video
+
+#endif  // MOVRA_VIDEO_VIDEO_FRAME_TRACK_H_
