@@ -29,6 +29,24 @@
 namespace movra_base {
 
 template <class T>
+class Optional;
+
+namespace internal {
+
+template <class T>
+inline constexpr bool kIsOptional = false;
+template <class T>
+inline constexpr bool kIsOptional<Optional<T>> = true;
+
+// A plain value, not an optional one, that can be compared with a T.
+template <class U, class T>
+concept ComparableValue = !kIsOptional<U> && requires(const T& value, const U& other) {
+  { value == other } -> std::convertible_to<bool>;
+};
+
+}  // namespace internal
+
+template <class T>
 class Optional {
   static_assert(std::is_object_v<T> && !std::is_array_v<T> && !std::is_const_v<T>);
 
@@ -142,16 +160,11 @@ class Optional {
   }
 
   // Two are equal when both are absent, or both present with equal values.
-  friend bool operator==(const Optional& a,
-                         const Optional& b) requires std::equality_comparable<T> {
+  friend bool operator==(const Optional& a, const Optional& b) {
     return a.has_value() == b.has_value() && (!a.has_value() || a.Stored() == b.Stored());
   }
-  template <class U>
-  requires(!std::same_as<U, Optional> &&
-           requires(const T& a, const U& b) {
-             { a == b } -> std::convertible_to<bool>;
-           }) friend bool
-  operator==(const Optional& a, const U& b) {
+  template <internal::ComparableValue<T> U>
+  friend bool operator==(const Optional& a, const U& b) {
     return a.has_value() && a.Stored() == b;
   }
 

@@ -20,6 +20,7 @@ namespace core {
 class TaskLoop {
  public:
   TaskLoop() = default;
+  ~TaskLoop();
   TaskLoop(const TaskLoop&) = delete;
   TaskLoop& operator=(const TaskLoop&) = delete;
 

@@ -76,7 +76,7 @@ namespace internal {
 // description that was streamed. Plain numbers are kept as such so that they need no allocation.
 struct PendingFilter {
   unsigned long long number = 0;
-  std::shared_ptr<FilterDescription> description;  // null: the number counts
+  std::shared_ptr<FilterDescription> description = nullptr;  // null: the number counts
 };
 
 // Feeds the filters of the line (file, line, function) and returns whether it is to be written.
