@@ -1,0 +1,186 @@
+#include "media/track/bounded_track.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <utility>
+#include <variant>
+
+#include "media/track/callback_slot.h"
+
+namespace movra::media {
+
+using video::FrameDelivery;
+using video::PixelFrame;
+using video::StreamEnd;
+using video::TrackItem;
+using video::TrackWriteResult;
+
+// What the two ends and the track share. The slots call out only with mutex_ free.
+class BoundedTrack::Queue {
+ public:
+  explicit Queue(std::size_t capacity) : capacity_(capacity) {}
+
+  TrackWriteResult Write(PixelFrame frame) {
+    PixelFrame displaced;  // Released after the lock: that may run a library's destructor.
+    auto result = TrackWriteResult::kAccepted;
+    {
+      const std::lock_guard lock(mutex_);
+      if (closed_) return TrackWriteResult::kClosed;
+      if (frames_ >= capacity_) {
+        if (frame.info().delivery == FrameDelivery::kLossless) return TrackWriteResult::kFull;
+        ++dropped_;
+        if (!TakeOldestLive(displaced)) return TrackWriteResult::kFull;
+        result = TrackWriteResult::kReplacedOlder;
+      }
+      items_.emplace_back(std::move(frame));
+      ++frames_;
+      ++written_;
+    }
+    readable_.Run();
+    return result;
+  }
+
+  void WriteEnd(const StreamEnd& end) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (closed_) return;
+      if (!items_.empty() && IsEnd(items_.back())) items_.pop_back();
+      items_.emplace_back(end);
+    }
+    readable_.Run();
+  }
+
+  // A closed track has room: nobody shall wait for it, the write tells.
+  bool HasRoom() const {
+    const std::lock_guard lock(mutex_);
+    return closed_ || frames_ < capacity_;
+  }
+
+  TrackItem Read() {
+    TrackItem item;
+    bool was_full = false;
+    {
+      const std::lock_guard lock(mutex_);
+      if (items_.empty()) return item;
+      item = std::move(items_.front());
+      items_.pop_front();
+      if (!IsEnd(item)) was_full = frames_-- == capacity_;
+    }
+    if (was_full) room_.Run();
+    return item;
+  }
+
+  // Empties the queue and wakes whoever waits for room.
+  void Clear(bool close) {
+    std::deque<TrackItem> dropped;
+    {
+      const std::lock_guard lock(mutex_);
+      dropped.swap(items_);
+      frames_ = 0;
+      closed_ = closed_ || close;
+    }
+    room_.Run();
+  }
+
+  void SetReadableCallback(std::function<void()> callback) {
+    const bool installs = static_cast<bool>(callback);
+    readable_.Set(std::move(callback));
+    if (installs && HasItem()) readable_.Run();
+  }
+
+  void SetRoomCallback(std::function<void()> callback) { room_.Set(std::move(callback)); }
+
+  std::uint32_t written() const {
+    const std::lock_guard lock(mutex_);
+    return written_;
+  }
+
+  std::uint32_t dropped() const {
+    const std::lock_guard lock(mutex_);
+    return dropped_;
+  }
+
+ private:
+  static bool IsEnd(const TrackItem& item) { return std::holds_alternative<StreamEnd>(item); }
+
+  bool HasItem() const {
+    const std::lock_guard lock(mutex_);
+    return !items_.empty();
+  }
+
+  // With mutex_ held.
+  bool TakeOldestLive(PixelFrame& taken) {
+    const auto oldest = std::find_if(items_.begin(), items_.end(), [](const TrackItem& item) {
+      const auto* const frame = std::get_if<PixelFrame>(&item);
+      return frame != nullptr && frame->info().delivery == FrameDelivery::kLive;
+    });
+    if (oldest == items_.end()) return false;
+    taken = std::get<PixelFrame>(std::move(*oldest));
+    const auto next = items_.erase(oldest);
+    --frames_;
+    if (next != items_.begin() && next != items_.end() && IsEnd(*next) && IsEnd(*(next - 1))) {
+      items_.erase(next - 1);
+    }
+    return true;
+  }
+
+  const std::size_t capacity_;
+  CallbackSlot readable_;
+  CallbackSlot room_;
+  mutable std::mutex mutex_;
+  // All guarded by mutex_.
+  std::deque<TrackItem> items_;
+  std::size_t frames_ = 0;  // Of items_, without the end marks.
+  std::uint32_t written_ = 0;
+  std::uint32_t dropped_ = 0;
+  bool closed_ = false;
+};
+
+class BoundedTrack::Reader final : public video::IPixelFrameTrackReader {
+ public:
+  explicit Reader(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+
+  std::uint32_t GetCaptureStat() override { return queue_->written(); }
+  std::uint32_t GetDroppedFrames() override { return queue_->dropped(); }
+  TrackItem Read() override { return queue_->Read(); }
+  void SetReadableCallback(std::function<void()> callback) override {
+    queue_->SetReadableCallback(std::move(callback));
+  }
+
+ private:
+  const std::shared_ptr<Queue> queue_;
+};
+
+class BoundedTrack::Writer final : public video::IPixelFrameTrackWriter {
+ public:
+  explicit Writer(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+
+  TrackWriteResult Write(PixelFrame frame) override { return queue_->Write(std::move(frame)); }
+  void WriteEnd(const StreamEnd& end) override { queue_->WriteEnd(end); }
+  bool HasRoom() const override { return queue_->HasRoom(); }
+  void SetRoomCallback(std::function<void()> callback) override {
+    queue_->SetRoomCallback(std::move(callback));
+  }
+
+ private:
+  const std::shared_ptr<Queue> queue_;
+};
+
+BoundedTrack::BoundedTrack(int capacity)
+    : queue_(std::make_shared<Queue>(static_cast<std::size_t>(std::max(capacity, 1)))),
+      reader_(std::make_shared<Reader>(queue_)),
+      writer_(std::make_shared<Writer>(queue_)) {}
+
+std::shared_ptr<video::IPixelFrameTrackReader> BoundedTrack::GetReader() { return reader_; }
+
+std::shared_ptr<video::IPixelFrameTrackWriter> BoundedTrack::GetWriter() { return writer_; }
+
+void BoundedTrack::Reset() { queue_->Clear(/*close=*/false); }
+
+BoundedTrack::~BoundedTrack() { queue_->Clear(/*close=*/true); }
+
+}  // namespace movra::media

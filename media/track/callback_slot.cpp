@@ -1,0 +1,47 @@
+#include "media/track/callback_slot.h"
+
+#include <utility>
+
+namespace movra::media {
+
+void CallbackSlot::Set(std::function<void()> callback) {
+  std::shared_ptr<const std::function<void()>> previous;
+  if (callback) {
+    previous = std::make_shared<const std::function<void()>>(std::move(callback));
+  }
+  std::unique_lock lock(mutex_);
+  callback_.swap(previous);
+  run_again_ = false;
+  const void* const removed = previous.get();
+  if (removed != nullptr && running_ == removed && running_thread_ != std::this_thread::get_id()) {
+    // The runner holds the last reference from here on: it destroys the callback before it says
+    // that the run has ended.
+    previous.reset();
+    run_ended_.wait(lock, [&, run = ended_runs_] { return ended_runs_ != run; });
+  }
+  lock.unlock();  // Before `previous` goes, which may run anybody's destructor.
+}
+
+void CallbackSlot::Run() {
+  std::unique_lock lock(mutex_);
+  if (running_ != nullptr) {
+    run_again_ = true;
+    return;
+  }
+  do {
+    run_again_ = false;
+    auto callback = callback_;
+    if (callback == nullptr) return;
+    running_ = callback.get();
+    running_thread_ = std::this_thread::get_id();
+    lock.unlock();
+    (*callback)();
+    callback.reset();
+    lock.lock();
+    running_ = nullptr;
+    ++ended_runs_;
+    run_ended_.notify_all();
+  } while (run_again_);
+}
+
+}  // namespace movra::media
