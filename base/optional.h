@@ -97,11 +97,10 @@ class Optional {
     return *this;
   }
 
-  // Assigns the value, or constructs it where there is none. `optional = {}` makes it absent.
-  template <class U = T>
-  requires(kIsValueFor<U> && !(std::is_scalar_v<T> && std::same_as<std::decay_t<U>, T> &&
-                               !std::same_as<std::remove_cvref_t<U>, T>)) Optional&
-  operator=(U&& value) {
+  // Assigns the value, or constructs it where there is none. Braces have no type here, so
+  // `optional = {}` is the assignment above and makes it absent.
+  template <class U>
+  requires(kIsValueFor<U>) Optional& operator=(U&& value) {
     AssignValue(std::forward<U>(value));
     return *this;
   }

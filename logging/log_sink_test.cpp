@@ -1,0 +1,189 @@
+#include "logging/log_sink.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <latch>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "logging/log_message.h"
+#include "logging/recording_sink_for_test.h"
+
+namespace movra_logging {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+LogRecord Line(std::string_view text, int level = kLogLevelInfo) {
+  return {.file = "file", .line = 7, .function = "Function", .level = level, .text = text};
+}
+
+class CallingSink : public LogSink {
+ public:
+  explicit CallingSink(std::function<void(const LogRecord&)> call) : call_(std::move(call)) {}
+  void Send(const LogRecord& record) override { call_(record); }
+
+ private:
+  const std::function<void(const LogRecord&)> call_;
+};
+
+class LogLevels : public ::testing::Test {
+ protected:
+  ~LogLevels() override { SetMinLogLevel(kLogLevelInfo); }
+};
+
+TEST(LogSink, ReceivesEveryFieldOfALine) {
+  RecordingSink sink;
+  SendToLogSinks(Line("hello", kLogLevelWarning));
+  EXPECT_THAT(sink.lines(),
+              ElementsAre(RecordingSink::Line{"file", 7, "Function", kLogLevelWarning, "hello"}));
+}
+
+TEST(LogSink, SeveralAreCalledInTheOrderInWhichTheyWereAdded) {
+  std::vector<int> calls;
+  CallingSink first([&](const LogRecord&) { calls.push_back(1); });
+  CallingSink second([&](const LogRecord&) { calls.push_back(2); });
+  AddLogSink(&first);
+  AddLogSink(&second);
+  SendToLogSinks(Line("x"));
+  RemoveLogSink(&first);
+  RemoveLogSink(&second);
+  EXPECT_THAT(calls, ElementsAre(1, 2));
+}
+
+TEST(LogSink, AddedTwiceReceivesALineOnceAndIsRemovedOnce) {
+  RecordingSink sink;
+  AddLogSink(&sink);
+  SendToLogSinks(Line("x"));
+  RemoveLogSink(&sink);
+  SendToLogSinks(Line("y"));
+  EXPECT_THAT(sink.texts(), ElementsAre("x"));
+}
+
+TEST(LogSink, RemovedReceivesNothingAndRemovingItAgainIsIgnored) {
+  RecordingSink sink;
+  RemoveLogSink(&sink);
+  RemoveLogSink(&sink);
+  SendToLogSinks(Line("x"));
+  EXPECT_THAT(sink.lines(), IsEmpty());
+}
+
+TEST(LogSink, RemovalWaitsForACallInProgressAndLetsNoOtherBegin) {
+  std::latch entered(1);
+  std::latch may_leave(1);
+  std::atomic<bool> has_left = false;
+  std::atomic<int> probes = 0;
+  CallingSink sink([&](const LogRecord& record) {
+    if (record.text == "probe") {
+      ++probes;
+      return;
+    }
+    entered.count_down();
+    may_leave.wait();
+    has_left = true;
+  });
+  AddLogSink(&sink);
+  std::thread writer([] { SendToLogSinks(Line("slow")); });
+  entered.wait();
+  std::atomic<bool> had_left_when_removed = false;
+  std::thread remover([&] {
+    RemoveLogSink(&sink);
+    had_left_when_removed = has_left.load();
+  });
+  // The first probe that is not received shows that the removal has begun.
+  for (int received = -1; received != probes;) {
+    received = probes;
+    SendToLogSinks(Line("probe"));
+  }
+  may_leave.count_down();
+  remover.join();
+  writer.join();
+  EXPECT_TRUE(had_left_when_removed);
+}
+
+TEST(LogSink, ALineThatASinkWritesWhileItIsSentToIsDropped) {
+  int calls = 0;
+  CallingSink sink([&](const LogRecord&) {
+    ++calls;
+    SendToLogSinks(Line("about itself"));
+  });
+  AddLogSink(&sink);
+  SendToLogSinks(Line("x"));
+  SendToLogSinks(Line("y"));
+  RemoveLogSink(&sink);
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(LogSink, AnotherThreadWritesWhileASinkIsBusy) {
+  std::latch busy(1);
+  std::latch other_has_written(1);
+  std::atomic<bool> has_left = false;
+  CallingSink sink([&](const LogRecord& record) {
+    if (record.text == "slow") {
+      busy.count_down();
+      other_has_written.wait();
+      has_left = true;
+    }
+  });
+  AddLogSink(&sink);
+  std::thread slow([] { SendToLogSinks(Line("slow")); });
+  busy.wait();
+  SendToLogSinks(Line("quick"));
+  EXPECT_FALSE(has_left);
+  other_has_written.count_down();
+  slow.join();
+  RemoveLogSink(&sink);
+}
+
+TEST(LogSink, MayBeAddedAndRemovedWhileOthersWrite) {
+  std::atomic<bool> done = false;
+  std::latch writing(1);
+  RecordingSink always;
+  std::thread writer([&] {
+    writing.count_down();
+    while (!done) SendToLogSinks(Line("x"));
+  });
+  writing.wait();
+  for (int i = 0; i < 200; ++i) RecordingSink{};
+  done = true;
+  writer.join();
+}
+
+TEST_F(LogLevels, WithoutASinkNoLineIsCreated) {
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelInfo));
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+}
+
+TEST_F(LogLevels, WithASinkLinesAreCreatedFromTheLeastLevelOn) {
+  RecordingSink sink;
+  EXPECT_FALSE(ShouldCreateLogMessage(-1));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelInfo));
+  SetMinLogLevel(kLogLevelWarning);
+  EXPECT_EQ(MinLogLevel(), kLogLevelWarning);
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelInfo));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelWarning));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelError));
+}
+
+TEST_F(LogLevels, OffStopsEveryLevel) {
+  RecordingSink sink;
+  SetMinLogLevel(kLogLevelOff);
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+}
+
+TEST_F(LogLevels, TheLeastLevelOutlivesTheSinksAndRemovingTheLastOneStopsLines) {
+  SetMinLogLevel(kLogLevelError);
+  { RecordingSink sink; }
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+  RecordingSink sink;
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelWarning));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelError));
+}
+
+}  // namespace
+}  // namespace movra_logging
