@@ -1,9 +1,10 @@
 #include "testing/track_double.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <utility>
 
 #include "testing/world.h"
@@ -17,103 +18,72 @@ using video::StreamEnd;
 using video::TrackItem;
 using video::TrackWriteResult;
 
-// A callback that can be removed for good while another thread calls it. Recursive, because a
-// callback may remove itself.
-class CallbackSlot {
- public:
-  void Set(std::function<void()> callback) {
-    const std::lock_guard lock(mutex_);
-    callback_ = std::move(callback);
-  }
-  void Call() {
-    const std::lock_guard lock(mutex_);
-    const std::function<void()> callback = callback_;
-    if (callback) callback();
-  }
-
- private:
-  std::recursive_mutex mutex_;
-  std::function<void()> callback_;  // Guarded by mutex_.
-};
+void CallIfSet(const std::function<void()>& callback) {
+  const std::function<void()> held = callback;  // It may replace itself.
+  if (held) held();
+}
 
 }  // namespace
 
-// What both ends share; outlives the track for as long as somebody holds an end.
+// What both ends share; it outlives the track for as long as somebody holds an end.
 class TrackDouble::Queue {
  public:
-  explicit Queue(std::size_t capacity) : capacity_(capacity) {}
+  explicit Queue(int capacity) : capacity_(static_cast<std::size_t>(std::max(capacity, 1))) {}
 
   TrackWriteResult Write(PixelFrame frame) {
+    if (closed_) return TrackWriteResult::kClosed;
     auto result = TrackWriteResult::kAccepted;
-    {
-      const std::lock_guard lock(mutex_);
-      if (closed_) return TrackWriteResult::kClosed;
-      if (frames_ >= capacity_) {
-        if (frame.info().delivery == FrameDelivery::kLossless || !DropOldestLive()) {
-          return TrackWriteResult::kFull;
-        }
-        result = TrackWriteResult::kReplacedOlder;
-      }
-      ++written_;
-      ++frames_;
-      items_.push_back(std::move(frame));
+    if (frames_ >= capacity_) {
+      if (frame.info().delivery == FrameDelivery::kLossless) return TrackWriteResult::kFull;
+      if (!DropOldestLive()) return TrackWriteResult::kFull;
+      result = TrackWriteResult::kReplacedOlder;
     }
-    readable_.Call();
+    ++written_;
+    ++frames_;
+    items_.push_back(std::move(frame));
+    CallIfSet(readable_);
     return result;
   }
 
   void WriteEnd(const StreamEnd& end) {
-    {
-      const std::lock_guard lock(mutex_);
-      if (closed_) return;
-      items_.push_back(end);
-    }
-    readable_.Call();
+    if (closed_) return;
+    items_.push_back(end);
+    CallIfSet(readable_);
   }
 
   TrackItem Read() {
-    TrackItem item;
-    bool made_room = false;
-    {
-      const std::lock_guard lock(mutex_);
-      if (items_.empty()) return item;
-      item = std::move(items_.front());
-      items_.pop_front();
-      if (std::holds_alternative<PixelFrame>(item)) made_room = frames_-- == capacity_;
-    }
-    if (made_room) room_.Call();
+    if (items_.empty()) return {};
+    TrackItem item = std::move(items_.front());
+    items_.pop_front();
+    const bool makes_room = std::holds_alternative<PixelFrame>(item) && frames_-- == capacity_;
+    if (makes_room) CallIfSet(room_);
     return item;
   }
 
-  void Reset() { Empty(false); }
-  void Close() { Empty(true); }
-
-  [[nodiscard]] bool HasRoom() const {
-    const std::lock_guard lock(mutex_);
-    return !closed_ && frames_ < capacity_;
-  }
-  [[nodiscard]] std::uint32_t written() const {
-    const std::lock_guard lock(mutex_);
-    return written_;
-  }
-  [[nodiscard]] std::uint32_t dropped() const {
-    const std::lock_guard lock(mutex_);
-    return dropped_;
+  void Reset() {
+    items_.clear();
+    frames_ = 0;
+    CallIfSet(room_);
   }
 
-  void SetRoomCallback(std::function<void()> callback) { room_.Set(std::move(callback)); }
+  void Close() {
+    closed_ = true;
+    Reset();
+  }
+
+  // Nobody shall wait for a closed track, so it has room: the write tells.
+  [[nodiscard]] bool HasRoom() const { return closed_ || frames_ < capacity_; }
+  [[nodiscard]] std::uint32_t written() const { return written_; }
+  [[nodiscard]] std::uint32_t dropped() const { return dropped_; }
+
+  void SetRoomCallback(std::function<void()> callback) { room_ = std::move(callback); }
   void SetReadableCallback(std::function<void()> callback) {
-    readable_.Set(std::move(callback));
-    bool something_waits = false;
-    {
-      const std::lock_guard lock(mutex_);
-      something_waits = !items_.empty();
-    }
-    if (something_waits) readable_.Call();
+    readable_ = std::move(callback);
+    if (!items_.empty()) CallIfSet(readable_);
   }
 
  private:
-  // Requires mutex_. False if every waiting frame is lossless.
+  // False if every waiting frame is lossless.
   bool DropOldestLive() {
     for (auto item = items_.begin(); item != items_.end(); ++item) {
       const auto* frame = std::get_if<PixelFrame>(&*item);
@@ -126,29 +96,14 @@ class TrackDouble::Queue {
     return false;
   }
 
-  void Empty(bool close) {
-    bool made_room = false;
-    {
-      const std::lock_guard lock(mutex_);
-      made_room = frames_ >= capacity_;
-      items_.clear();
-      frames_ = 0;
-      closed_ = closed_ || close;
-    }
-    if (made_room) room_.Call();
-  }
-
   const std::size_t capacity_;
-  mutable std::mutex mutex_;
-  // Guarded by mutex_.
   std::deque<TrackItem> items_;
   std::size_t frames_ = 0;  // Of the items.
   std::uint32_t written_ = 0;
   std::uint32_t dropped_ = 0;
   bool closed_ = false;
-
-  CallbackSlot readable_;
-  CallbackSlot room_;
+  std::function<void()> readable_;
+  std::function<void()> room_;
 };
 
 class TrackDouble::Reader : public video::IPixelFrameTrackReader, public Recorded {
@@ -208,7 +163,7 @@ TrackDouble::TrackDouble(std::string name, std::string track_name, int capacity,
     : Double(name, journal),
       track_name_(std::move(track_name)),
       capacity_(capacity),
-      queue_(std::make_shared<Queue>(static_cast<std::size_t>(capacity))),
+      queue_(std::make_shared<Queue>(capacity)),
       reader_(std::make_shared<Reader>(name + ".reader", queue_, journal)),
       writer_(std::make_shared<Writer>(name + ".writer", queue_, journal)) {}
 

@@ -11,8 +11,8 @@
 
 namespace movra::testing {
 
-// Its ends are named "<track>.writer" and "<track>.reader". It passes the contract of
-// testing/contract/track_contract.h, on several threads too.
+// Its ends are named "<track>.writer" and "<track>.reader". Frames go through it as through any
+// track (testing/contract holds it to that), but on one thread only.
 class TrackDouble : public video::IPixelFrameTrack, public Double {
  public:
   // `name` tells this track from others in the journal, `track_name` is what the factory was given.

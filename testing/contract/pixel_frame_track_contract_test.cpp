@@ -1,4 +1,5 @@
-// What every pixel frame track promises, whoever made it.
+// What every pixel frame track promises, whoever made it: linked once with the doubles and once
+// with the real collaborators, of which it sees the factory alone.
 
 #include <cstdint>
 #include <functional>
