@@ -48,7 +48,7 @@ class Derived : public Target {
 int Add(int a, int b) { return a + b; }
 
 using Callback = OnceCallback<void(int, int)>;
-const auto kLambda = [](int, int) {};
+using Lambda = decltype([](int, int) {});
 
 template <class C>
 concept RunsAsAnLvalue = requires(C& callback) {
@@ -61,7 +61,7 @@ concept RunsAsAnRvalue = requires(C&& callback) {
 static_assert(RunsAsAnRvalue<Callback> && !RunsAsAnLvalue<Callback>);
 static_assert(!std::is_copy_constructible_v<Callback> && !std::is_copy_assignable_v<Callback>);
 static_assert(std::is_nothrow_move_constructible_v<Callback>);
-static_assert(!std::is_constructible_v<Callback, decltype(kLambda)>);
+static_assert(!std::is_constructible_v<Callback, Lambda>);
 static_assert(!std::is_constructible_v<Callback, void (*)(int, int)>);
 static_assert(!std::is_convertible_v<Callback, bool>);
 static_assert(!std::is_constructible_v<OnceClosure, Callback>);

@@ -83,6 +83,17 @@ void LogLineBufferReturner::operator()(LogLineBuffer* buffer) const {
 
 }  // namespace internal
 
+namespace {
+
+template <class T>
+void AppendDigits(std::string& text, T value) {
+  std::array<char, 24> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  text.append(digits.data(), end);
+}
+
+}  // namespace
+
 LogStream::LogStream(const char* file, int line, const char* function, int level,
                      const void* /*object*/)
     : file_(file),
@@ -139,17 +150,9 @@ LogStream& LogStream::operator<<(std::ios_base& (*manipulator)(std::ios_base&)) 
   return *this;
 }
 
-void LogStream::AppendDecimal(long long value) {
-  std::array<char, 24> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  buffer_->text.append(digits.data(), end);
-}
+void LogStream::AppendDecimal(long long value) { AppendDigits(buffer_->text, value); }
 
-void LogStream::AppendDecimal(unsigned long long value) {
-  std::array<char, 24> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  buffer_->text.append(digits.data(), end);
-}
+void LogStream::AppendDecimal(unsigned long long value) { AppendDigits(buffer_->text, value); }
 
 void LogStream::AddNumber(unsigned long long value) {
   buffer_->filters.push_back({.number = value});
