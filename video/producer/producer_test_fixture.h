@@ -76,6 +76,16 @@ class ProducerTest : public ::testing::Test {
     return "log(1) [trace:7][call]" + tag + " " + text;
   }
 
+  // The source text and member function of each log line since the last call.
+  [[nodiscard]] std::vector<std::string> OriginsOfLogLines() {
+    std::vector<std::string> origins;
+    for (const auto& line : env_.log().Take()) origins.push_back(line.file + " " + line.function);
+    return origins;
+  }
+  [[nodiscard]] static std::string OriginIn(const std::string& function) {
+    return "../../video/producer/video_producer2_impl " + function;
+  }
+
  private:
   testing::Environment env_;
   std::shared_ptr<testing::ClientDouble> client_ = env_.Make<testing::ClientDouble>("client");
