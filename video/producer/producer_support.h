@@ -19,6 +19,9 @@ inline constexpr char kSourceFile[] = "../../video/producer/video_producer2_impl
 inline constexpr int kInfo = 0;
 inline constexpr int kWarning = 1;
 
+// Every kind of start says so while a capture runs, and each in its own name.
+inline constexpr char kAlreadyStarted[] = "Capture already start for source type:";
+
 // Tells the camera service that a producer asks.
 inline constexpr int kRequester = 1;
 

@@ -169,7 +169,6 @@ class VideoProducer2Impl : public IVideoProducer2,
 
   // Capture
   bool IsNeedStartCapture() const;
-  bool LogIfCaptureRuns();
   Size CalculateCameraCaptureSizeByInputSize(const Size& input) const;
   void StartCaptureInternal(movra_base::OnceCallback<void(int, int)>&& on_started);
   bool StartStoredSource(movra_base::OnceCallback<void(int, int)>&& on_started);

@@ -12,6 +12,7 @@ namespace movra::video {
 
 using producer_support::CheckMainQueue;
 using producer_support::FindCameraService;
+using producer_support::kAlreadyStarted;
 using producer_support::kInfo;
 using producer_support::kRequester;
 using producer_support::kWarning;
@@ -22,7 +23,10 @@ void VideoProducer2Impl::StartCapture(const CameraParams& params,
   auto callback = std::move(on_started);
   CheckMainQueue();
   MOVRA_PRODUCER_LOG(kInfo) << "Start camera capture with params:" << params.ToString();
-  if (LogIfCaptureRuns()) return;
+  if (!IsNeedStartCapture()) {
+    MOVRA_PRODUCER_LOG(kInfo) << kAlreadyStarted << VideoSourceTypeToString(source_type_);
+    return;
+  }
   if (IsVirtualCameraId(params.camera_id)) {
     virtual_camera_params_ = params;
   } else {
@@ -42,13 +46,6 @@ void VideoProducer2Impl::StartCapture(const CameraParams& params,
 
 bool VideoProducer2Impl::IsNeedStartCapture() const {
   return capture_status_ == CaptureStatus::kStopped;
-}
-
-bool VideoProducer2Impl::LogIfCaptureRuns() {
-  if (IsNeedStartCapture()) return false;
-  MOVRA_PRODUCER_LOG(kInfo) << "Capture already start for source type:"
-                            << VideoSourceTypeToString(source_type_);
-  return true;
 }
 
 Size VideoProducer2Impl::CalculateCameraCaptureSizeByInputSize(const Size& input) const {

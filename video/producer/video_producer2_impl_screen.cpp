@@ -2,16 +2,21 @@
 
 #include "video/producer/producer_support.h"
 #include "video/producer/video_producer2_impl.h"
+#include "video/to_string.h"
 
 namespace movra::video {
 
 using producer_support::CheckMainQueue;
+using producer_support::kAlreadyStarted;
 using producer_support::kInfo;
 
 void VideoProducer2Impl::StartCapture(const DesktopScreenParams& params) {
   CheckMainQueue();
   MOVRA_PRODUCER_LOG(kInfo) << "Start desktop screen capture with params:" << params.ToString();
-  if (LogIfCaptureRuns()) return;
+  if (!IsNeedStartCapture()) {
+    MOVRA_PRODUCER_LOG(kInfo) << kAlreadyStarted << VideoSourceTypeToString(source_type_);
+    return;
+  }
   desktop_screen_params_ = params;
   StartCaptureInternal({});
 }
@@ -19,7 +24,10 @@ void VideoProducer2Impl::StartCapture(const DesktopScreenParams& params) {
 void VideoProducer2Impl::StartCapture(const MobileScreenParams& params) {
   CheckMainQueue();
   MOVRA_PRODUCER_LOG(kInfo) << "Start mobile screen capture with params:" << params.ToString();
-  if (LogIfCaptureRuns()) return;
+  if (!IsNeedStartCapture()) {
+    MOVRA_PRODUCER_LOG(kInfo) << kAlreadyStarted << VideoSourceTypeToString(source_type_);
+    return;
+  }
   mobile_screen_params_ = params;
   StartCaptureInternal({});
 }
