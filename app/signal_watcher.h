@@ -1,0 +1,37 @@
+// Ctrl-C and its relatives.
+
+#ifndef MOVRA_APP_SIGNAL_WATCHER_H_
+#define MOVRA_APP_SIGNAL_WATCHER_H_
+
+#include <functional>
+#include <thread>
+
+namespace movra::app {
+
+// Holds back SIGINT, SIGTERM and SIGHUP (this one unless it is ignored already, as under nohup) in
+// the calling thread and those it starts from now on, and ignores SIGPIPE: a closed pipe is an
+// error of the write. Called first in main, so that no other thread can take the signals.
+void HoldBackSignals();
+
+// Waits for the signals that are held back. The first one asks the program to end well; the second
+// ends the process at once, whatever its other threads are doing, with 128 and the signal's number.
+class SignalWatcher {
+ public:
+  // `on_first` runs on the watcher's thread, for the first signal alone.
+  explicit SignalWatcher(std::function<void(int)> on_first);
+  ~SignalWatcher();
+  SignalWatcher(const SignalWatcher&) = delete;
+  SignalWatcher& operator=(const SignalWatcher&) = delete;
+
+ private:
+  void Watch();
+
+  const std::function<void(int)> on_first_;
+  const int signals_;  // A signalfd.
+  const int stop_;     // An eventfd, written by the destructor.
+  std::thread thread_;
+};
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_SIGNAL_WATCHER_H_

@@ -1,0 +1,69 @@
+// The program's last look at an encoded stream on its way into the file.
+
+#ifndef MOVRA_APP_STREAM_METER_H_
+#define MOVRA_APP_STREAM_METER_H_
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "app/latency_histogram.h"
+#include "video/video_frame_track.h"
+
+namespace movra::app {
+
+struct StreamFigures {
+  std::uint64_t frames = 0;
+  std::uint64_t key_frames = 0;
+  std::uint64_t bytes = 0;
+  std::chrono::nanoseconds media_time{0};    // From the first frame to the end of the last.
+  std::chrono::microseconds latency_p50{0};  // From capture until the frame is encoded.
+  std::chrono::microseconds latency_p95{0};
+  // When the first frame came, on std::chrono::steady_clock.
+  std::optional<std::chrono::steady_clock::time_point> first_frame;
+};
+
+// Counts frames and passes them on, up to a limit of media time. What follows the limit is
+// swallowed, so a stream of so many seconds has exactly the frames of these seconds.
+//
+// Write and WriteEnd run on the encoder's thread, Figures on any.
+class StreamMeter : public video::IVideoFrameTrackWriter {
+ public:
+  struct Callbacks {
+    // Both run once at most, on the encoder's thread.
+    std::function<void()> on_first_frame;
+    std::function<void()> on_limit;  // The first frame beyond the limit has come.
+  };
+
+  // `next` gets the frames.
+  StreamMeter(std::shared_ptr<video::IVideoFrameTrackWriter> next,
+              std::optional<std::chrono::nanoseconds> limit, Callbacks callbacks);
+
+  void Write(const video::EncodedFrame& frame) override;
+  void WriteEnd(const video::StreamEnd& end) override;
+
+  [[nodiscard]] StreamFigures Figures() const;
+
+ private:
+  [[nodiscard]] bool IsBeyondLimit(const video::EncodedFrame& frame) const;
+  void Count(const video::EncodedFrame& frame, std::chrono::steady_clock::time_point arrival);
+
+  const std::shared_ptr<video::IVideoFrameTrackWriter> next_;
+  const std::optional<std::chrono::nanoseconds> limit_;
+  const Callbacks callbacks_;
+
+  // The encoder's thread alone.
+  std::optional<std::chrono::nanoseconds> first_timestamp_;
+  bool limit_reached_ = false;
+
+  mutable std::mutex mutex_;
+  StreamFigures figures_;       // Guarded by mutex_.
+  LatencyHistogram latencies_;  // Guarded by mutex_.
+};
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_STREAM_METER_H_
