@@ -14,14 +14,14 @@ constexpr int kColumns = 8;
 constexpr int kRows = 4;
 constexpr int kCells = kColumns * kRows;
 constexpr double kCellsPerShortSide = 16;
-constexpr double kRingWidth = 0.5;  // In cells.
+constexpr double kFrameWidth = 0.5;  // In cells.
 constexpr std::uint8_t kWhite = 235;
 constexpr std::uint8_t kBlack = 16;
 constexpr int kMinShortSide = 32;
 constexpr double kMinContrast = 40;
 
 // Turns small numbers into a mixture of black and white cells, so that a block read at a wrong
-// scale never finds its ring among cells of one colour.
+// scale never finds its frame among cells of one colour.
 constexpr std::uint32_t kScramble = 0x5AC396;
 
 // CRC-8 (polynomial x^8 + x^2 + x + 1) over the 24 bits. Started from ones and inverted, so that
@@ -69,7 +69,7 @@ class MarkerReader {
 
   std::optional<std::uint32_t> ReadAt(double cell_width, double cell_height) const {
     const Geometry at = MakeGeometry(size_, cell_width, cell_height);
-    if (at.X(-kRingWidth / 2) < 0 || at.Y(-kRingWidth / 2) < 0) return std::nullopt;
+    if (at.X(-kFrameWidth / 2) < 0 || at.Y(-kFrameWidth / 2) < 0) return std::nullopt;
 
     std::array<double, kCells> levels{};
     for (int i = 0; i < kCells; ++i) {
@@ -78,7 +78,7 @@ class MarkerReader {
     const auto [low, high] = std::minmax_element(levels.begin(), levels.end());
     if (*high - *low < kMinContrast) return std::nullopt;
     const double threshold = (*low + *high) / 2;
-    if (!HasWhiteRing(at, threshold)) return std::nullopt;
+    if (!HasFrame(at, threshold)) return std::nullopt;
 
     std::uint32_t word = 0;
     for (int i = 0; i < kCells; ++i) {
@@ -106,9 +106,11 @@ class MarkerReader {
     return static_cast<double>(sum) / (std::int64_t{x1 - x0} * (y1 - y0));
   }
 
-  [[nodiscard]] bool HasWhiteRing(const Geometry& at, double threshold) const {
-    constexpr double kOut = 3 * kRingWidth / 4;  // A quarter of the ring on each side is left out.
-    constexpr double kExtent = kRingWidth / 2;
+  // The left side alone is black, so a picture that is mirrored or turned has no such frame.
+  [[nodiscard]] bool HasFrame(const Geometry& at, double threshold) const {
+    constexpr double kOut =
+        3 * kFrameWidth / 4;  // A quarter of the frame on each side is left out.
+    constexpr double kExtent = kFrameWidth / 2;
     for (int column = 0; column < kColumns; ++column) {
       const double x = column + 0.5 - kExtent / 2;
       if (Mean(at, x, -kOut, kExtent) <= threshold) return false;
@@ -116,7 +118,7 @@ class MarkerReader {
     }
     for (int row = 0; row < kRows; ++row) {
       const double y = row + 0.5 - kExtent / 2;
-      if (Mean(at, -kOut, y, kExtent) <= threshold) return false;
+      if (Mean(at, -kOut, y, kExtent) > threshold) return false;
       if (Mean(at, kColumns + kOut - kExtent, y, kExtent) <= threshold) return false;
     }
     return true;
@@ -144,8 +146,9 @@ void PaintFrameMarker(std::uint8_t* luma, int stride, Size size, std::uint32_t n
   if (short_side < kMinShortSide) return;
   const double cell = short_side / kCellsPerShortSide;
   const Geometry at = MakeGeometry(size, cell, cell);
-  FillCells(luma, stride, at, -kRingWidth, -kRingWidth, kColumns + kRingWidth, kRows + kRingWidth,
-            kWhite);
+  FillCells(luma, stride, at, -kFrameWidth, -kFrameWidth, kColumns + kFrameWidth,
+            kRows + kFrameWidth, kWhite);
+  FillCells(luma, stride, at, -kFrameWidth, 0, 0, kRows, kBlack);
   const std::uint32_t bits = (number % kFrameMarkerPeriod) ^ kScramble;
   const std::uint32_t word = bits << 8 | Checksum(bits);
   for (int i = 0; i < kCells; ++i) {

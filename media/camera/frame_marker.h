@@ -7,9 +7,10 @@
 //   ReadFrameMarker(luma, stride, size);  // 42
 //
 // The marker is a centred block of four rows of eight black or white cells (24 bits of number,
-// 8 bits of checksum) inside a white ring. Its cells are square and a sixteenth of the picture's
-// short side, so the block outlasts a crop from 16:9 to 9:16. The reader looks for the ring's scale
-// rather than taking it from the picture's size, because a crop keeps the cells but not the size.
+// 8 bits of checksum) in a frame that is white but for its left side. Its cells are square and a
+// sixteenth of the picture's short side, so the block outlasts a crop from 16:9 to 9:16. The reader
+// looks for the scale of the frame rather than taking it from the picture's size, because a crop
+// keeps the cells but not the size.
 //
 // Both are pure functions of their arguments, for any thread.
 

@@ -178,12 +178,16 @@ TEST(FrameMarker, RefusesABlockWithOneWrongCell) {
   EXPECT_EQ(luma.Read(), std::nullopt);
 }
 
-TEST(FrameMarker, RefusesAMirroredBlock) {
-  Luma luma = Painted({320, 180}, 42);
-  for (int y = 0; y < 180; ++y) {
-    std::reverse(luma.samples.begin() + y * 320, luma.samples.begin() + (y + 1) * 320);
+TEST(FrameMarker, RefusesBlocksThatAreMirroredOrUpsideDown) {
+  for (std::uint32_t number = 0; number < 20; ++number) {
+    Luma luma = Painted({160, 90}, number);
+    std::reverse(luma.samples.begin(), luma.samples.end());
+    EXPECT_EQ(luma.Read(), std::nullopt);
+    for (auto row = luma.samples.begin(); row != luma.samples.end(); row += 160) {
+      std::reverse(row, row + 160);
+    }
+    EXPECT_EQ(luma.Read(), std::nullopt);
   }
-  EXPECT_EQ(luma.Read(), std::nullopt);
 }
 
 TEST(FrameMarker, LeavesPicturesAloneThatAreTooSmall) {

@@ -1,0 +1,99 @@
+#ifndef MOVRA_MEDIA_CAMERA_CAMERA_SERVICE_IMPL_H_
+#define MOVRA_MEDIA_CAMERA_CAMERA_SERVICE_IMPL_H_
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "media/camera/camera_capture.h"
+#include "media/camera/camera_source.h"
+#include "media/camera/capture_clock.h"
+#include "media/camera/directory_watcher.h"
+#include "video/camera_service.h"
+
+namespace movra::media {
+
+// What a camera service is made of; tests put in parts of their own.
+struct CameraServiceParts {
+  CameraSourceFactory make_source;
+  // The devices that come and go.
+  std::function<std::vector<video::VideoDeviceInfo>()> list_devices;
+  // Where an entry that begins with "video" comes or goes when `list_devices` may answer otherwise.
+  std::string device_directory;
+  std::shared_ptr<const CaptureClock> clock = std::make_shared<const CaptureClock>();
+};
+
+// The camera service of this process.
+//
+// Camera ids: "test:" (media/camera/test_camera.h), "file:PATH" (media/camera/file_camera.h) and
+// "/dev/videoN" (media/camera/v4l2_camera.h). Error codes are CameraError values. Several captures
+// may run at once, also of one camera if it allows that; a capture is named by its writer.
+//
+// Main queue only. Callbacks are posted there and never run inside the call that takes them.
+class CameraServiceImpl final : public video::ICameraService,
+                                public std::enable_shared_from_this<CameraServiceImpl> {
+ public:
+  explicit CameraServiceImpl(CameraServiceParts parts);
+  // Stops what still runs; a start without an answer is answered as cancelled.
+  ~CameraServiceImpl() override;
+
+  // ICameraService
+  [[nodiscard]] std::shared_ptr<video::ICameraService> GetSelf() override;
+  void Init() override;
+  void StartCapture(int requester, const video::CameraParams& params,
+                    std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                    movra_base::OnceCallback<void(int, int)>&& on_started) override;
+  void StopCapture(const video::CameraParams& params,
+                   std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                   movra_base::OnceCallback<void()>&& on_stopped) override;
+  void UpdateCaptureParams(const video::CameraParams& params) override;
+  [[nodiscard]] std::uint32_t GetCaptureStat(const video::CameraParams& params) override;
+  [[nodiscard]] video::CameraInfo GetCameraInfo(const std::string& camera_id) override;
+  void SetPlaybackParams(const std::string& camera_id,
+                         const video::PlaybackParams& params) override;
+  [[nodiscard]] bool IsAutoFocusEnabled() override;
+  void FocusAtPoint(float x, float y) override;
+
+ private:
+  using SteadyTime = std::chrono::steady_clock::time_point;
+
+  struct Capture {
+    std::uint64_t start_number;  // Tells this start from an earlier one into the same writer.
+    std::string camera_id;
+    std::shared_ptr<video::IPixelFrameTrackWriter> writer;
+    SteadyTime started_at;
+    movra_base::OnceCallback<void(int, int)> on_started;  // Empty once it is answered.
+    std::unique_ptr<CameraCapture> capture;               // Null if there is no such camera.
+  };
+
+  [[nodiscard]] std::unique_ptr<CameraSource> MakeSource(const std::string& camera_id) const;
+  void PostOpened(std::uint64_t start_number, int error_code, SteadyTime started_at);
+  void OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms);
+  void StopCaptureInto(const video::IPixelFrameTrackWriter* writer);
+  static void StopAndAnswer(Capture& capture);
+  void OnDevicesChanged();
+
+  const CameraServiceParts parts_;
+
+  // The main queue's.
+  std::list<Capture> captures_;
+  std::uint64_t last_start_number_ = 0;
+  std::map<std::string, video::PlaybackParams> playback_;
+  std::map<std::string, std::shared_ptr<std::atomic<std::uint32_t>>> delivered_;
+  std::vector<video::VideoDeviceInfo> devices_;  // As they were last listed.
+  std::unique_ptr<DirectoryWatcher> watcher_;
+  bool focus_logged_ = false;
+};
+
+// The parts of the real one.
+[[nodiscard]] CameraServiceParts DefaultCameraServiceParts();
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_CAMERA_CAMERA_SERVICE_IMPL_H_

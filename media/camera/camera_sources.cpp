@@ -1,0 +1,23 @@
+#include "media/camera/camera_sources.h"
+
+#include <string_view>
+
+#include "media/camera/camera_service_impl.h"
+#include "media/camera/test_camera.h"
+
+namespace movra::media {
+
+std::unique_ptr<CameraSource> MakeCameraSource(const std::string& camera_id,
+                                               const video::PlaybackParams& /*playback*/) {
+  const std::string_view id = camera_id;
+  if (id.starts_with("test:")) return std::make_unique<TestCamera>(camera_id);
+  return nullptr;
+}
+
+std::vector<video::VideoDeviceInfo> ListDevices() { return {}; }
+
+CameraServiceParts DefaultCameraServiceParts() {
+  return {.make_source = MakeCameraSource, .list_devices = ListDevices, .device_directory = "/dev"};
+}
+
+}  // namespace movra::media

@@ -1,0 +1,19 @@
+#ifndef MOVRA_MEDIA_CAMERA_FIT_FRAME_H_
+#define MOVRA_MEDIA_CAMERA_FIT_FRAME_H_
+
+#include "media/camera/camera_source.h"
+#include "media/frame/frame_pool.h"
+#include "video/pixel_frame.h"
+#include "video/size.h"
+
+namespace movra::media {
+
+// The picture as a camera delivers it: upright, with square pixels, in the size that covers what is
+// asked (media/camera/picture_size.h). The frame itself, samples untouched, if it is that already.
+// Empty when there is no memory for it.
+[[nodiscard]] video::PixelFrame FitFrame(const SourceFrame& item, video::Size asked,
+                                         FramePool& pool);
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_CAMERA_FIT_FRAME_H_

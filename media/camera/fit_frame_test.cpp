@@ -1,0 +1,77 @@
+#include "media/camera/fit_frame.h"
+
+#include <gtest/gtest.h>
+
+#include "media/camera/frame_marker.h"
+#include "media/camera/picture_size.h"
+#include "media/camera/test_picture.h"
+
+namespace movra::media {
+namespace {
+
+using video::PixelFrame;
+using video::Size;
+using video::VideoRotation;
+
+class FitFrameTest : public ::testing::Test {
+ protected:
+  FitFrameTest() {
+    picture_ = TestPicture({640, 360}).Draw(77, std::chrono::nanoseconds(5), pool_);
+  }
+
+  SourceFrame Rotated(VideoRotation rotation) const {
+    video::PixelFrameInfo info = picture_.info();
+    info.rotation = rotation;
+    return {picture_.WithInfo(info), UprightSize(info.size, 1, 1, rotation)};
+  }
+
+  FramePool pool_;
+  PixelFrame picture_;
+};
+
+TEST_F(FitFrameTest, HandsOnAFrameThatFitsWithoutTouchingIt) {
+  for (const Size asked : {Size{0, 0}, Size{640, 360}, Size{1280, 720}}) {
+    const PixelFrame frame = FitFrame({picture_, {640, 360}}, asked, pool_);
+    EXPECT_EQ(frame.owner(), picture_.owner());
+    EXPECT_EQ(frame.info().size, (Size{640, 360}));
+  }
+}
+
+TEST_F(FitFrameTest, ScalesTheWholePictureToTheCoveringSize) {
+  const PixelFrame frame = FitFrame({picture_, {640, 360}}, {240, 180}, pool_);
+  EXPECT_EQ(frame.info().size, (Size{320, 180}));
+  EXPECT_EQ(frame.info().timestamp, std::chrono::nanoseconds(5));
+  EXPECT_EQ(frame.info().color, picture_.info().color);
+  EXPECT_EQ(ReadFrameMarker(frame), 77u);
+}
+
+TEST_F(FitFrameTest, MakesPixelsSquare) {
+  const PixelFrame frame = FitFrame({picture_, {854, 360}}, {0, 0}, pool_);
+  EXPECT_EQ(frame.info().size, (Size{854, 360}));
+  EXPECT_EQ(ReadFrameMarker(frame), 77u);
+}
+
+TEST_F(FitFrameTest, TurnsThePictureUprightAndSaysSo) {
+  for (const VideoRotation rotation :
+       {VideoRotation::k90, VideoRotation::k180, VideoRotation::k270}) {
+    const PixelFrame turned = FitFrame(Rotated(rotation), {0, 0}, pool_);
+    EXPECT_EQ(turned.info().rotation, VideoRotation::k0);
+    EXPECT_EQ(turned.info().size, SwapsSides(rotation) ? (Size{360, 640}) : (Size{640, 360}));
+    EXPECT_EQ(ReadFrameMarker(turned), std::nullopt);
+
+    // Turned the rest of the way round, it can be read.
+    video::PixelFrameInfo info = turned.info();
+    info.rotation = static_cast<VideoRotation>(360 - static_cast<int>(rotation));
+    const PixelFrame back = FitFrame(
+        {turned.WithInfo(info), UprightSize(info.size, 1, 1, info.rotation)}, {320, 180}, pool_);
+    EXPECT_EQ(back.info().size, (Size{320, 180}));
+    EXPECT_EQ(ReadFrameMarker(back), 77u);
+  }
+}
+
+TEST_F(FitFrameTest, IsEmptyWhereNoPictureCanBe) {
+  EXPECT_FALSE(FitFrame({PixelFrame(), {640, 360}}, {320, 180}, pool_));
+}
+
+}  // namespace
+}  // namespace movra::media
