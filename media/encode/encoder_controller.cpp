@@ -1,0 +1,136 @@
+#include "media/encode/encoder_controller.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
+
+namespace movra::media {
+namespace {
+
+// Longer waits count as this one, which keeps the deadline within the clock's range.
+constexpr std::uint64_t kLongestWaitMs = 24ULL * 60 * 60 * 1000;
+
+}  // namespace
+
+EncoderController::EncoderController(const video::VideoContext& context,
+                                     video::VideoStreamType type, std::weak_ptr<Client> client,
+                                     FrameEncoderFactory factory)
+    : VideoLoggable(context),
+      type_(type),
+      client_(std::move(client)),
+      factory_(std::move(factory)) {}
+
+EncoderController::~EncoderController() { Stop(0); }
+
+void EncoderController::Start() {
+  if (run_ != nullptr) return;
+  events_ = std::make_shared<EncoderEvents>(type_, client_);
+  run_ = std::make_shared<EncoderRun>(
+      controls_, std::make_unique<StreamEncoder>(context(), type_, factory_, events_, counters_),
+      counters_, std::exchange(unfinished_run_, nullptr));
+  thread_ = std::thread([run = run_] { run->Run(); });
+  ListenToInput();
+}
+
+void EncoderController::Stop(std::uint64_t max_wait_ms) {
+  if (run_ == nullptr) return;
+  run_->Drain();
+  const auto wait = std::chrono::milliseconds(std::min(max_wait_ms, kLongestWaitMs));
+  const bool finished =
+      max_wait_ms > 0 && run_->WaitFinished(std::chrono::steady_clock::now() + wait);
+  run_->Abandon();
+  UnlistenToInput();
+  UpdateLateFrames();
+  events_->Close();
+  events_.reset();
+  if (finished) {
+    thread_.join();
+  } else {
+    // The thread holds the run and ends with it; waiting for that is not for the main queue.
+    thread_.detach();
+    unfinished_run_ = run_;
+  }
+  run_.reset();
+  counters_->SetProperty({});
+}
+
+void EncoderController::RequestKeyFrame() {
+  if (run_ != nullptr) run_->RequestKeyFrame();
+}
+
+bool EncoderController::IsStarted() { return run_ != nullptr; }
+
+video::EncoderStats EncoderController::GetStats() {
+  UpdateLateFrames();
+  video::EncoderStats stats = counters_->Stats();
+  stats.record.frames_dropped_late = late_in_former_tracks_ + late_in_track_;
+  return stats;
+}
+
+video::EncoderProperty EncoderController::GetProperty() { return counters_->Property(); }
+
+void EncoderController::SetEncodeParams(const video::EncodeParams& params) {
+  MergeEncodeParams(params, controls_.params);
+  ApplyControls();
+}
+
+void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
+  if (reader.lock() == controls_.reader.lock()) return;
+  UpdateLateFrames();
+  late_in_former_tracks_ += std::exchange(late_in_track_, 0);
+  UnlistenToInput();
+  controls_.reader = std::move(reader);
+  ApplyControls();
+  if (run_ != nullptr) ListenToInput();
+}
+
+void EncoderController::SetOutputTrackWriter(std::weak_ptr<video::IVideoFrameTrackWriter> writer) {
+  controls_.writer = std::move(writer);
+  ApplyControls();
+}
+
+void EncoderController::SetRpsNearestRefSize(int /*size*/) { LogReferenceSelectionOnce(); }
+
+void EncoderController::DeliverRpsAck(std::int32_t /*ack_value*/, std::uint16_t /*ack_flag*/) {
+  LogReferenceSelectionOnce();
+}
+
+void EncoderController::SetRoiConfig(std::vector<video::RoiConfigInfo> configs) {
+  controls_.regions = std::move(configs);
+  ApplyControls();
+}
+
+void EncoderController::ApplyControls() {
+  if (run_ != nullptr) run_->SetControls(controls_);
+}
+
+void EncoderController::ListenToInput() {
+  if (const auto reader = controls_.reader.lock()) {
+    // Weakly, because the track may outlive the run.
+    reader->SetReadableCallback([weak_run = std::weak_ptr<EncoderRun>(run_)] {
+      if (const auto run = weak_run.lock()) run->Wake();
+    });
+  }
+}
+
+void EncoderController::UnlistenToInput() {
+  if (const auto reader = controls_.reader.lock()) reader->SetReadableCallback({});
+}
+
+void EncoderController::UpdateLateFrames() {
+  if (const auto reader = controls_.reader.lock()) late_in_track_ = reader->GetDroppedFrames();
+}
+
+void EncoderController::LogReferenceSelectionOnce() {
+  if (std::exchange(reference_selection_logged_, true)) return;
+  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
+  LogStream("../../media/encode/encoder_controller", __LINE__, __func__,
+            movra_logging::kLogLevelWarning, nullptr)
+      << LogTraceId(GetTraceId()) << LogTag(GetLogTag())
+      << " The encoder does not support reference picture selection; it is ignored.";
+}
+
+}  // namespace movra::media

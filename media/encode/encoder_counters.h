@@ -1,0 +1,53 @@
+#ifndef MOVRA_MEDIA_ENCODE_ENCODER_COUNTERS_H_
+#define MOVRA_MEDIA_ENCODE_ENCODER_COUNTERS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+#include "video/encode_params.h"
+#include "video/size.h"
+#include "video/stats.h"
+
+namespace movra::media {
+
+// The figures of one encoder controller, kept across its starts. Written by encoder threads (an
+// abandoned one may still finish a frame while its successor runs), read on the main queue.
+class EncoderCounters {
+ public:
+  // One frame that became a packet.
+  struct Encoded {
+    std::size_t bytes = 0;
+    bool key_frame = false;
+    video::Size size;
+    std::chrono::nanoseconds encode_time{0};
+    std::chrono::nanoseconds latency{-1};  // Capture to packet; negative: not known.
+  };
+
+  void CountIn();
+  void CountDroppedForRate();
+  void CountFailed();
+  void CountEncoded(const Encoded& encoded);
+  void SetTargetBitrate(std::uint32_t bits_per_second);
+  // What the open encoder is; an empty one when none is open.
+  void SetProperty(const video::EncoderProperty& property);
+
+  // Without the frames that were late, which the track counts.
+  [[nodiscard]] video::EncoderStats Stats() const;
+  [[nodiscard]] video::EncoderProperty Property() const;
+
+ private:
+  mutable std::mutex mutex_;
+  // All guarded by mutex_.
+  video::EncoderStatsRecord record_;
+  video::EncoderProperty property_;
+  std::uint64_t bytes_ = 0;
+  std::chrono::nanoseconds encode_time_sum_{0};
+  std::chrono::nanoseconds latency_sum_{0};
+  std::uint32_t latency_count_ = 0;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_ENCODE_ENCODER_COUNTERS_H_

@@ -1,0 +1,149 @@
+#include "media/encode/encoder_run.h"
+
+#include <utility>
+#include <variant>
+
+namespace movra::media {
+namespace {
+
+bool IsSame(const std::weak_ptr<video::IVideoFrameTrackWriter>& a,
+            const std::weak_ptr<video::IVideoFrameTrackWriter>& b) {
+  return !a.owner_before(b) && !b.owner_before(a);
+}
+
+}  // namespace
+
+EncoderRun::EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
+                       std::shared_ptr<EncoderCounters> counters,
+                       std::shared_ptr<EncoderRun> previous)
+    : encoder_(std::move(encoder)),
+      counters_(std::move(counters)),
+      previous_(std::move(previous)),
+      controls_(std::move(controls)) {}
+
+void EncoderRun::Run() {
+  if (previous_ != nullptr) {
+    previous_->WaitFinished(std::chrono::steady_clock::time_point::max());
+    previous_.reset();
+  }
+  video::TrackItem item;
+  while (WaitForItem(item)) {
+    if (const auto* frame = std::get_if<video::PixelFrame>(&item)) {
+      HandleFrame(*frame);
+    } else if (const auto* end = std::get_if<video::StreamEnd>(&item)) {
+      HandleEnd(*end);
+    }
+    // The frame goes back to its pool before the wait for the next one.
+    item = std::monostate();
+  }
+  // Closed here, because whoever releases the run may be the main queue.
+  encoder_.reset();
+  const std::lock_guard lock(mutex_);
+  finished_ = true;
+  changed_.notify_all();
+}
+
+void EncoderRun::Wake() {
+  const std::lock_guard lock(mutex_);
+  readable_ = true;
+  changed_.notify_all();
+}
+
+void EncoderRun::SetControls(const EncoderControls& controls) {
+  const std::lock_guard lock(mutex_);
+  controls_ = controls;
+  controls_changed_ = true;
+  readable_ = true;
+  changed_.notify_all();
+}
+
+void EncoderRun::RequestKeyFrame() {
+  const std::lock_guard lock(mutex_);
+  key_frame_requested_ = true;
+}
+
+void EncoderRun::Drain() {
+  const std::lock_guard lock(mutex_);
+  draining_ = true;
+  changed_.notify_all();
+}
+
+void EncoderRun::Abandon() {
+  const std::lock_guard lock(mutex_);
+  abandoned_ = true;
+  changed_.notify_all();
+}
+
+bool EncoderRun::WaitFinished(std::chrono::steady_clock::time_point deadline) {
+  std::unique_lock lock(mutex_);
+  const auto finished = [this] { return finished_; };
+  // Some libraries overflow on a wait until the end of time.
+  if (deadline == std::chrono::steady_clock::time_point::max()) {
+    changed_.wait(lock, finished);
+    return true;
+  }
+  return changed_.wait_until(lock, deadline, finished);
+}
+
+bool EncoderRun::WaitForItem(video::TrackItem& item) {
+  while (true) {
+    bool draining = false;
+    {
+      std::unique_lock lock(mutex_);
+      changed_.wait(lock, [this] { return more_ || readable_ || draining_ || abandoned_; });
+      if (abandoned_) return false;
+      // Before the read: a frame that is written after it sets the flag again.
+      readable_ = false;
+      draining = draining_;
+    }
+    if (const auto reader = Reader()) item = reader->Read();
+    more_ = !std::holds_alternative<std::monostate>(item);
+    if (more_) return true;
+    if (draining) return false;
+  }
+}
+
+std::shared_ptr<video::IPixelFrameTrackReader> EncoderRun::Reader() {
+  const std::lock_guard lock(mutex_);
+  return controls_.reader.lock();
+}
+
+void EncoderRun::HandleFrame(const video::PixelFrame& frame) {
+  counters_->CountIn();
+  TakeControls();
+  if (!encoder_->Keeps(frame)) return;
+  const auto writer = writer_.lock();
+  if (writer == nullptr) {
+    counters_->CountFailed();
+    return;
+  }
+  const video::EncodedFrame* const encoded = encoder_->Encode(frame);
+  if (encoded != nullptr && MayWrite()) writer->Write(*encoded);
+}
+
+void EncoderRun::HandleEnd(const video::StreamEnd& end) {
+  TakeControls();
+  encoder_->EndStream();
+  const auto writer = writer_.lock();
+  if (writer != nullptr && MayWrite()) writer->WriteEnd(end);
+}
+
+void EncoderRun::TakeControls() {
+  std::unique_lock lock(mutex_);
+  const bool key_frame = std::exchange(key_frame_requested_, false);
+  const bool changed = std::exchange(controls_changed_, false);
+  const EncoderControls controls = changed ? controls_ : EncoderControls();
+  lock.unlock();
+  // A writer's first frame must be one that a decoder can begin with.
+  const bool new_writer = changed && !IsSame(writer_, controls.writer);
+  if (new_writer) writer_ = controls.writer;
+  if (changed) encoder_->SetParams(controls.params, controls.regions);
+  if (key_frame || new_writer) encoder_->RequestKeyFrame();
+}
+
+bool EncoderRun::MayWrite() {
+  const std::lock_guard lock(mutex_);
+  return !abandoned_;
+}
+
+}  // namespace movra::media

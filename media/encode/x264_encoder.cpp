@@ -1,0 +1,265 @@
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "media/encode/frame_encoder.h"
+#include "media/encode/frame_rate_meter.h"
+#include "media/encode/region_offsets.h"
+
+// After <cstdarg> and <cstdint>, which it needs and does not include.
+#include <x264.h>
+
+namespace movra::media {
+namespace {
+
+using video::VideoEncoderError;
+
+// What libx264 says of a failure, collected for the error's text. It calls back during our calls.
+class X264Messages {
+ public:
+  static void Collect(void* self, int /*level*/, const char* format, std::va_list arguments) {
+    std::array<char, 256> line{};
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    std::string_view text(line.data());
+    while (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    std::string& collected = static_cast<X264Messages*>(self)->text_;
+    if (!collected.empty()) collected += "; ";
+    collected += text;
+  }
+
+  // With what was collected since the last call.
+  [[nodiscard]] std::string Explain(std::string what) {
+    if (!text_.empty()) what += ": " + std::exchange(text_, {});
+    return what;
+  }
+
+ private:
+  std::string text_;
+};
+
+bool IsPreset(const std::string& name) {
+  for (const char* const* preset = x264_preset_names; *preset != nullptr; ++preset) {
+    if (name == *preset) return true;
+  }
+  return false;
+}
+
+std::string PresetList() {
+  std::string list;
+  for (const char* const* preset = x264_preset_names; *preset != nullptr; ++preset) {
+    if (!list.empty()) list += ", ";
+    list += *preset;
+  }
+  return list;
+}
+
+// The library's rate control without its variable-rate mode: it takes every picture for one of the
+// nominal rate. So what it is told are the bits of a second at that rate. The mode itself would
+// hold back each picture until the next one tells how long it lasts.
+struct Rates {
+  int bitrate_kbps;
+  int max_bitrate_kbps;
+  int buffer_kbit;
+};
+
+Rates AtNominalRate(const EncoderSettings& settings, double nominal_rate, double real_rate) {
+  // Beyond this a slow stream gets no larger pictures, only fewer bits; and one picture must fit
+  // into the buffer, which holds a second.
+  constexpr double kMostForSlow = 6;
+  const double scale = std::min({kMostForSlow, nominal_rate, nominal_rate / real_rate});
+  const auto scaled = [scale](int kbps) { return std::max(1, static_cast<int>(kbps * scale)); };
+  return {scaled(settings.bitrate_kbps), scaled(settings.max_bitrate_kbps), settings.buffer_kbit};
+}
+
+void SetRates(const Rates& rates, x264_param_t& params) {
+  params.rc.i_rc_method = X264_RC_ABR;
+  params.rc.i_bitrate = rates.bitrate_kbps;
+  // Without these at open no later change of the rate would take effect, and all three have to
+  // change together.
+  params.rc.i_vbv_max_bitrate = rates.max_bitrate_kbps;
+  params.rc.i_vbv_buffer_size = rates.buffer_kbit;
+}
+
+bool HaveRates(const Rates& rates, const x264_param_t& params) {
+  return params.rc.i_bitrate == rates.bitrate_kbps &&
+         params.rc.i_vbv_max_bitrate == rates.max_bitrate_kbps &&
+         params.rc.i_vbv_buffer_size == rates.buffer_kbit;
+}
+
+void SetTiming(int nominal_rate, x264_param_t& params) {
+  params.b_vfr_input = 0;
+  params.i_fps_num = static_cast<std::uint32_t>(nominal_rate);
+  params.i_fps_den = 1;
+  // The controller asks for key frames by time; the library could only count frames.
+  params.i_keyint_max = X264_KEYINT_MAX_INFINITE;
+}
+
+void SetColor(const video::ColorDescription& color, x264_param_t& params) {
+  params.vui.b_fullrange = color.full_range ? 1 : 0;
+  params.vui.i_colorprim = color.primaries;
+  params.vui.i_transfer = color.transfer;
+  params.vui.i_colmatrix = color.matrix;
+  params.vui.i_sar_width = 1;
+  params.vui.i_sar_height = 1;
+}
+
+class X264Encoder final : public IFrameEncoder {
+ public:
+  ~X264Encoder() override {
+    if (encoder_ != nullptr) x264_encoder_close(encoder_);
+  }
+
+  bool Open(const EncoderSettings& settings, const StreamFormat& format, EncoderFailure& failure);
+
+  // IFrameEncoder
+  [[nodiscard]] bool Reconfigure(const EncoderSettings& settings) override;
+  [[nodiscard]] bool HasSettings() const override { return has_settings_; }
+  [[nodiscard]] std::optional<EncodedPicture> Encode(const video::PixelFrame& frame,
+                                                     std::int64_t ticks, bool key_frame,
+                                                     EncoderFailure& failure) override;
+  [[nodiscard]] std::string Describe() const override;
+
+ private:
+  // Makes the rates of the settings hold at the measured frame rate. The library also reports
+  // success when it will do nothing, and what it did can be asked after the next picture.
+  bool ApplyRates();
+  void CheckChange();
+
+  x264_t* encoder_ = nullptr;
+  X264Messages messages_;
+  EncoderSettings settings_;
+  video::Size size_;
+  int threads_ = 0;
+  bool adaptive_quantisation_ = false;
+  double nominal_rate_ = 0;  // Frames per second that the library counts with.
+  FrameRateMeter meter_{0};
+  Rates rates_{};
+  bool changing_ = false;
+  bool has_settings_ = true;
+  std::vector<float> offsets_;  // Empty: no regions.
+};
+
+bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& format,
+                       EncoderFailure& failure) {
+  x264_param_t params;
+  // Asked before, because libx264 tells an unknown preset to standard error alone.
+  if (!IsPreset(settings.preset) ||
+      x264_param_default_preset(&params, settings.preset.c_str(), "zerolatency") < 0) {
+    failure = {VideoEncoderError::kOpenFailed,
+               "libx264 has no preset '" + settings.preset + "'; there are " + PresetList()};
+    return false;
+  }
+  params.pf_log = &X264Messages::Collect;
+  params.p_log_private = &messages_;
+  params.i_log_level = X264_LOG_ERROR;
+  params.i_width = format.size.width;
+  params.i_height = format.size.height;
+  params.i_csp = X264_CSP_I420;
+  params.i_threads = settings.threads;
+  params.i_bframe = 0;
+  params.b_repeat_headers = 1;
+  params.b_annexb = 1;
+  SetRates(AtNominalRate(settings, settings.nominal_rate, settings.nominal_rate), params);
+  SetTiming(settings.nominal_rate, params);
+  SetColor(format.color, params);
+  // Regions work through adaptive quantisation, which the fastest preset leaves off.
+  if (!settings.regions.empty() && params.rc.i_aq_mode == X264_AQ_NONE) {
+    params.rc.i_aq_mode = X264_AQ_VARIANCE;
+    params.rc.f_aq_strength = 1.0F;
+  }
+  encoder_ = x264_encoder_open(&params);
+  if (encoder_ == nullptr) {
+    failure = {VideoEncoderError::kOpenFailed, messages_.Explain("libx264 cannot be opened")};
+    return false;
+  }
+  x264_encoder_parameters(encoder_, &params);
+  threads_ = params.i_threads;
+  adaptive_quantisation_ = params.rc.i_aq_mode != X264_AQ_NONE;
+  nominal_rate_ = settings.nominal_rate;
+  meter_ = FrameRateMeter(nominal_rate_);
+  settings_ = settings;
+  size_ = format.size;
+  offsets_ = RegionOffsets(settings.regions, size_);
+  return true;
+}
+
+bool X264Encoder::Reconfigure(const EncoderSettings& settings) {
+  if (settings.preset != settings_.preset || settings.threads != settings_.threads) return false;
+  if (!settings.regions.empty() && !adaptive_quantisation_) return false;
+  if (settings.nominal_rate != settings_.nominal_rate) {
+    meter_ = FrameRateMeter(settings.nominal_rate);
+  }
+  settings_ = settings;
+  offsets_ = RegionOffsets(settings.regions, size_);
+  changing_ = ApplyRates();
+  return changing_;
+}
+
+bool X264Encoder::ApplyRates() {
+  rates_ = AtNominalRate(settings_, nominal_rate_, meter_.rate());
+  x264_param_t params;
+  x264_encoder_parameters(encoder_, &params);
+  SetRates(rates_, params);
+  return x264_encoder_reconfig(encoder_, &params) >= 0;
+}
+
+void X264Encoder::CheckChange() {
+  if (!std::exchange(changing_, false)) return;
+  x264_param_t params;
+  x264_encoder_parameters(encoder_, &params);
+  has_settings_ = HaveRates(rates_, params);
+}
+
+std::optional<EncodedPicture> X264Encoder::Encode(const video::PixelFrame& frame,
+                                                  std::int64_t ticks, bool key_frame,
+                                                  EncoderFailure& failure) {
+  if (meter_.Add(ticks)) ApplyRates();
+  const video::PixelFrameInfo& info = frame.info();
+  x264_picture_t picture;
+  x264_picture_init(&picture);
+  picture.i_pts = ticks;
+  picture.i_type = key_frame ? X264_TYPE_IDR : X264_TYPE_AUTO;
+  picture.img.i_csp = info.format == video::PixelFormat::kNV12 ? X264_CSP_NV12 : X264_CSP_I420;
+  picture.img.i_plane = info.format == video::PixelFormat::kNV12 ? 2 : 3;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(picture.img.i_plane); ++i) {
+    // Only read: the library takes its own copy of the samples during the call.
+    picture.img.plane[i] = const_cast<std::uint8_t*>(info.planes[i].data);
+    picture.img.i_stride[i] = info.planes[i].stride;
+  }
+  if (!offsets_.empty()) picture.prop.quant_offsets = offsets_.data();
+
+  x264_nal_t* units = nullptr;
+  int unit_count = 0;
+  x264_picture_t coded;
+  const int bytes = x264_encoder_encode(encoder_, &units, &unit_count, &picture, &coded);
+  if (bytes <= 0 || unit_count <= 0) {
+    failure = {VideoEncoderError::kEncodeFailed,
+               messages_.Explain("libx264 gave no picture for a frame")};
+    return std::nullopt;
+  }
+  CheckChange();
+  return EncodedPicture{units[0].p_payload, static_cast<std::size_t>(bytes), coded.b_keyframe != 0};
+}
+
+std::string X264Encoder::Describe() const {
+  return "libx264 " + std::to_string(X264_BUILD) + ", " + settings_.preset + ", " +
+         std::to_string(threads_) + (threads_ == 1 ? " thread" : " threads");
+}
+
+}  // namespace
+
+std::unique_ptr<IFrameEncoder> OpenH264Encoder(const EncoderSettings& settings,
+                                               const StreamFormat& format,
+                                               EncoderFailure& failure) {
+  auto encoder = std::make_unique<X264Encoder>();
+  if (!encoder->Open(settings, format, failure)) return nullptr;
+  return encoder;
+}
+
+bool HasH264Encoder() { return true; }
+
+}  // namespace movra::media
