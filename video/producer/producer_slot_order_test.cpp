@@ -17,9 +17,9 @@ using testing::ExpectSlots;
 using Image = std::shared_ptr<ObjcWrapper<NSImage>>;
 using Writer = std::shared_ptr<IPixelFrameTrackWriter>;
 
-TEST(ProducerSlotOrder, AllFiftySevenOperations) {
+std::vector<testing::Slot> FromSetClientToSetRoiConfig() {
   using I = IVideoProducer2;
-  const std::vector<testing::Slot> operations = {
+  return {
       MOVRA_SLOT(SetClient, void(std::shared_ptr<IVideoProducer2::Client>)),
       MOVRA_SLOT(GetStats, VideoProducerStats2(VideoStreamType)),
       MOVRA_SLOT(Initialize, void()),
@@ -54,6 +54,12 @@ TEST(ProducerSlotOrder, AllFiftySevenOperations) {
       MOVRA_SLOT(DeliverRpsAck, void(VideoStreamType, const RpsAck&)),
       MOVRA_SLOT(RequestKeyFrame, void(VideoStreamType)),
       MOVRA_SLOT(SetRoiConfig, void(VideoStreamType, const std::vector<RoiConfigInfo>&)),
+  };
+}
+
+std::vector<testing::Slot> FromEnableCustomProcessingOn() {
+  using I = IVideoProducer2;
+  return {
       MOVRA_SLOT(EnableCustomProcessing,
                  void(bool, PixelFormat, BufferType, std::shared_ptr<VideoInterceptorListener>)),
       MOVRA_SLOT(EnableCustomRendering, void(bool, PixelFormat, BufferType, Writer)),
@@ -82,8 +88,13 @@ TEST(ProducerSlotOrder, AllFiftySevenOperations) {
       MOVRA_SLOT(RemoveIncludedShareWindow, void(long)),
       MOVRA_SLOT(RemoveAllIncludedShareWindow, void()),
   };
+}
+
+TEST(ProducerSlotOrder, AllFiftySevenOperations) {
+  std::vector<testing::Slot> operations = FromSetClientToSetRoiConfig();
+  for (const testing::Slot& slot : FromEnableCustomProcessingOn()) operations.push_back(slot);
   EXPECT_EQ(operations.size(), 57u);
-  ExpectSlots<I>(DestructorStands::kFirst, operations);
+  ExpectSlots<IVideoProducer2>(DestructorStands::kFirst, operations);
 }
 
 TEST(ProducerSlotOrder, Client) {
