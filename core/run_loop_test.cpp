@@ -207,23 +207,28 @@ TEST(RunLoop, DestroysTheTasksThatAreLeftWithoutRunningThem) {
   EXPECT_FALSE(has_run);
 }
 
+// When it is destroyed it posts a task that holds another one like it, for so many generations.
+struct PostsAtItsEnd {
+  PostsAtItsEnd(RunLoop& its_loop, int* its_ended, int its_generations)
+      : loop(its_loop), ended(its_ended), generations(its_generations) {}
+  ~PostsAtItsEnd() {
+    ++*ended;
+    if (generations == 0) return;
+    loop.Post(movra_base::BindOnce(
+        [next = std::make_unique<PostsAtItsEnd>(loop, ended, generations - 1)] {}));
+  }
+  RunLoop& loop;
+  int* const ended;
+  const int generations;
+};
+
 TEST(RunLoop, ATaskMayPostWhileItIsDestroyed) {
-  struct PostsAtItsEnd {
-    ~PostsAtItsEnd() {
-      loop->Post(movra_base::BindOnce([held = std::move(held)] {}));
-    }
-    RunLoop* loop;
-    std::shared_ptr<int> held;
-  };
-  const auto held = std::make_shared<int>(0);
+  int ended = 0;
   {
     RunLoop loop;
-    auto object = std::make_shared<PostsAtItsEnd>();
-    object->loop = &loop;
-    object->held = held;
-    loop.Post(movra_base::BindOnce([object = std::move(object)] {}));
+    loop.Post(movra_base::BindOnce([first = std::make_unique<PostsAtItsEnd>(loop, &ended, 3)] {}));
   }
-  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(ended, 4);
 }
 
 TEST_F(RunLoopTest, ATaskIsDestroyedBeforeTheNextOneRuns) {

@@ -15,6 +15,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+constexpr ServiceId kId{9};
+
 // A base before the service type, so that a service and its complete object differ in address.
 struct Padding {
   virtual ~Padding() = default;
@@ -44,19 +46,17 @@ class FakeServiceImpl : public Padding,
   void Init() override {
     events.push_back("Init");
     std::shared_ptr<FakeService> registered;
-    is_registered_during_init = ServiceCenter::Instance().GetService(ServiceId{100}, registered);
+    is_registered_during_init = ServiceCenter::Instance().GetService(kId, registered);
   }
 
   bool is_registered_during_init = true;
 };
 
-constexpr ServiceId kId{9};
-
 }  // namespace
 
 template <>
 std::shared_ptr<void> ServiceCenter::MakeService<FakeService>() {
-  // While a service initialises itself it looks for another one, which cannot be made.
+  // While a service initialises itself it looks for itself, and a second one cannot be made.
   const bool is_nested = !events.empty() && events.back() == "Init";
   events.push_back("Make");
   if (is_nested || !can_be_made) return nullptr;
@@ -95,7 +95,7 @@ TEST_F(ServiceCenterTest, TheFirstLookUpMakesInitialisesAndRegistersTheService) 
   EXPECT_TRUE(Get(service));
   ASSERT_NE(service, nullptr);
   EXPECT_THAT(events, ElementsAre("Make", "Init", "Make", "GetSelf"))
-      << "the second one is what the service looked for while it initialised itself";
+      << "the second one is the service's own look-up while it initialised itself";
 }
 
 TEST_F(ServiceCenterTest, TheSecondLookUpReturnsTheSameObjectWithoutInitialisingIt) {

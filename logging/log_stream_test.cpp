@@ -133,7 +133,7 @@ TEST(LogStream, HonoursTheFormatFlagsForNumbers) {
 
 TEST(LogStream, FormatFlagsEndWithTheirLine) {
   Text(std::hex, std::setfill('*'), std::setprecision(1), std::showpos, std::setw(9));
-  EXPECT_EQ(Text(std::setw(4), 255, 1.25, true), " 2551.25true");
+  EXPECT_EQ(Text(255, std::setw(4), 255, 1.25, true), "255 2551.25true");
 }
 
 TEST(LogStream, PrintsAnEnumerationByItsOwnPrinterOrElseAsItsNumber) {

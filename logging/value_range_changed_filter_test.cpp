@@ -199,8 +199,11 @@ TEST(ValueRangeChangedFilter, MarginsSaturateWhereTheyLeaveTheNumbersRange) {
 }
 
 TEST(ValueRangeChangedFilter, MarginsAreComputedInSinglePrecision) {
-  // (0.1f + 1.0f) * 1e9f is 1100000000 in single precision and 1100000001.49 in double.
-  EXPECT_THAT(Fed({1000000000}, {.relative = 0.1f})({1, 1100000000, 1100000001}),
+  // In double precision the upper edge would be 22000006, even rounded to single at the end.
+  EXPECT_THAT(Fed({20000006}, {.relative = 0.1f})({1, 22000008, 22000009}),
+              ElementsAre(true, false, true));
+  // And the lower one 16000005, or 16000006 rounded.
+  EXPECT_THAT(Fed({20000007}, {.relative = 0.2f})({20000008, 16000008, 16000007}),
               ElementsAre(true, false, true));
 }
 
