@@ -1,4 +1,4 @@
-// The fixture of the tests of the encoding side.
+// What the tests of the encoding side share.
 
 #ifndef MOVRA_VIDEO_PRODUCER_ENCODING_TEST_FIXTURE_H_
 #define MOVRA_VIDEO_PRODUCER_ENCODING_TEST_FIXTURE_H_
@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "testing/application_doubles.h"
 #include "video/encode_params.h"
@@ -15,29 +14,29 @@
 
 namespace movra::video {
 
+// Neither of the two streams; every such value means the big one.
+inline constexpr auto kOtherStream = static_cast<VideoStreamType>(2);
+
+[[nodiscard]] inline EncodeParams RateOf(std::int32_t frame_rate) {
+  EncodeParams params;
+  params.frame_rate = frame_rate;
+  return params;
+}
+[[nodiscard]] inline EncodeParams SizeOf(std::int32_t width, std::int32_t height) {
+  EncodeParams params;
+  params.width = width;
+  params.height = height;
+  return params;
+}
+[[nodiscard]] inline EncodeParams SizeAndRateOf(std::int32_t width, std::int32_t height,
+                                                std::int32_t frame_rate) {
+  EncodeParams params = SizeOf(width, height);
+  params.frame_rate = frame_rate;
+  return params;
+}
+
 class EncodingTest : public ProducerTest {
  protected:
-  // Neither of the two streams; every such value means the big one.
-  static constexpr auto kOtherStream = static_cast<VideoStreamType>(2);
-
-  [[nodiscard]] static EncodeParams RateOf(std::int32_t frame_rate) {
-    EncodeParams params;
-    params.frame_rate = frame_rate;
-    return params;
-  }
-  [[nodiscard]] static EncodeParams SizeOf(std::int32_t width, std::int32_t height) {
-    EncodeParams params;
-    params.width = width;
-    params.height = height;
-    return params;
-  }
-  [[nodiscard]] static EncodeParams SizeAndRateOf(std::int32_t width, std::int32_t height,
-                                                  std::int32_t frame_rate) {
-    EncodeParams params = SizeOf(width, height);
-    params.frame_rate = frame_rate;
-    return params;
-  }
-
   // Where the application wants its encoded frames.
   [[nodiscard]] const std::shared_ptr<testing::EncodedWriterDouble>& writer() const {
     return writer_;
