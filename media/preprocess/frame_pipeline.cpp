@@ -1,0 +1,138 @@
+#include "media/preprocess/frame_pipeline.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "media/frame/convert_frame.h"
+
+namespace movra::media {
+
+using video::FrameDelivery;
+using video::InterceptPosition;
+using video::PixelFrame;
+using video::PixelFrameInfo;
+using video::VideoRotation;
+
+namespace {
+
+bool IsSamePicture(const PixelFrame& a, const PixelFrame& b) {
+  return a.owner() == b.owner() && a.info().planes[0].data == b.info().planes[0].data &&
+         a.info().size == b.info().size && a.info().format == b.info().format;
+}
+
+// What belongs to the stream and not to the picture; an interceptor's new frame may lack it.
+PixelFrame WithStreamInfoOf(const PixelFrame& frame, const PixelFrameInfo& stream) {
+  PixelFrameInfo info = frame.info();
+  info.delivery = stream.delivery;
+  info.timestamp = stream.timestamp;
+  info.capture_time = stream.capture_time;
+  info.sequence = stream.sequence;
+  return frame.WithInfo(info);
+}
+
+PixelFrame WithDelivery(const PixelFrame& frame, FrameDelivery delivery) {
+  PixelFrameInfo info = frame.info();
+  info.delivery = delivery;
+  return frame.WithInfo(info);
+}
+
+std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
+  const std::int64_t width = tap.params.width > 0 ? tap.params.width : own.width;
+  return width * (tap.params.height > 0 ? tap.params.height : own.height);
+}
+
+}  // namespace
+
+PixelFrame FramePipeline::Process(PixelFrame frame, const PipelineSettings& settings,
+                                  const std::function<bool()>& is_stopped) {
+  Pass pass{settings, is_stopped, std::move(frame), std::nullopt};
+  Visit(pass, InterceptPosition::kCaptured);
+  Turn(pass, {AddRotations(pass.frame.info().rotation, settings.orientation.rotation),
+              settings.orientation.mirror});
+  Visit(pass, InterceptPosition::kBeautified);
+  Visit(pass, InterceptPosition::kCustomProcessing);
+  Visit(pass, InterceptPosition::kPreview);
+  Visit(pass, InterceptPosition::kPreviewWithWatermark);
+  const PixelFrame upright = pass.frame;
+  Turn(pass, settings.encoder_orientation);
+  Visit(pass, InterceptPosition::kEncoder);
+  return upright;
+}
+
+PixelFrame FramePipeline::ToImage(const PixelFrame& frame) {
+  return ConvertFrame(frame, video::PixelFormat::kBGRA, pool_);
+}
+
+void FramePipeline::Visit(Pass& pass, InterceptPosition position) {
+  for (const Interceptor& interceptor : pass.settings.interceptors) {
+    if (interceptor.position == position && pass.frame) Intercept(pass, interceptor);
+  }
+  if (pass.frame) WriteToTaps(pass, position);
+}
+
+void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
+  const auto listener = interceptor.Lock();
+  if (listener == nullptr || pass.is_stopped()) return;
+  const PixelFrame offered = ConvertFrame(pass.frame, interceptor.params.pixel_format, pool_);
+  if (!offered) return;
+  const PixelFrame answer = listener->OnInterceptFrame(interceptor.position, offered);
+  // A listener that only looked shall not cost the frame a conversion.
+  if (answer && IsSamePicture(answer, offered)) return;
+  pass.frame = answer ? WithStreamInfoOf(answer, pass.frame.info()) : PixelFrame();
+  pass.outputs.reset();
+}
+
+void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
+  std::vector<const Tap*> taps;
+  for (const Tap& tap : pass.settings.taps) {
+    if (tap.position == position) taps.push_back(&tap);
+  }
+  // The largest first: it is the longest to encode, and smaller ones are made from it.
+  const video::Size own = pass.frame.info().size;
+  std::stable_sort(taps.begin(), taps.end(),
+                   [&](const Tap* a, const Tap* b) { return AreaOf(*a, own) > AreaOf(*b, own); });
+  for (const Tap* const tap : taps) {
+    const auto writer = tap->Lock();
+    if (writer == nullptr) continue;
+    if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
+    const PixelFrame made =
+        pass.outputs->Make({tap->params.width, tap->params.height}, tap->params.pixel_format);
+    // Scaling took its time: asked again right before the write.
+    if (!made || !*tap->attached || pass.is_stopped()) continue;
+    const bool lossless = position == InterceptPosition::kEncoder;
+    static_cast<void>(writer->Write(lossless ? made : WithDelivery(made, FrameDelivery::kLive)));
+  }
+}
+
+void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
+  if (!pass.frame) return;
+  const PixelFrame turned = OrientFrame(pass.frame, orientation, pool_);
+  const bool is_same = turned && IsSamePicture(turned, pass.frame);
+  const bool was_marked = pass.frame.info().rotation != VideoRotation::k0;
+  if (is_same && !was_marked) return;
+  PixelFrameInfo info = turned.info();
+  info.rotation = VideoRotation::k0;
+  pass.frame = turned.WithInfo(info);
+  pass.outputs.reset();
+}
+
+bool EncodersHaveRoom(const PipelineSettings& settings) {
+  return std::all_of(settings.taps.begin(), settings.taps.end(), [](const Tap& tap) {
+    if (tap.position != InterceptPosition::kEncoder) return true;
+    const auto writer = tap.Lock();
+    return writer == nullptr || writer->HasRoom();
+  });
+}
+
+void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& end) {
+  std::vector<std::shared_ptr<video::IPixelFrameTrackWriter>> told;
+  for (const Tap& tap : settings.taps) {
+    auto writer = tap.Lock();
+    if (writer == nullptr || std::find(told.begin(), told.end(), writer) != told.end()) continue;
+    writer->WriteEnd(end);
+    told.push_back(std::move(writer));
+  }
+}
+
+}  // namespace movra::media
