@@ -1,0 +1,7 @@
+#include "video/platform.h"
+
+namespace movra::video {
+
+bool IsMetalAvailable() { return false; }
+
+}  // namespace movra::video

@@ -1,0 +1,31 @@
+#include "media/screen/unavailable_screen_sharing.h"
+
+#include "base/once_callback.h"
+#include "core/dispatch_queue.h"
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
+
+namespace movra::media {
+
+void UnavailableScreenSharing::StartDesktopCapture(const video::DesktopScreenParams& params) {
+  ReportUnavailable(static_cast<long>(params.source_id.value_or(0)));
+}
+
+void UnavailableScreenSharing::StartMobileCapture(const video::MobileScreenParams& /*params*/) {
+  ReportUnavailable(0);
+}
+
+// Posted, so that the start has returned before its answer comes.
+void UnavailableScreenSharing::ReportUnavailable(long source) {
+  constexpr int kWarning = movra_logging::kLogLevelWarning;
+  if (!is_reported_ && movra_logging::ShouldCreateLogMessage(kWarning)) {
+    LogStream("media/screen/unavailable_screen_sharing", __LINE__, __func__, kWarning, nullptr)
+        << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " "
+        << "Screen sharing is not available yet";
+  }
+  is_reported_ = true;
+  core::GetMainQueue()->Post(movra_base::BindOnce(&Client::OnScreenSharingError, client_, source,
+                                                  video::VideoScreenSharingError::kUnavailable));
+}
+
+}  // namespace movra::media

@@ -1,0 +1,101 @@
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "core/run_loop.h"
+#include "gmock/gmock.h"
+#include "gtest/gtest.h"
+#include "logging/recording_sink_for_test.h"
+#include "video/screen_sharing.h"
+
+namespace movra::media {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using video::VideoScreenSharingError;
+
+class Client final : public video::IScreenSharing::Client {
+ public:
+  void OnScreenSharingError(long source, VideoScreenSharingError error) override {
+    errors.emplace_back(source, error);
+  }
+  void OnScreenSharingStarted(long) override { ++others; }
+  void OnScreenSharingStopped(long, video::VideoScreenSharingStoppedReason) override { ++others; }
+  void OnScreenSharingPaused(long, video::VideoScreenSharingPausedReason) override { ++others; }
+  void OnScreenSharingResumed(long, video::VideoScreenSharingResumedReason) override { ++others; }
+  void OnScreenSharingFirstFrame(long, long long) override { ++others; }
+  void OnWindowCovered(long) override { ++others; }
+  void OnScreenSharingWindowSizeChanged(long, const video::Size&) override { ++others; }
+  void OnCapturerModeChange(long, video::CapturerMode, video::CapturerMode) override { ++others; }
+
+  std::vector<std::pair<long, VideoScreenSharingError>> errors;
+  int others = 0;
+};
+
+class UnavailableScreenSharingTest : public ::testing::Test {
+ protected:
+  UnavailableScreenSharingTest() { core::SetMainQueue(main_); }
+  ~UnavailableScreenSharingTest() override { core::SetMainQueue(nullptr); }
+
+  std::shared_ptr<core::RunLoop> main_ = std::make_shared<core::RunLoop>();
+  std::shared_ptr<Client> client_ = std::make_shared<Client>();
+  std::shared_ptr<video::IScreenSharing> sharing_ =
+      video::IScreenSharing::Create(video::VideoContext(InstanceTrace(3), "[main]"));
+};
+
+TEST_F(UnavailableScreenSharingTest, EachStartIsAnsweredOnTheMainQueueByTheError) {
+  sharing_->SetClient(client_);
+  video::DesktopScreenParams params;
+  params.source_id = 42;
+  sharing_->StartDesktopCapture(params);
+  sharing_->StartMobileCapture({});
+  EXPECT_THAT(client_->errors, IsEmpty());
+  main_->RunUntilIdle();
+  EXPECT_THAT(client_->errors, ElementsAre(Pair(42, VideoScreenSharingError::kUnavailable),
+                                           Pair(0, VideoScreenSharingError::kUnavailable)));
+  EXPECT_EQ(client_->others, 0);
+}
+
+TEST_F(UnavailableScreenSharingTest, ItSaysSoOnceInTheLog) {
+  movra_logging::RecordingSink log;
+  sharing_->StartDesktopCapture({});
+  sharing_->StartDesktopCapture({});
+  EXPECT_THAT(log.texts(), ElementsAre("[trace:3][main] Screen sharing is not available yet"));
+}
+
+TEST_F(UnavailableScreenSharingTest, TheClientIsHeldWeaklyAndMayBeMissing) {
+  sharing_->StartDesktopCapture({});
+  sharing_->SetClient(client_);
+  EXPECT_EQ(client_.use_count(), 1);
+  sharing_->StartDesktopCapture({});
+  client_.reset();
+  sharing_.reset();
+  main_->RunUntilIdle();
+}
+
+TEST_F(UnavailableScreenSharingTest, EverythingElseIsSafeAndChangesNothing) {
+  sharing_->SetClient(client_);
+  sharing_->AddOutputWriter(nullptr);
+  sharing_->RemoveOutputWriter(nullptr);
+  sharing_->UpdateDesktopScreenParams({});
+  sharing_->UpdateMobileScreenParams({});
+  sharing_->Pause();
+  sharing_->Resume();
+  sharing_->Stop();
+  sharing_->AddExcludedShareWindow(1);
+  sharing_->RemoveExcludedShareWindow(1);
+  sharing_->RemoveAllExcludedShareWindow();
+  sharing_->AddIncludedShareWindow(1);
+  sharing_->RemoveIncludedShareWindow(1);
+  sharing_->RemoveAllIncludedShareWindow();
+  main_->RunUntilIdle();
+  EXPECT_EQ(sharing_->GetCaptureStat(), 0U);
+  EXPECT_THAT(client_->errors, IsEmpty());
+  EXPECT_EQ(client_->others, 0);
+  EXPECT_THAT(video::IScreenSharing::GetSourceList({320, 180}, {32, 32}), IsEmpty());
+}
+
+}  // namespace
+}  // namespace movra::media
