@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <vector>
 
@@ -20,7 +23,7 @@ std::vector<std::uint8_t> RandomBytes(unsigned seed, std::size_t count) {
 }
 
 TEST(RandomPlay, TheProducerDoesWhatItsModelSays) {
-  constexpr unsigned kShortPlays = 400;
+  constexpr unsigned kShortPlays = 250;
   for (unsigned seed = 1; seed <= kShortPlays; ++seed) {
     const PlayResult result = Play(RandomBytes(seed, 20 + seed % 180));
     ASSERT_EQ(result.failure, "") << "seed " << seed;
@@ -33,6 +36,17 @@ TEST(RandomPlay, TheProducerStillDoesAfterManySteps) {
     ASSERT_EQ(result.failure, "") << "seed " << seed;
     EXPECT_GT(result.steps, 1500U);
   }
+}
+
+TEST(RandomPlay, WhatTheFuzzerFoundIsPlayed) {
+  std::size_t plays = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(MOVRA_CORPUS)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
+    ASSERT_EQ(Play(bytes).failure, "") << entry.path();
+    ++plays;
+  }
+  EXPECT_GE(plays, 40U);
 }
 
 TEST(RandomPlay, EveryStepIsTaken) {
