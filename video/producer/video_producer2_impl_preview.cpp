@@ -33,7 +33,7 @@ void VideoProducer2Impl::SetRenderView(std::shared_ptr<ObjcWrapper<NSView>> view
 void VideoProducer2Impl::StartLocalRender(std::shared_ptr<ObjcWrapper<NSView>> view) {
   local_renderer_ = CreateRenderer(local_render_track_);
   if (!local_renderer_) return;
-  local_renderer_->SetInputTrack(local_render_track_->GetReader());
+  if (local_render_track_) local_renderer_->SetInputTrack(local_render_track_->GetReader());
   local_renderer_->SetView(std::move(view));
   // What lives in the preprocessor (mirror, rotation, adaptive mode) outlives the renderer; what
   // belongs to a view is applied to each new one.
@@ -79,7 +79,7 @@ void VideoProducer2Impl::StartCustomRender(PixelFormat format, BufferType type,
   if (!custom_renderer_) return;
   custom_renderer_->ResetRenderState();
   custom_renderer_->SetCustomRenderOutput(format, type, std::move(writer));
-  custom_renderer_->SetInputTrack(custom_render_track_->GetReader());
+  if (custom_render_track_) custom_renderer_->SetInputTrack(custom_render_track_->GetReader());
   // Wanted: no background colour, for there is no view behind the frames.
   if (fill_mode_.has_value()) custom_renderer_->SetFillMode(fill_mode_.value());
   custom_renderer_->Start();
