@@ -3,14 +3,19 @@
 #include <string_view>
 
 #include "media/camera/camera_service_impl.h"
+#include "media/camera/file_camera.h"
 #include "media/camera/test_camera.h"
 
 namespace movra::media {
 
 std::unique_ptr<CameraSource> MakeCameraSource(const std::string& camera_id,
-                                               const video::PlaybackParams& /*playback*/) {
+                                               const video::PlaybackParams& playback) {
   const std::string_view id = camera_id;
   if (id.starts_with("test:")) return std::make_unique<TestCamera>(camera_id);
+  constexpr std::string_view kFile = "file:";
+  if (id.starts_with(kFile)) {
+    return MakeFileCamera(camera_id.substr(kFile.size()), playback);
+  }
   return nullptr;
 }
 

@@ -52,12 +52,14 @@ Geometry MakeGeometry(Size size, double cell_width, double cell_height) {
   return {size.width / 2.0, size.height / 2.0, cell_width, cell_height};
 }
 
+int ToPixel(double position) { return static_cast<int>(std::lround(position)); }
+
 void FillCells(std::uint8_t* luma, int stride, const Geometry& at, double left, double top,
                double right, double bottom, std::uint8_t value) {
-  const int x0 = static_cast<int>(std::lround(at.X(left)));
-  const int x1 = static_cast<int>(std::lround(at.X(right)));
-  const int y1 = static_cast<int>(std::lround(at.Y(bottom)));
-  for (int y = static_cast<int>(std::lround(at.Y(top))); y < y1; ++y) {
+  const int x0 = ToPixel(at.X(left));
+  const int x1 = ToPixel(at.X(right));
+  const int y1 = ToPixel(at.Y(bottom));
+  for (int y = ToPixel(at.Y(top)); y < y1; ++y) {
     std::memset(luma + std::ptrdiff_t{y} * stride + x0, value, static_cast<std::size_t>(x1 - x0));
   }
 }
@@ -157,6 +159,18 @@ void PaintFrameMarker(std::uint8_t* luma, int stride, Size size, std::uint32_t n
     const int row = i / kColumns;
     FillCells(luma, stride, at, column, row, column + 1, row + 1, kBlack);
   }
+}
+
+video::Region FrameMarkerRegion(Size size) {
+  const int short_side = std::min(size.width, size.height);
+  if (short_side < kMinShortSide) return {};
+  const double cell = short_side / kCellsPerShortSide;
+  const Geometry at = MakeGeometry(size, cell, cell);
+  const int left = ToPixel(at.X(-kFrameWidth)) / 2 * 2;
+  const int top = ToPixel(at.Y(-kFrameWidth)) / 2 * 2;
+  const int right = (ToPixel(at.X(kColumns + kFrameWidth)) + 1) / 2 * 2;
+  const int bottom = (ToPixel(at.Y(kRows + kFrameWidth)) + 1) / 2 * 2;
+  return {left, top, right - left, bottom - top};
 }
 
 std::optional<std::uint32_t> ReadFrameMarker(const std::uint8_t* luma, int stride, Size size) {

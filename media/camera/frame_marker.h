@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "video/capture_params.h"
 #include "video/pixel_frame.h"
 #include "video/size.h"
 
@@ -31,6 +32,9 @@ inline constexpr std::uint32_t kFrameMarkerPeriod = 1u << 24;
 // Paints `number` modulo the period into 8-bit luma samples. `stride` is in bytes. Pictures with a
 // side below 32 pixels are left as they are: no cell of theirs could be told from its neighbours.
 void PaintFrameMarker(std::uint8_t* luma, int stride, video::Size size, std::uint32_t number);
+
+// The part of the picture that the marker covers, grown to even pixels; empty where it is left out.
+[[nodiscard]] video::Region FrameMarkerRegion(video::Size size);
 
 // The number painted into a picture, or nothing if there is none whose checksum holds. The picture
 // must be upright and not mirrored.

@@ -117,6 +117,29 @@ TEST(FrameMarker, StaysInsideThePicture) {
   EXPECT_EQ(ReadFrameMarker(guarded.data(), 400, size), 9u);
 }
 
+TEST(FrameMarker, CoversItsRegionAndNothingElse) {
+  for (const Size size : {Size{320, 180}, Size{34, 62}, Size{1280, 720}}) {
+    Luma luma(size);
+    PaintFrameMarker(luma.samples.data(), size.width, size, 3);
+    int left = size.width, top = size.height, right = 0, bottom = 0;
+    for (int y = 0; y < size.height; ++y) {
+      for (int x = 0; x < size.width; ++x) {
+        if (luma.At(x, y) == 0) continue;
+        left = std::min(left, x);
+        right = std::max(right, x + 1);
+        top = std::min(top, y);
+        bottom = std::max(bottom, y + 1);
+      }
+    }
+    const video::Region region = FrameMarkerRegion(size);
+    EXPECT_EQ(region.x, left / 2 * 2);
+    EXPECT_EQ(region.y, top / 2 * 2);
+    EXPECT_EQ(region.x + region.width, (right + 1) / 2 * 2);
+    EXPECT_EQ(region.y + region.height, (bottom + 1) / 2 * 2);
+  }
+  EXPECT_EQ(FrameMarkerRegion({64, 16}), video::Region());
+}
+
 TEST(FrameMarker, SurvivesScalingToTheSmallStream) {
   for (const std::uint32_t number : kNumbers) {
     Luma source = Painted({1280, 720}, number);

@@ -45,6 +45,14 @@ void FillRows(std::uint8_t* plane, int stride, int left, int top, int right, int
   }
 }
 
+// Takes the colour from a part of an I420 picture; left and top are even.
+void FillGrey(WritableFrame& frame, int left, int top, int right, int bottom) {
+  for (const std::size_t plane : {1, 2}) {
+    FillRows(frame.plane(plane), frame.stride(plane), left / 2, top / 2, (right + 1) / 2,
+             (bottom + 1) / 2, 128);
+  }
+}
+
 void CopyPlane(const std::vector<std::uint8_t>& source, int source_stride, int offset,
                std::uint8_t* target, int target_stride, int width, int height) {
   const std::uint8_t* row = source.data() + offset;
@@ -115,6 +123,8 @@ video::PixelFrame TestPicture::Draw(std::uint64_t number, nanoseconds time, Fram
   DrawDisc(frame, time);
   DrawFigures(frame, number, time);
   PaintFrameMarker(frame.plane(0), frame.stride(0), size_, static_cast<std::uint32_t>(number));
+  const video::Region marker = FrameMarkerRegion(size_);
+  FillGrey(frame, marker.x, marker.y, marker.x + marker.width, marker.y + marker.height);
   return std::move(frame).Finish();
 }
 
@@ -148,10 +158,7 @@ void TestPicture::DrawFigures(WritableFrame& frame, std::uint64_t number, nanose
   if (top < 0) return;
   text_.Draw(frame.plane(0), frame.stride(0), size_, left, top,
              {text.data(), static_cast<std::size_t>(length)});
-  for (const std::size_t plane : {1, 2}) {
-    FillRows(frame.plane(plane), frame.stride(plane), left / 2, top / 2, (left + width) / 2,
-             (top + glyph.height + 1) / 2, 128);
-  }
+  FillGrey(frame, left, top, left + width, top + glyph.height);
 }
 
 }  // namespace movra::media

@@ -1,0 +1,86 @@
+#include "media/camera/clip_for_test.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "media/camera/test_picture.h"
+#include "media/frame/frame_layout.h"
+
+namespace movra::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+void WriteFrame(std::FILE* out, const video::PixelFrame& frame) {
+  std::fputs("FRAME\n", out);
+  const video::PixelFrameInfo& info = frame.info();
+  for (std::size_t i = 0; i < PlaneCount(info.format); ++i) {
+    const PlaneLayout layout = LayoutOf(info.format, info.size, i);
+    for (int y = 0; y < layout.samples.height; ++y) {
+      std::fwrite(info.planes[i].data + std::ptrdiff_t{y} * info.planes[i].stride, 1,
+                  layout.row_bytes(), out);
+    }
+  }
+}
+
+}  // namespace
+
+ClipDirectory::ClipDirectory() {
+  std::string pattern = (fs::temp_directory_path() / "movra-clips-XXXXXX").string();
+  directory_ = mkdtemp(pattern.data());
+}
+
+ClipDirectory::~ClipDirectory() { fs::remove_all(directory_); }
+
+std::string ClipDirectory::Path(const std::string& name) const {
+  return (directory_ / name).string();
+}
+
+std::string ClipDirectory::Make(const std::string& name, const std::string& arguments, int frames,
+                                video::Size size) const {
+  const std::string command = "cd '" + directory_.string() +
+                              "' && ffmpeg -v error -y -f yuv4mpegpipe -i - " + arguments + " '" +
+                              name + "'";
+  std::FILE* const pipe = popen(command.c_str(), "w");
+  if (pipe == nullptr) throw std::runtime_error("no pipe to ffmpeg");
+  std::fprintf(pipe, "YUV4MPEG2 W%d H%d F30:1 Ip A1:1 C420mpeg2\n", size.width, size.height);
+  const TestPicture picture(size);
+  FramePool pool;
+  for (int i = 0; i < frames; ++i) {
+    const std::chrono::nanoseconds time(std::int64_t{i} * 1'000'000'000 / 30);
+    WriteFrame(pipe, picture.Draw(static_cast<std::uint64_t>(i), time, pool));
+  }
+  if (pclose(pipe) != 0) throw std::runtime_error("failed: " + command);
+  return Path(name);
+}
+
+std::string ClipDirectory::MakeTurned(const std::string& name, int frames, video::Size size) const {
+  Make("lying-" + name, "-c:v libx264 -preset veryfast -crf 20 -vf transpose=cclock", frames, size);
+  // The option counts counter-clockwise: this asks for a quarter turn clockwise.
+  RunFfmpeg("-i 'lying-" + name + "' -c copy -metadata:s:v rotate=270 '" + name + "'");
+  return Path(name);
+}
+
+void ClipDirectory::RunFfmpeg(const std::string& arguments) const {
+  const std::string command =
+      "cd '" + directory_.string() + "' && ffmpeg -v error -nostdin -y " + arguments;
+  if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
+}
+
+std::string ClipDirectory::MakeTruncated(const std::string& source, const std::string& name,
+                                         double share) const {
+  const auto bytes = static_cast<double>(fs::file_size(source)) * share;
+  fs::copy_file(source, Path(name));
+  fs::resize_file(Path(name), static_cast<std::uintmax_t>(bytes));
+  return Path(name);
+}
+
+std::string ClipDirectory::MakeText(const std::string& name, const std::string& text) const {
+  std::ofstream(Path(name)) << text;
+  return Path(name);
+}
+
+}  // namespace movra::media

@@ -1,0 +1,45 @@
+#ifndef MOVRA_MEDIA_CAMERA_CLIP_FOR_TEST_H_
+#define MOVRA_MEDIA_CAMERA_CLIP_FOR_TEST_H_
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+#include "video/size.h"
+
+namespace movra::media {
+
+// A directory of video files that the `ffmpeg` command line makes; it goes with the object.
+class ClipDirectory {
+ public:
+  ClipDirectory();
+  ~ClipDirectory();
+  ClipDirectory(const ClipDirectory&) = delete;
+  ClipDirectory& operator=(const ClipDirectory&) = delete;
+
+  [[nodiscard]] std::string Path(const std::string& name) const;
+
+  // Encodes `frames` test pictures, 30 a second and with the markers 0, 1, 2 ..., by
+  // `ffmpeg -i PICTURES arguments NAME`, and returns the path. Throws if that fails.
+  std::string Make(const std::string& name, const std::string& arguments, int frames = 10,
+                   video::Size size = {320, 180}) const;
+
+  // A clip whose pictures are stored lying on their left side and say that they are to be turned.
+  std::string MakeTurned(const std::string& name, int frames = 10,
+                         video::Size size = {320, 180}) const;
+
+  // Runs `ffmpeg arguments` in the directory. Throws if that fails.
+  void RunFfmpeg(const std::string& arguments) const;
+
+  // A copy of the first bytes of a file.
+  std::string MakeTruncated(const std::string& source, const std::string& name, double share) const;
+
+  std::string MakeText(const std::string& name, const std::string& text) const;
+
+ private:
+  std::filesystem::path directory_;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_CAMERA_CLIP_FOR_TEST_H_

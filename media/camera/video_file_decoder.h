@@ -1,0 +1,106 @@
+#ifndef MOVRA_MEDIA_CAMERA_VIDEO_FILE_DECODER_H_
+#define MOVRA_MEDIA_CAMERA_VIDEO_FILE_DECODER_H_
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "media/camera/av_frame_wrapper.h"
+#include "media/camera/camera_source.h"
+#include "media/ffmpeg/ffmpeg_ptr.h"
+#include "video/camera_service.h"
+
+struct AVStream;
+
+namespace movra::media {
+
+// Reads the video of a file, frame by frame:
+//
+//   VideoFileDecoder decoder;
+//   video::CameraInfo info = decoder.Open("clip.mp4");
+//   if (info.error_code != 0) ...info.error_text...
+//   for (SourceItem item = decoder.Next(); ...; item = decoder.Next())
+//
+// Every frame is delivered in the order of its showing, with its time stamp to the nanosecond,
+// counted from the first frame that could be decoded; time stamps always grow. Frames are as they
+// are stored: the rotation is in their description, and SourceFrame::upright_size says what pixels
+// that are not square make of the size. A file may change its size on the way.
+//
+// Damage: what cannot be decoded, or only with made-up parts, is left out, counted, and leaves a
+// gap in the sequence numbers; decoding goes on behind it. The end says how much there was, and its
+// error code is CameraError::kBrokenOff when the file ends before its video does, kNothingDecoded
+// when there was none to be had.
+//
+// One thread at a time, Interrupt apart. The frames may outlive the decoder.
+class VideoFileDecoder {
+ public:
+  // More threads decode faster and cost more CPU time, memory and delay; 0 means one for each core.
+  explicit VideoFileDecoder(int threads = 1) : threads_(threads) {}
+
+  // Once. Errors are CameraError values with a text that names the file.
+  [[nodiscard]] video::CameraInfo Open(const std::string& path);
+
+  // The next frame or the end, after which it is not called again unless Rewind succeeded. Nothing
+  // when it was interrupted.
+  [[nodiscard]] SourceItem Next();
+
+  // Goes back to the first frame. Time stamps and sequence numbers go on: the frames that follow
+  // are stamped as if the file were stored twice. False if it cannot go back, or had no frame to
+  // show.
+  [[nodiscard]] bool Rewind();
+
+  // Makes Open and Next give up soon. Any thread.
+  void Interrupt() { interrupted_ = true; }
+
+ private:
+  static int IsInterrupted(void* decoder);
+
+  // These answer 0 or FFmpeg's error.
+  int OpenContainer(const std::string& path);
+  int OpenDecoder();
+  [[nodiscard]] video::CameraInfo Describe() const;
+
+  void FeedDecoder();
+  // Notes how far the file reaches.
+  void TrackPacket();
+  [[nodiscard]] bool EndsEarly() const;
+  // Stamps and wraps a decoded frame; nothing if it cannot be converted.
+  [[nodiscard]] std::optional<SourceFrame> Deliver(AvFramePtr frame);
+  [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
+  [[nodiscard]] video::StreamEnd End() const;
+  [[nodiscard]] std::chrono::nanoseconds FrameDuration(const AVFrame& frame) const;
+  void CountDamage();
+
+  const int threads_;
+  std::atomic<bool> interrupted_ = false;
+  std::string path_;
+  AvInputPtr container_;
+  AvCodecContextPtr codec_;
+  AvPacketPtr packet_;
+  AvFrameWrapper wrapper_;
+  AVStream* stream_ = nullptr;  // The container's.
+  video::VideoRotation rotation_ = video::VideoRotation::k0;
+
+  std::uint64_t next_sequence_ = 0;
+  std::uint64_t damaged_frames_ = 0;
+  std::uint64_t delivered_ = 0;
+  bool broken_off_ = false;
+
+  // Stream times of the packets of the first pass, in the stream's unit.
+  std::optional<std::int64_t> first_packet_dts_;
+  std::optional<std::int64_t> earliest_pts_;
+  std::int64_t latest_pts_end_ = 0;
+  bool last_packet_incomplete_ = false;
+
+  // Of this pass through the file: its place on the time line, and the stream time it begins at.
+  std::chrono::nanoseconds pass_start_{0};
+  std::optional<std::int64_t> first_pts_;
+  std::chrono::nanoseconds last_timestamp_{-1};
+  std::chrono::nanoseconds last_duration_{0};
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_CAMERA_VIDEO_FILE_DECODER_H_
