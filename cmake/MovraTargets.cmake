@@ -38,3 +38,27 @@ function(movra_test name)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()
+
+# movra_must_not_compile(FOLDER)
+#   For each source of the folder two CTest tests: that it does not compile with MOVRA_MISUSE, and
+#   that its twin without it does. The misuse is tried only where the twin passed, so it cannot fail
+#   for another reason than the lines that differ.
+function(movra_must_not_compile folder)
+  if(NOT MOVRA_TESTS)
+    return()
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+  separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_FLAGS}")
+  set(compile ${CMAKE_CXX_COMPILER} ${flags} ${CMAKE_CXX20_STANDARD_COMPILE_OPTION} -fsyntax-only
+              -I${PROJECT_SOURCE_DIR})
+  foreach(source IN LISTS sources)
+    cmake_path(GET source STEM name)
+    set(twin ${folder}.${name}.TwinCompiles)
+    set(misuse ${folder}.${name}.MisuseDoesNot)
+    add_test(NAME ${twin} COMMAND ${compile} -Wall -Wextra -Wshadow -Wconversion -Werror ${source})
+    add_test(NAME ${misuse} COMMAND ${compile} -DMOVRA_MISUSE ${source})
+    set_tests_properties(${twin} PROPERTIES FIXTURES_SETUP ${twin})
+    set_tests_properties(${misuse} PROPERTIES FIXTURES_REQUIRED ${twin} WILL_FAIL ON)
+    set_tests_properties(${twin} ${misuse} PROPERTIES LABELS unit TIMEOUT 120)
+  endforeach()
+endfunction()
