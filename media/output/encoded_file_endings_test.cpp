@@ -1,0 +1,293 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "media/ffmpeg/decode_for_test.h"
+#include "media/output/encoded_file_writer.h"
+#include "media/output/output_for_test.h"
+
+// How writing is refused, breaks off or is cut short.
+
+namespace movra::media {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using video::StreamEnd;
+
+class EncodedFileEndingsTest : public ::testing::Test {
+ protected:
+  // The program's business; without it a closed pipe ends the process.
+  EncodedFileEndingsTest() { signal(SIGPIPE, SIG_IGN); }
+
+  std::shared_ptr<EncodedFileWriter> Create(const std::string& path,
+                                            ContainerFormat format = ContainerFormat::kMp4,
+                                            bool overwrite = false) {
+    EncodedFileWriterOptions options;
+    options.path = path;
+    options.format = format;
+    options.overwrite = overwrite;
+    options.on_error = [this](const WriteError& error) { errors_.push_back(error); };
+    options.on_end = [this](const StreamEnd& /*end*/) { ++ends_; };
+    return EncodedFileWriter::Create(options, &refusal_);
+  }
+
+  // A named pipe, and its reading end, which does not block.
+  std::string MakePipe(int& reader) {
+    const std::string path = directory_.Path("pipe");
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_GE(reader, 0);
+    return path;
+  }
+
+  const TemporaryDirectory directory_;
+  std::string refusal_;
+  std::vector<WriteError> errors_;
+  int ends_ = 0;
+};
+
+TEST_F(EncodedFileEndingsTest, AnExistingFileIsRefusedAndLeftAlone) {
+  const std::string path = directory_.Path("a.mp4");
+  std::ofstream(path) << "precious";
+  EXPECT_EQ(Create(path), nullptr);
+  EXPECT_THAT(refusal_, AllOf(HasSubstr(path), HasSubstr("exists already")));
+  EXPECT_EQ(ReadWholeFile(path), "precious");
+}
+
+TEST_F(EncodedFileEndingsTest, AnExistingFileIsReplacedOnRequestAndNotBeforeTheFirstFrame) {
+  const std::string path = directory_.Path("a.h264");
+  std::ofstream(path) << std::string(100'000, 'x');
+  {
+    const auto unused = Create(path, ContainerFormat::kAnnexB, true);
+    ASSERT_NE(unused, nullptr);
+  }
+  EXPECT_EQ(ReadWholeFile(path).size(), 100'000U);
+  const auto writer = Create(path, ContainerFormat::kAnnexB, true);
+  ASSERT_NE(writer, nullptr);
+  SampleStream stream;
+  stream.WriteMany(*writer, 2);
+  writer->Close();
+  EXPECT_EQ(ReadWholeFile(path).size(), writer->bytes_written());
+  EXPECT_THAT(DecodeFile(path).pictures, SizeIs(2));
+}
+
+TEST_F(EncodedFileEndingsTest, PathsThatCannotBeWrittenAreRefusedByName) {
+  const std::vector<std::pair<std::string, std::string>> cases{
+      {directory_.Path("missing/a.mp4"), "No such file or directory"},
+      {directory_.Path(""), "Is a directory"},
+      {"/proc/a.mp4", "No such file or directory"},
+      {directory_.Path(std::string(300, 'n')), "File name too long"},
+      {"", "No such file or directory"},
+  };
+  for (const auto& [path, reason] : cases) {
+    EXPECT_EQ(Create(path), nullptr) << path;
+    EXPECT_THAT(refusal_, AllOf(HasSubstr(path), HasSubstr(reason)));
+  }
+}
+
+TEST_F(EncodedFileEndingsTest, ADirectoryWithoutWritePermissionIsRefused) {
+  if (geteuid() == 0) GTEST_SKIP() << "root may write everywhere";
+  const std::string locked = directory_.Path("locked");
+  ASSERT_EQ(mkdir(locked.c_str(), 0500), 0);
+  EXPECT_EQ(Create(locked + "/a.mp4"), nullptr);
+  EXPECT_THAT(refusal_, HasSubstr("Permission denied"));
+}
+
+TEST_F(EncodedFileEndingsTest, APipeThatNobodyReadsIsRefusedInsteadOfWaitedFor) {
+  const std::string path = directory_.Path("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(Create(path), nullptr);
+  EXPECT_THAT(refusal_, HasSubstr(path));
+}
+
+TEST_F(EncodedFileEndingsTest, WithoutAFrameNoFileIsLeftBehind) {
+  for (const bool with_end : {true, false}) {
+    const std::string path = directory_.Path("a.mp4");
+    const auto writer = Create(path);
+    ASSERT_NE(writer, nullptr);
+    EXPECT_TRUE(std::filesystem::exists(path));
+    if (with_end) writer->WriteEnd(StreamEnd());
+    writer->Close();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(writer->failed());
+  }
+  EXPECT_EQ(ends_, 1);
+  EXPECT_THAT(errors_, SizeIs(0));
+}
+
+TEST_F(EncodedFileEndingsTest, AnotherFileThatTookThePathIsNotRemoved) {
+  const std::string path = directory_.Path("a.mp4");
+  const auto writer = Create(path);
+  ASSERT_NE(writer, nullptr);
+  std::filesystem::remove(path);
+  std::ofstream(path) << "";
+  writer->Close();
+  EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST_F(EncodedFileEndingsTest, AKeyFrameWithoutParameterSetsIsAnErrorAndLeavesNoFile) {
+  const std::string path = directory_.Path("a.mp4");
+  const auto writer = Create(path);
+  const std::array<std::uint8_t, 6> data{0, 0, 0, 1, 0x65, 1};
+  video::EncodedFrame frame;
+  frame.data = data.data();
+  frame.size_bytes = data.size();
+  frame.key_frame = true;
+  writer->Write(frame);
+  writer->Write(frame);
+  ASSERT_THAT(errors_, SizeIs(1));
+  EXPECT_THAT(errors_[0].text, AllOf(HasSubstr(path), HasSubstr("parameter sets")));
+  EXPECT_TRUE(writer->failed());
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(EncodedFileEndingsTest, AFullDiskIsAnErrorOfItsOwnKindTheMomentItHappens) {
+  for (const auto format : {ContainerFormat::kMp4, ContainerFormat::kMkv, ContainerFormat::kMpegTs,
+                            ContainerFormat::kAnnexB}) {
+    errors_.clear();
+    ends_ = 0;
+    const auto writer = Create("/dev/full", format);
+    ASSERT_NE(writer, nullptr) << refusal_;
+    SampleStream stream;
+    stream.WriteMany(*writer, 5);
+    ASSERT_THAT(errors_, SizeIs(1));
+    EXPECT_EQ(errors_[0].kind, WriteErrorKind::kDiskFull);
+    EXPECT_THAT(errors_[0].text, AllOf(HasSubstr("/dev/full"), HasSubstr("No space left")));
+    EXPECT_TRUE(writer->failed());
+    EXPECT_EQ(writer->frames_written(), 0U);
+    // The stream's end still comes out.
+    writer->WriteEnd(StreamEnd());
+    EXPECT_EQ(ends_, 1);
+    EXPECT_THAT(errors_, SizeIs(1));
+  }
+}
+
+TEST_F(EncodedFileEndingsTest, AClosedPipeIsAnErrorOfItsOwnKind) {
+  for (const auto format : {ContainerFormat::kMp4, ContainerFormat::kMkv, ContainerFormat::kMpegTs,
+                            ContainerFormat::kAnnexB}) {
+    errors_.clear();
+    int reader = -1;
+    const std::string path = MakePipe(reader);
+    const auto writer = Create(path, format);
+    ASSERT_NE(writer, nullptr) << refusal_;
+    SampleStream stream;
+    stream.WriteMany(*writer, 3);
+    EXPECT_THAT(errors_, SizeIs(0));
+    close(reader);
+    stream.WriteMany(*writer, 30);
+    ASSERT_THAT(errors_, SizeIs(1));
+    EXPECT_EQ(errors_[0].kind, WriteErrorKind::kClosedPipe);
+    writer->Close();
+    std::filesystem::remove(path);
+  }
+}
+
+TEST_F(EncodedFileEndingsTest, CloseBreaksOffAWriteThatAPipesReaderBlocks) {
+  int reader = -1;
+  const std::string path = MakePipe(reader);
+  const auto writer = Create(path, ContainerFormat::kAnnexB);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  // One frame that is larger than any pipe.
+  std::vector<std::uint8_t> data{0, 0, 0, 1, 0x67, 1, 0, 0, 0, 1, 0x68, 1, 0, 0, 0, 1, 0x65};
+  data.resize(1 << 24, 0xAA);
+  std::thread encoder([&] {
+    video::EncodedFrame frame;
+    frame.data = data.data();
+    frame.size_bytes = data.size();
+    frame.key_frame = true;
+    writer->Write(frame);
+  });
+  const int room = fcntl(reader, F_GETPIPE_SZ);
+  int waiting = 0;
+  while (waiting < room) {
+    ASSERT_EQ(ioctl(reader, FIONREAD, &waiting), 0);
+    std::this_thread::yield();
+  }
+  writer->Close();
+  encoder.join();
+  EXPECT_TRUE(writer->failed());
+  // Whoever closes knows.
+  EXPECT_THAT(errors_, SizeIs(0));
+  close(reader);
+}
+
+TEST_F(EncodedFileEndingsTest, StandardOutputGetsAPlayableStream) {
+  const std::string path = directory_.Path("stdout.mp4");
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  std::fflush(stdout);
+  const int saved = dup(STDOUT_FILENO);
+  dup2(file, STDOUT_FILENO);
+  const auto writer = Create("-");
+  dup2(saved, STDOUT_FILENO);
+  close(saved);
+  close(file);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  SampleStream stream;
+  stream.WriteMany(*writer, 20);
+  writer->WriteEnd(StreamEnd());
+  EXPECT_THAT(errors_, SizeIs(0));
+  EXPECT_THAT(DecodeFile(path).pictures, SizeIs(20));
+}
+
+// The child writes frames, says so, and is killed while it waits for more.
+void WriteAndBeKilled(const std::string& path, ContainerFormat format, int frames) {
+  std::array<int, 2> ready{};
+  ASSERT_EQ(pipe(ready.data()), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    EncodedFileWriterOptions options;
+    options.path = path;
+    options.format = format;
+    const auto writer = EncodedFileWriter::Create(options, nullptr);
+    SampleStream stream;
+    stream.WriteMany(*writer, frames);
+    const char written = 'w';
+    if (write(ready[1], &written, 1) == 1) pause();
+    _exit(1);
+  }
+  char written = 0;
+  close(ready[1]);
+  EXPECT_EQ(read(ready[0], &written, 1), 1);
+  close(ready[0]);
+  kill(child, SIGKILL);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status));
+}
+
+TEST_F(EncodedFileEndingsTest, AKilledProcessLeavesAFileThatLacksAtMostHalfASecond) {
+  const std::vector<std::pair<std::string, ContainerFormat>> containers{
+      {"a.mp4", ContainerFormat::kMp4},
+      {"a.mkv", ContainerFormat::kMkv},
+      {"a.ts", ContainerFormat::kMpegTs},
+      {"a.h264", ContainerFormat::kAnnexB},
+  };
+  for (const auto& [name, format] : containers) {
+    // Counts that leave fragments of every length open.
+    for (const int frames : {16, 95, 103}) {
+      const std::string path = directory_.Path(std::to_string(frames) + name);
+      WriteAndBeKilled(path, format, frames);
+      const DecodedFile file = DecodeFile(path);
+      EXPECT_GE(file.pictures.size(), static_cast<std::size_t>(frames - 15)) << path;
+      EXPECT_LE(file.pictures.size(), static_cast<std::size_t>(frames)) << path;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace movra::media

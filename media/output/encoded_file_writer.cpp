@@ -1,0 +1,123 @@
+#include "media/output/encoded_file_writer.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "media/output/annex_b.h"
+
+namespace movra::media {
+
+using std::chrono::nanoseconds;
+using video::EncodedFrame;
+
+std::shared_ptr<EncodedFileWriter> EncodedFileWriter::Create(
+    const EncodedFileWriterOptions& options, std::string* error) {
+  std::string failure;
+  auto file = OutputFile::Open(options.path, options.overwrite, failure);
+  auto muxer = file == nullptr ? nullptr : MakeContainerMuxer(options.format, *file, failure);
+  if (muxer == nullptr) {
+    if (error != nullptr) *error = failure;
+    return nullptr;
+  }
+  return std::shared_ptr<EncodedFileWriter>(
+      new EncodedFileWriter(options, std::move(file), std::move(muxer)));
+}
+
+EncodedFileWriter::EncodedFileWriter(EncodedFileWriterOptions options,
+                                     std::unique_ptr<OutputFile> file,
+                                     std::unique_ptr<IContainerMuxer> muxer)
+    : options_(std::move(options)),
+      file_(std::move(file)),
+      origin_(options_.origin != nullptr ? options_.origin : std::make_shared<TimeOrigin>()),
+      muxer_(std::move(muxer)) {}
+
+EncodedFileWriter::~EncodedFileWriter() { Close(); }
+
+void EncodedFileWriter::Write(const EncodedFrame& frame) {
+  std::optional<WriteError> error;
+  {
+    const std::lock_guard lock(mutex_);
+    if (muxer_ == nullptr) return;
+    error = WriteFrame(frame);
+  }
+  if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
+}
+
+void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
+  std::optional<WriteError> error;
+  {
+    const std::lock_guard lock(mutex_);
+    error = Finish();
+  }
+  if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
+  if (!closed_ && options_.on_end) options_.on_end(end);
+}
+
+void EncodedFileWriter::Close() {
+  // First, because a blocked Write holds the lock.
+  closed_ = true;
+  file_->BreakOff();
+  const std::lock_guard lock(mutex_);
+  static_cast<void>(Finish());
+}
+
+nanoseconds EncodedFileWriter::duration() const { return nanoseconds(duration_ns_); }
+
+std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {
+  const std::span data(frame.data, frame.size_bytes);
+  if (!started_) {
+    // A decoder can only begin with a key frame.
+    if (!frame.key_frame) return std::nullopt;
+    MuxHeader header{frame.size, frame.color, ParameterSets(data)};
+    if (header.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
+    if (auto error = Check(muxer_->Start(header))) return error;
+  }
+  const nanoseconds time = FileTime(frame);
+  if (auto error = Check(muxer_->Write({data, time, frame.duration, frame.key_frame}))) {
+    return error;
+  }
+  duration_ns_ = (time + frame.duration - first_time_).count();
+  ++frames_written_;
+  return std::nullopt;
+}
+
+nanoseconds EncodedFileWriter::FileTime(const EncodedFrame& frame) {
+  nanoseconds time = origin_->Since(frame.timestamp) + shift_;
+  if (!std::exchange(started_, true)) {
+    // Older than another stream's first frame by the length of an encode at most.
+    time = std::max(time, nanoseconds(0));
+    first_time_ = time;
+  } else if (frame.timestamp < last_timestamp_) {
+    const nanoseconds next = last_time_ + last_duration_;
+    shift_ += next - time;
+    time = next;
+  }
+  time = std::max(time, last_time_);
+  last_timestamp_ = frame.timestamp;
+  last_time_ = time;
+  last_duration_ = frame.duration;
+  return time;
+}
+
+std::optional<WriteError> EncodedFileWriter::Finish() {
+  if (muxer_ == nullptr) return std::nullopt;
+  std::optional<WriteError> error;
+  if (started_) error = Check(muxer_->Finish());
+  muxer_.reset();
+  file_->Close();
+  return error;
+}
+
+std::optional<WriteError> EncodedFileWriter::Check(const std::string& muxer_error) {
+  if (muxer_error.empty()) return std::nullopt;
+  failed_ = true;
+  muxer_.reset();
+  // The file knows best what happened to it; its own words are lost on the way through a library.
+  WriteError error = file_->error().value_or(
+      WriteError{WriteErrorKind::kFailed, options_.path + ": " + muxer_error});
+  file_->Close();
+  return error;
+}
+
+}  // namespace movra::media

@@ -1,0 +1,114 @@
+#ifndef MOVRA_MEDIA_OUTPUT_ENCODED_FILE_WRITER_H_
+#define MOVRA_MEDIA_OUTPUT_ENCODED_FILE_WRITER_H_
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "media/output/container_format.h"
+#include "media/output/container_muxer.h"
+#include "media/output/output_file.h"
+#include "media/output/time_origin.h"
+#include "media/output/write_error.h"
+#include "video/pixel_frame.h"
+#include "video/video_frame_track.h"
+
+namespace movra::media {
+
+struct EncodedFileWriterOptions {
+  std::string path;  // "-" for standard output.
+  ContainerFormat format = ContainerFormat::kMp4;
+  bool overwrite = false;  // False: an existing file is refused.
+  // Shared by the streams of one run; null: the file's own first frame is its time 0.
+  std::shared_ptr<TimeOrigin> origin;
+  // Encoder thread, at most once: the file broke off; frames that follow are ignored.
+  std::function<void(const WriteError&)> on_error;
+  // Encoder thread: the stream's end has come and the file is finished, whole or broken off.
+  std::function<void(const video::StreamEnd&)> on_end;
+};
+
+// Writes one encoded stream into a file, a pipe or standard output.
+//
+//   std::string error;
+//   EncodedFileWriterOptions options;
+//   options.path = "big.mp4";
+//   const auto writer = EncodedFileWriter::Create(options, &error);
+//   producer->StartEncoder(type, params, writer);
+//   ...                                     // until on_end, or as long as one likes
+//   producer->StopEncoder(type, 1000);
+//   writer->Close();
+//
+// The file grows by a quarter of a second of media at most, so that a process that is killed leaves
+// a file that plays up to there. Its first frame is a key frame; those before one are left out.
+// Times are the source's, from the origin on, exact to the container's unit of 11 microseconds or
+// less; where a source's time jumps back, the file's goes on. A size that changes within the stream
+// is carried by its key frames. Nothing is left behind of a stream without a frame.
+//
+// A process that writes to pipes ignores SIGPIPE; then a closed pipe is an error like others.
+class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
+ public:
+  // Null, and for people what is wrong, if the path cannot be written or this build does not have
+  // the format.
+  [[nodiscard]] static std::shared_ptr<EncodedFileWriter> Create(
+      const EncodedFileWriterOptions& options, std::string* error);
+
+  // As Close.
+  ~EncodedFileWriter() override;
+
+  // IVideoFrameTrackWriter
+  void Write(const video::EncodedFrame& frame) override;
+  void WriteEnd(const video::StreamEnd& end) override;
+
+  // Finishes the file if its end has not come. Nothing more is written, and no callback begins any
+  // more; one that has may end. Breaks off a Write that is blocked by whoever should read a pipe.
+  // Any thread; again is harmless.
+  void Close();
+
+  // Any thread.
+  [[nodiscard]] std::uint64_t frames_written() const { return frames_written_; }
+  [[nodiscard]] std::uint64_t bytes_written() const { return file_->bytes_written(); }
+  // From the first frame to the end of the last one.
+  [[nodiscard]] std::chrono::nanoseconds duration() const;
+  [[nodiscard]] bool failed() const { return failed_; }
+  [[nodiscard]] const std::string& path() const { return options_.path; }
+
+ private:
+  EncodedFileWriter(EncodedFileWriterOptions options, std::unique_ptr<OutputFile> file,
+                    std::unique_ptr<IContainerMuxer> muxer);
+
+  // All with mutex_ held. Each returns the error that it met first.
+  std::optional<WriteError> WriteFrame(const video::EncodedFrame& frame);
+  std::optional<WriteError> Finish();
+  std::optional<WriteError> Check(const std::string& muxer_error);
+  // The frame's place in the file.
+  std::chrono::nanoseconds FileTime(const video::EncodedFrame& frame);
+
+  const EncodedFileWriterOptions options_;
+  const std::unique_ptr<OutputFile> file_;
+  const std::shared_ptr<TimeOrigin> origin_;
+
+  std::mutex mutex_;
+  // All guarded by mutex_. The muxer is released with the file's end.
+  std::unique_ptr<IContainerMuxer> muxer_;
+  bool started_ = false;
+  std::chrono::nanoseconds shift_{0};  // Of the source's time line, where it jumped back.
+  std::chrono::nanoseconds last_timestamp_{0};
+  std::chrono::nanoseconds last_time_{0};
+  std::chrono::nanoseconds last_duration_{0};
+  std::chrono::nanoseconds first_time_{0};
+
+  // Written under mutex_, read anywhere.
+  std::atomic<bool> closed_ = false;
+  std::atomic<bool> failed_ = false;
+  std::atomic<std::uint64_t> frames_written_ = 0;
+  std::atomic<std::int64_t> duration_ns_ = 0;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_OUTPUT_ENCODED_FILE_WRITER_H_

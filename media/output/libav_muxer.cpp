@@ -1,0 +1,264 @@
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "media/ffmpeg/ffmpeg_ptr.h"
+#include "media/output/container_muxer.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/mathematics.h>
+#include <libavutil/mem.h>
+#include <libavutil/opt.h>
+}
+
+namespace movra::media {
+namespace {
+
+using std::chrono::nanoseconds;
+
+constexpr int kIoBufferBytes = 1 << 16;
+constexpr AVRational kNanosecondBase{1, 1'000'000'000};
+constexpr AVRational kMpegBase{1, 90'000};
+
+// What a reader may have to wait for, and what a process that is killed may lose.
+constexpr nanoseconds kLongestFragment = std::chrono::milliseconds(250);
+
+// libavformat writes Matroska in milliseconds and offers no other unit. It gets times in units of
+// 10 microseconds instead, and the one number in the file that tells how long a unit is becomes
+// 10000 instead of 1000000 nanoseconds.
+constexpr AVRational kMatroskaBase{1, 100'000};
+constexpr std::array<std::uint8_t, 7> kMatroskaMillisecondScale{0x2A, 0xD7, 0xB1, 0x83,
+                                                                0x0F, 0x42, 0x40};
+constexpr std::array<std::uint8_t, 3> kMatroskaOurScale{0x00, 0x27, 0x10};
+// The element stands at the head of the file, before any picture.
+constexpr std::int64_t kMatroskaHeadBytes = 4096;
+
+struct AvIoDeleter {
+  void operator()(AVIOContext* context) const {
+    av_freep(&context->buffer);
+    avio_context_free(&context);
+  }
+};
+using AvIoPtr = std::unique_ptr<AVIOContext, AvIoDeleter>;
+
+class Options {
+ public:
+  Options() = default;
+  ~Options() { av_dict_free(&dictionary_); }
+  Options(const Options&) = delete;
+  Options& operator=(const Options&) = delete;
+
+  void Set(const char* name, const char* value) { av_dict_set(&dictionary_, name, value, 0); }
+  void SetNumber(const char* name, std::int64_t value) {
+    av_dict_set_int(&dictionary_, name, value, 0);
+  }
+  AVDictionary** get() { return &dictionary_; }
+
+ private:
+  AVDictionary* dictionary_ = nullptr;
+};
+
+const char* NameOf(ContainerFormat format) {
+  switch (format) {
+    case ContainerFormat::kMp4:
+      return "mp4";
+    case ContainerFormat::kMkv:
+      return "matroska";
+    case ContainerFormat::kMpegTs:
+      return "mpegts";
+    case ContainerFormat::kAnnexB:
+      break;
+  }
+  return "h264";
+}
+
+std::string Explain(const char* what, int error) {
+  return std::string("cannot ") + what + ": " + ErrorText(error);
+}
+
+class LibavMuxer final : public IContainerMuxer {
+ public:
+  LibavMuxer(ContainerFormat format, OutputFile& file) : format_(format), file_(file) {}
+
+  // IContainerMuxer
+  std::string Start(const MuxHeader& header) override;
+  std::string Write(const MuxPacket& packet) override;
+  std::string Finish() override;
+
+ private:
+  static int WriteBytes(void* self, std::uint8_t* data, int size);
+  static std::int64_t SeekTo(void* self, std::int64_t offset, int whence);
+
+  std::string AddStream(const MuxHeader& header);
+  std::string WriteHeader();
+  // Ends the fragment or cluster if the packet would make it too long.
+  int FlushIfFull(const MuxPacket& packet);
+  void PatchMatroskaScale(std::uint8_t* data, std::size_t size);
+  [[nodiscard]] std::int64_t ToUnits(nanoseconds time) const;
+
+  const ContainerFormat format_;
+  OutputFile& file_;
+  AvIoPtr io_;  // Outlives the context, which does not own it.
+  AvOutputPtr context_;
+  const AvPacketPtr packet_{av_packet_alloc()};
+  AVRational base_{1, 1};  // What a unit of a packet's times is.
+  std::int64_t position_ = 0;
+  bool matroska_scale_patched_ = false;
+  bool any_ = false;
+  nanoseconds fragment_start_{0};
+  std::int64_t last_units_ = 0;
+};
+
+std::string LibavMuxer::Start(const MuxHeader& header) {
+  AVFormatContext* context = nullptr;
+  const int result = avformat_alloc_output_context2(&context, nullptr, NameOf(format_), nullptr);
+  if (result < 0) return Explain("make the container", result);
+  context_.reset(context);
+  auto* const buffer = static_cast<std::uint8_t*>(av_malloc(kIoBufferBytes));
+  io_.reset(avio_alloc_context(buffer, kIoBufferBytes, 1, this, nullptr, &WriteBytes,
+                               file_.IsSeekable() ? &SeekTo : nullptr));
+  if (io_ == nullptr) return Explain("make the container", AVERROR(ENOMEM));
+  context_->pb = io_.get();
+  // Times are ours, also where a stream begins behind the common origin.
+  context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+  context_->flags |= AVFMT_FLAG_FLUSH_PACKETS | AVFMT_FLAG_CUSTOM_IO;
+  if (std::string error = AddStream(header); !error.empty()) return error;
+  return WriteHeader();
+}
+
+std::string LibavMuxer::AddStream(const MuxHeader& header) {
+  AVStream* const stream = avformat_new_stream(context_.get(), nullptr);
+  if (stream == nullptr) return Explain("add the stream", AVERROR(ENOMEM));
+  stream->time_base = kMpegBase;
+  stream->sample_aspect_ratio = {1, 1};
+  AVCodecParameters& parameters = *stream->codecpar;
+  parameters.codec_type = AVMEDIA_TYPE_VIDEO;
+  parameters.codec_id = AV_CODEC_ID_H264;
+  parameters.width = header.size.width;
+  parameters.height = header.size.height;
+  parameters.format = AV_PIX_FMT_YUV420P;
+  parameters.sample_aspect_ratio = {1, 1};
+  parameters.color_primaries = static_cast<AVColorPrimaries>(header.color.primaries);
+  parameters.color_trc = static_cast<AVColorTransferCharacteristic>(header.color.transfer);
+  parameters.color_space = static_cast<AVColorSpace>(header.color.matrix);
+  parameters.color_range = header.color.full_range ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  const std::size_t size = header.parameter_sets.size();
+  parameters.extradata =
+      static_cast<std::uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (parameters.extradata == nullptr) return Explain("add the stream", AVERROR(ENOMEM));
+  std::copy(header.parameter_sets.begin(), header.parameter_sets.end(), parameters.extradata);
+  parameters.extradata_size = static_cast<int>(size);
+  return {};
+}
+
+std::string LibavMuxer::WriteHeader() {
+  Options options;
+  if (format_ == ContainerFormat::kMp4) {
+    // The header first and complete; fragments end where Write says.
+    options.Set("movflags", "empty_moov+default_base_moof+frag_custom");
+    options.Set("use_editlist", "0");
+    options.SetNumber("video_track_timescale", kMpegBase.den);
+  } else if (format_ == ContainerFormat::kMkv) {
+    options.SetNumber("cluster_time_limit",
+                      av_rescale_q(kLongestFragment.count(), kNanosecondBase, kMatroskaBase));
+    // A checksum would be that of the number before it was changed.
+    options.Set("write_crc32", "0");
+  }
+  const int result = avformat_write_header(context_.get(), options.get());
+  if (result < 0) return Explain("write the header", result);
+  avio_flush(io_.get());
+  base_ = context_->streams[0]->time_base;
+  if (matroska_scale_patched_) base_ = kMatroskaBase;
+  return file_.error().has_value() ? "the file refused it" : "";
+}
+
+std::string LibavMuxer::Write(const MuxPacket& packet) {
+  int result = FlushIfFull(packet);
+  if (result >= 0) {
+    // Two pictures within one unit still need an order.
+    const std::int64_t units = ToUnits(packet.time);
+    last_units_ = any_ ? std::max(last_units_ + 1, units) : units;
+    any_ = true;
+    // Only read: a packet without a buffer of its own is copied where it has to last.
+    packet_->data = const_cast<std::uint8_t*>(packet.data.data());
+    packet_->size = static_cast<int>(packet.data.size());
+    packet_->pts = last_units_;
+    packet_->dts = last_units_;
+    packet_->duration = ToUnits(packet.duration);
+    packet_->flags = packet.key_frame ? AV_PKT_FLAG_KEY : 0;
+    packet_->stream_index = 0;
+    result = av_write_frame(context_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+  }
+  if (result < 0) return Explain("write a picture", result);
+  return file_.error().has_value() ? "the file refused it" : "";
+}
+
+int LibavMuxer::FlushIfFull(const MuxPacket& packet) {
+  const bool full = packet.time + packet.duration - fragment_start_ > kLongestFragment;
+  if (any_ && !full) return 0;
+  fragment_start_ = packet.time;
+  if (format_ != ContainerFormat::kMp4) return 0;
+  if (any_) {
+    const int result = av_write_frame(context_.get(), nullptr);
+    avio_flush(io_.get());
+    if (result < 0) return result;
+  }
+  // Asked for anew for each fragment: it begins at its first picture's own time rather than where
+  // the expected durations of those before it add up to.
+  return av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0);
+}
+
+std::string LibavMuxer::Finish() {
+  const int result = av_write_trailer(context_.get());
+  avio_flush(io_.get());
+  if (result < 0) return Explain("finish the file", result);
+  return file_.error().has_value() ? "the file refused it" : "";
+}
+
+int LibavMuxer::WriteBytes(void* self, std::uint8_t* data, int size) {
+  auto* const muxer = static_cast<LibavMuxer*>(self);
+  const auto bytes = static_cast<std::size_t>(size);
+  if (muxer->format_ == ContainerFormat::kMkv && muxer->position_ < kMatroskaHeadBytes) {
+    muxer->PatchMatroskaScale(data, bytes);
+  }
+  if (!muxer->file_.Write(data, bytes)) return AVERROR(EIO);
+  muxer->position_ += size;
+  return size;
+}
+
+std::int64_t LibavMuxer::SeekTo(void* self, std::int64_t offset, int whence) {
+  auto* const muxer = static_cast<LibavMuxer*>(self);
+  // Muxers seek absolutely; the size they may do without.
+  if (whence != SEEK_SET) return AVERROR(ENOSYS);
+  if (!muxer->file_.Seek(offset)) return AVERROR(EIO);
+  muxer->position_ = offset;
+  return offset;
+}
+
+void LibavMuxer::PatchMatroskaScale(std::uint8_t* data, std::size_t size) {
+  std::uint8_t* const end = data + size;
+  std::uint8_t* const found =
+      std::search(data, end, kMatroskaMillisecondScale.begin(), kMatroskaMillisecondScale.end());
+  if (found == end) return;
+  std::copy(kMatroskaOurScale.begin(), kMatroskaOurScale.end(),
+            found + kMatroskaMillisecondScale.size() - kMatroskaOurScale.size());
+  matroska_scale_patched_ = true;
+}
+
+std::int64_t LibavMuxer::ToUnits(nanoseconds time) const {
+  return av_rescale_q(time.count(), kNanosecondBase, base_);
+}
+
+}  // namespace
+
+std::unique_ptr<IContainerMuxer> MakeLibavMuxer(ContainerFormat format, OutputFile& file,
+                                                std::string& /*error*/) {
+  return std::make_unique<LibavMuxer>(format, file);
+}
+
+}  // namespace movra::media

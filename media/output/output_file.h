@@ -1,0 +1,73 @@
+#ifndef MOVRA_MEDIA_OUTPUT_OUTPUT_FILE_H_
+#define MOVRA_MEDIA_OUTPUT_OUTPUT_FILE_H_
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "media/output/write_error.h"
+
+namespace movra::media {
+
+// A file, a pipe or standard output that bytes go into, unbuffered, so that an error is known when
+// it happens and what was written survives the process.
+//
+// The file exists from Open on, which is what makes sure that it can be written, but nothing is
+// left behind of a run that wrote nothing: a file that Open made is removed again if it is still
+// empty, and one that it is to overwrite is not touched before the first byte.
+//
+// One thread at a time, except for what says otherwise.
+class OutputFile {
+ public:
+  // "-" is standard output. Null, and for people what was wrong, if the path cannot be written; a
+  // regular file that exists is one unless it may be overwritten.
+  [[nodiscard]] static std::unique_ptr<OutputFile> Open(const std::string& path, bool overwrite,
+                                                        std::string& error);
+
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  // Writes all of it; false on an error, after which nothing more is written.
+  [[nodiscard]] bool Write(const std::uint8_t* data, std::size_t size);
+  // Moves to a byte position from the start; only where IsSeekable.
+  [[nodiscard]] bool Seek(std::int64_t position);
+  [[nodiscard]] bool IsSeekable() const { return seekable_; }
+  // The reader of a pipe sees the end. Nothing is written any more.
+  void Close();
+
+  // Any thread. From now on a write does not wait for a reader that takes nothing.
+  void BreakOff();
+
+  [[nodiscard]] const std::optional<WriteError>& error() const { return error_; }
+
+  // Any thread. Bytes that were written again count once.
+  [[nodiscard]] std::uint64_t bytes_written() const { return bytes_written_; }
+
+ private:
+  OutputFile(std::string path, int fd, int wake_fd, bool made);
+
+  bool Fail(const char* what, int error_number);
+  // Waits until a part can be written without blocking; the size of that part, 0 after an error.
+  std::size_t WaitForReader(std::size_t size);
+  void RemoveIfEmpty() const;
+
+  const std::string path_;
+  int fd_;             // -1: closed.
+  const int wake_fd_;  // Readable when a wait is to be broken off. Open for as long as this is.
+  const bool made_;    // By Open.
+  bool regular_ = false;
+  bool seekable_ = false;
+  bool begun_ = false;
+  std::uint64_t position_ = 0;
+  std::optional<WriteError> error_;
+  std::atomic<bool> break_off_ = false;
+  std::atomic<std::uint64_t> bytes_written_ = 0;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_OUTPUT_OUTPUT_FILE_H_

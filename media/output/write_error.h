@@ -1,0 +1,24 @@
+#ifndef MOVRA_MEDIA_OUTPUT_WRITE_ERROR_H_
+#define MOVRA_MEDIA_OUTPUT_WRITE_ERROR_H_
+
+#include <cstdint>
+#include <string>
+
+namespace movra::media {
+
+enum class WriteErrorKind : std::int32_t {
+  kFailed = 0,      // As the text says.
+  kClosedPipe = 1,  // The reader of a pipe went away; to many programs that is no error.
+  kDiskFull = 2,
+  kInterrupted = 3,  // Closed while the reader of a pipe took nothing.
+};
+
+// Why an output broke off.
+struct WriteError {
+  WriteErrorKind kind = WriteErrorKind::kFailed;
+  std::string text;  // For people: "cannot write out/big.mp4: No space left on device".
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_OUTPUT_WRITE_ERROR_H_
