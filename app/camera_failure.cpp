@@ -1,0 +1,58 @@
+#include "app/camera_failure.h"
+
+#include "media/camera/camera_error.h"
+
+namespace movra::app {
+namespace {
+
+using media::CameraError;
+
+ExitCode StartCode(CameraError error) {
+  switch (error) {
+    case CameraError::kNoSuchCamera:
+      return ExitCode::kUnknownCamera;
+    case CameraError::kNoSuchFile:
+      return ExitCode::kNoSuchFile;
+    case CameraError::kNotAFile:
+    case CameraError::kNoPermission:
+      return ExitCode::kUnreadable;
+    case CameraError::kEmptyFile:
+      return ExitCode::kEmptyFile;
+    case CameraError::kNotAVideo:
+    case CameraError::kUnsupported:
+    case CameraError::kNothingDecoded:
+      return ExitCode::kNotAVideo;
+    case CameraError::kUnavailable:
+      return ExitCode::kNotBuilt;
+    default:
+      return ExitCode::kCaptureFailed;
+  }
+}
+
+std::string Reason(std::int32_t error_code, const std::string& text) {
+  return text.empty() ? media::CameraErrorToString(static_cast<CameraError>(error_code)) : text;
+}
+
+}  // namespace
+
+Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
+                           const std::string& text) {
+  const std::string reason = Reason(error_code, text);
+  // The camera's own sentence often names it already.
+  const bool names_it = reason.find(camera_id) != std::string::npos;
+  return {StartCode(static_cast<CameraError>(error_code)),
+          "--camera" + (names_it ? "" : " " + camera_id) + ": " + reason};
+}
+
+Failure CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
+                            const std::string& text, std::uint64_t damaged_frames) {
+  std::string what;
+  if (error_code != 0) what = " broke off: " + Reason(error_code, text);
+  if (damaged_frames > 0) {
+    what += (what.empty() ? ": " : "; ") + std::to_string(damaged_frames) +
+            (damaged_frames == 1 ? " frame" : " frames") + " could not be decoded whole";
+  }
+  return {ExitCode::kDamagedInput, camera_id + what + "; the rest is kept"};
+}
+
+}  // namespace movra::app

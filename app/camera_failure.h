@@ -1,0 +1,24 @@
+// What a camera's error means for the person who ran the program.
+
+#ifndef MOVRA_APP_CAMERA_FAILURE_H_
+#define MOVRA_APP_CAMERA_FAILURE_H_
+
+#include <cstdint>
+#include <string>
+
+#include "app/result.h"
+
+namespace movra::app {
+
+// A start that failed, or a source that could not even be described. `error_code` is a
+// media::CameraError; `text` is what the camera says of it, or empty.
+[[nodiscard]] Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
+                                         const std::string& text);
+
+// A source that broke off in the middle, or delivered frames that were not whole.
+[[nodiscard]] Failure CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
+                                          const std::string& text, std::uint64_t damaged_frames);
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_CAMERA_FAILURE_H_

@@ -1,0 +1,53 @@
+#include "app/camera_failure.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "media/camera/camera_error.h"
+
+namespace movra::app {
+namespace {
+
+using media::CameraError;
+using testing::HasSubstr;
+
+ExitCode StartCode(CameraError error) {
+  return CameraStartFailure("file:a.mp4", static_cast<std::int32_t>(error), "").code;
+}
+
+TEST(CameraFailure, EveryReasonThatAPersonCanMendHasItsCode) {
+  EXPECT_EQ(StartCode(CameraError::kNoSuchCamera), ExitCode::kUnknownCamera);
+  EXPECT_EQ(StartCode(CameraError::kNoSuchFile), ExitCode::kNoSuchFile);
+  EXPECT_EQ(StartCode(CameraError::kNotAFile), ExitCode::kUnreadable);
+  EXPECT_EQ(StartCode(CameraError::kNoPermission), ExitCode::kUnreadable);
+  EXPECT_EQ(StartCode(CameraError::kEmptyFile), ExitCode::kEmptyFile);
+  EXPECT_EQ(StartCode(CameraError::kNotAVideo), ExitCode::kNotAVideo);
+  EXPECT_EQ(StartCode(CameraError::kUnsupported), ExitCode::kNotAVideo);
+  EXPECT_EQ(StartCode(CameraError::kNothingDecoded), ExitCode::kNotAVideo);
+  EXPECT_EQ(StartCode(CameraError::kUnavailable), ExitCode::kNotBuilt);
+  EXPECT_EQ(StartCode(CameraError::kBusy), ExitCode::kCaptureFailed);
+  EXPECT_EQ(StartCode(static_cast<CameraError>(99)), ExitCode::kCaptureFailed);
+}
+
+TEST(CameraFailure, NamesTheCameraOnce) {
+  EXPECT_EQ(CameraStartFailure("file:a.mp4", 2, "").text,
+            "--camera file:a.mp4: " + media::CameraErrorToString(CameraError::kNoSuchFile));
+  EXPECT_EQ(CameraStartFailure("webcam", 1, "no camera is called 'webcam': use test:").text,
+            "--camera: no camera is called 'webcam': use test:");
+}
+
+TEST(CameraFailure, DamageSaysWhatIsLostAndThatTheRestIsKept) {
+  const Failure broken = CameraDamageFailure("file:a.mp4", 12, "ends at 0:03", 0);
+  EXPECT_EQ(broken.code, ExitCode::kDamagedInput);
+  EXPECT_EQ(broken.text, "file:a.mp4 broke off: ends at 0:03; the rest is kept");
+  EXPECT_EQ(CameraDamageFailure("file:a.mp4", 0, "", 1).text,
+            "file:a.mp4: 1 frame could not be decoded whole; the rest is kept");
+  EXPECT_THAT(CameraDamageFailure("file:a.mp4", 12, "ends", 3).text,
+              HasSubstr("broke off: ends; 3 frames could not be decoded whole"));
+}
+
+}  // namespace
+}  // namespace movra::app

@@ -1,0 +1,215 @@
+#include "app/cli.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "app/cli_text.h"
+#include "app/duration_text.h"
+#include "app/exit_codes.h"
+#include "app/number_text.h"
+#include "app/picture_text.h"
+
+namespace movra::app {
+namespace {
+
+// The words as they were typed, before anything is read into them.
+struct RunWords {
+  std::string camera = "test:";
+  std::string mode;
+  std::string size;
+  std::string frame_rate;
+  std::string big;
+  std::string small;
+  std::string duration;
+  std::string out_directory;
+  std::string log_level = "error";
+  std::string stats;
+  bool once = false;
+  bool loop = false;
+  bool realtime = false;
+  bool fast = false;
+  bool force = false;
+  bool quiet = false;
+  bool log_filter = false;
+};
+
+void AddRun(CLI::App& app, RunWords& words) {
+  CLI::App* const run = app.add_subcommand("run", kRunDescription);
+  run->footer(RunFooter);
+  const auto option = [&](const char* name, std::string& word, const char* type, const char* text,
+                          const char* group) {
+    run->add_option(name, word, text)->type_name(type)->group(group);
+  };
+  const auto flag = [&](const char* name, bool& word, const char* text, const char* group) {
+    run->add_flag(name, word, text)->group(group);
+  };
+  option("--camera", words.camera, "ID", kCameraText, kSourceGroup);
+  option("--mode", words.mode, "0..3", kModeText, kSourceGroup);
+  option("--size", words.size, "WxH", kSizeText, kSourceGroup);
+  option("--fps", words.frame_rate, "N", kFrameRateText, kSourceGroup);
+  flag("--once", words.once, kOnceText, kSourceGroup);
+  flag("--loop", words.loop, kLoopText, kSourceGroup);
+  flag("--realtime", words.realtime, kRealtimeText, kSourceGroup);
+  flag("--fast", words.fast, kFastText, kSourceGroup);
+  option("--duration", words.duration, "T", kDurationText, kSourceGroup);
+  option("--big", words.big, "SPEC", kBigText, kStreamGroup);
+  option("--small", words.small, "SPEC", kSmallText, kStreamGroup);
+  option("--out", words.out_directory, "DIR", kOutText, kStreamGroup);
+  flag("--force", words.force, kForceText, kStreamGroup);
+  flag("--quiet", words.quiet, kQuietText, kReportGroup);
+  option("--stats", words.stats, "FILE|-", kStatsText, kReportGroup);
+  option("--log-level", words.log_level, "LEVEL", kLogLevelText, kReportGroup);
+  flag("--log-filter", words.log_filter, kLogFilterText, kReportGroup);
+}
+
+// Reads a word that was typed into its field; the failure names the option.
+template <class Field, class Parse>
+std::optional<Failure> Read(const char* option, const std::string& word, Parse parse,
+                            Field& field) {
+  const auto result = parse(word);
+  if (const Failure* const failure = FailureOf(result)) return Prefixed(option, *failure);
+  field = ValueOf(result);
+  return std::nullopt;
+}
+
+Result<video::ProducerMode> ParseMode(std::string_view text) {
+  const std::optional<std::int64_t> number = ParseWhole(text);
+  if (!number || *number > 3) {
+    return Failure{ExitCode::kMalformed, "'" + std::string(text) + "' is not a mode; use 0 to 3"};
+  }
+  return static_cast<video::ProducerMode>(*number);
+}
+
+Result<int> ParseLogLevel(std::string_view text) {
+  struct Level {
+    std::string_view name;
+    int level;
+  };
+  constexpr std::array kLevels{Level{"off", movra_logging::kLogLevelOff},
+                               Level{"error", movra_logging::kLogLevelError},
+                               Level{"warning", movra_logging::kLogLevelWarning},
+                               Level{"info", movra_logging::kLogLevelInfo}};
+  for (const Level& level : kLevels) {
+    if (level.name == text) return level.level;
+  }
+  return Failure{ExitCode::kMalformed,
+                 "'" + std::string(text) + "' is not a level; use off, error, warning or info"};
+}
+
+Result<std::string> ParsePath(std::string_view text) {
+  if (text.empty()) return Failure{ExitCode::kMalformed, "the name is empty"};
+  return std::string(text);
+}
+
+std::optional<Failure> Contradiction(std::string text) {
+  return Failure{ExitCode::kContradiction, std::move(text)};
+}
+
+std::optional<Failure> FindContradiction(const RunWords& words, const RunOptions& options) {
+  if (words.once && words.loop) return Contradiction("--once and --loop exclude each other");
+  if (words.realtime && words.fast) {
+    return Contradiction("--realtime and --fast exclude each other");
+  }
+  const bool is_file = options.source_file().has_value();
+  if (!is_file && (words.loop || words.fast)) {
+    return Contradiction(std::string(words.loop ? "--loop" : "--fast") + " is for video files; '" +
+                         options.camera_id + "' is live. Give the file as --camera file:PATH");
+  }
+  if (options.size && !words.mode.empty() && options.mode != video::ProducerMode::kOwnSize) {
+    return Contradiction("--size is the size asked of the camera and means --mode 3; in mode " +
+                         words.mode + " that size follows from the big stream. Leave one out");
+  }
+  if (options.big.off && options.small.off) {
+    return Contradiction("--big off and --small off leave nothing to do");
+  }
+  return std::nullopt;
+}
+
+Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
+  RunOptions options;
+  options.camera_id = words.camera;
+  if (words.camera.empty()) {
+    return Failure{ExitCode::kUnknownCamera,
+                   "--camera: the name is empty; use test:, file:PATH or /dev/videoN"};
+  }
+  const auto given = [&](const char* option) { return run.count(option) > 0; };
+  std::optional<Failure> failure;
+  const auto read = [&](const char* option, const std::string& word, auto parse, auto& field) {
+    if (!failure && given(option)) failure = Read(option, word, parse, field);
+  };
+  read("--mode", words.mode, ParseMode, options.mode);
+  read("--size", words.size, ParseSize, options.size);
+  read("--fps", words.frame_rate, ParseFrameRate, options.frame_rate);
+  read("--big", words.big, ParseStreamSpec, options.big);
+  read("--small", words.small, ParseStreamSpec, options.small);
+  read("--duration", words.duration, ParseDuration, options.duration);
+  read("--out", words.out_directory, ParsePath, options.out_directory);
+  read("--stats", words.stats, ParsePath, options.stats);
+  read("--log-level", words.log_level, ParseLogLevel, options.log_level);
+  if (!failure) failure = FindContradiction(words, options);
+  if (failure) return *failure;
+
+  if (options.size) options.mode = video::ProducerMode::kOwnSize;
+  if (words.once || words.loop) options.loop = words.loop;
+  if (words.realtime || words.fast) options.realtime = words.realtime;
+  options.force = words.force;
+  options.quiet = words.quiet;
+  options.log_filter = words.log_filter;
+  return Command{options};
+}
+
+// One line for what the parser does not understand.
+Failure UsageFailure(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> extra = app.remaining(true);
+  const auto subcommands = app.get_subcommands();
+  const std::string help = subcommands.empty()
+                               ? "movra-producer --help"
+                               : "movra-producer " + subcommands.front()->get_name() + " --help";
+  std::string text = error.what();
+  if (!extra.empty() && extra.front().rfind('-', 0) == 0) {
+    text = "unknown option '" + extra.front() + "'";
+  } else if (!extra.empty() && subcommands.empty()) {
+    text = "unknown command '" + extra.front() + "'; use run or devices";
+  } else if (!extra.empty()) {
+    text = "unexpected '" + extra.front() + "'";
+    if (subcommands.front()->get_name() == "run") {
+      text += "; a video file is given as --camera file:" + extra.front();
+    }
+  } else if (subcommands.empty()) {
+    text = "a command is missing; use run or devices";
+  }
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return {ExitCode::kUsage, text + "; see " + help};
+}
+
+}  // namespace
+
+Result<Command> ParseCommandLine(const std::vector<std::string>& words) {
+  CLI::App app(kProgramDescription, "movra-producer");
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(24);
+  app.set_version_flag("--version", VersionText);
+  RunWords run_words;
+  AddRun(app, run_words);
+  DevicesOptions devices_options;
+  CLI::App* const devices = app.add_subcommand("devices", kDevicesDescription);
+  devices->add_flag("--json", devices_options.json, kDevicesJsonText);
+  app.footer(kProgramFooter);  // Last, because commands take over the footer that they find.
+  try {
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::CallForHelp&) {
+    return Command{PrintText{app.help()}};
+  } catch (const CLI::CallForVersion&) {
+    return Command{PrintText{VersionText()}};
+  } catch (const CLI::ParseError& error) {
+    return UsageFailure(app, error);
+  }
+  if (app.got_subcommand(devices)) return Command{devices_options};
+  return ReadRun(run_words, *app.get_subcommand("run"));
+}
+
+}  // namespace movra::app

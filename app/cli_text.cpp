@@ -1,0 +1,38 @@
+#include "app/cli_text.h"
+
+#include "app/exit_codes.h"
+#include "app/version.h"
+#include "video/producer/video_producer2.h"
+
+namespace movra::app {
+
+std::string RunFooter() {
+  return "SPEC is [WxH][@RATE][,BITRATE][,FILE], each piece optional, or off:\n"
+         "  1280x720@30,1500k,talk.mp4    all of it\n"
+         "  @15,150k                      a rate and a bit rate\n"
+         "  talk.mkv                      a file\n"
+         "  off                           without this stream\n"
+         "FILE ends in .mp4, .mkv, .ts or .h264; a relative one lands in DIR. - is standard\n"
+         "output as MPEG-TS, -.mp4, -.mkv or -.h264 standard output in that container.\n"
+         "\n"
+         "At the end DIR holds contact-sheet.png, a picture of both streams. Ctrl-C ends a run\n"
+         "like its natural end: everything is written and plays. A second one ends it at once.\n"
+         "\n"
+         "Examples:\n"
+         "  movra-producer run --camera file:talk.mp4\n"
+         "  movra-producer run --camera file:talk.mp4 --big 1920x1080,4M --small off\n"
+         "  movra-producer run --duration 10s --out /tmp/trial --force\n"
+         "  movra-producer run --camera file:talk.mp4 --big - --small off | ffplay -\n"
+         "  movra-producer run --camera file:talk.mp4 --quiet --stats - | jq .streams\n"
+         "\n"
+         "Exit codes:\n" +
+         ExitCodeHelp();
+}
+
+std::string VersionText() {
+  const video::EncodeAbility ability = video::IVideoProducer2::GetEncodeAbility();
+  const std::string encoder = ability.software_encoder != 0 ? "H.264 by libx264" : "none";
+  return "movra-producer " + std::string(kVersion) + "\nencoder: " + encoder + "\n";
+}
+
+}  // namespace movra::app

@@ -1,0 +1,72 @@
+// The words of `--help` and `--version`.
+
+#ifndef MOVRA_APP_CLI_TEXT_H_
+#define MOVRA_APP_CLI_TEXT_H_
+
+#include <string>
+
+namespace movra::app {
+
+inline constexpr char kProgramDescription[] =
+    "Turns a video or a camera into a big and a small encoded stream.";
+
+inline constexpr char kProgramFooter[] =
+    "Examples:\n"
+    "  movra-producer run --camera file:talk.mp4\n"
+    "  movra-producer devices\n"
+    "  movra-producer run --help        all options, more examples, exit codes\n";
+
+inline constexpr char kRunDescription[] = "Encode a video or a camera into two streams";
+inline constexpr char kDevicesDescription[] = "List the cameras that --camera takes";
+inline constexpr char kDevicesJsonText[] = "As a JSON array, for programs";
+
+inline constexpr char kSourceGroup[] = "Source";
+inline constexpr char kStreamGroup[] = "Streams";
+inline constexpr char kReportGroup[] = "Reports";
+
+inline constexpr char kCameraText[] =
+    "test: (a moving test picture; this is the default),\n"
+    "file:PATH (a video file) or /dev/videoN";
+inline constexpr char kModeText[] =
+    "How the size asked of the camera follows from the big\n"
+    "stream's: 0, 2 limited to 1920x1080, 1 as it is,\n"
+    "3 by --size (default: 0)";
+inline constexpr char kSizeText[] = "Size asked of the camera; means --mode 3";
+inline constexpr char kFrameRateText[] =
+    "Highest rate taken from the source, frames per second\n"
+    "(default: what the faster stream needs)";
+inline constexpr char kOnceText[] = "Play a file once (default)";
+inline constexpr char kLoopText[] = "Play a file again and again";
+inline constexpr char kRealtimeText[] =
+    "Play a file at its own pace; what comes too late is\n"
+    "dropped, as from a camera";
+inline constexpr char kFastText[] =
+    "Play a file as fast as it can be encoded, without\n"
+    "losing a frame (default)";
+inline constexpr char kDurationText[] =
+    "Stop after 10s, 1m30s, 1.5s, 500ms ...: time of the\n"
+    "video with --fast, of the clock otherwise";
+inline constexpr char kBigText[] =
+    "The big stream (default: the source's shape within\n"
+    "1280x720 or 720x1280, up to 30 frames per second)";
+inline constexpr char kSmallText[] =
+    "The small stream (default: a quarter of the big one's\n"
+    "width and height, half its rate)";
+inline constexpr char kOutText[] =
+    "Directory for the files (default: a new one below\n"
+    "movra-out/, to which movra-out/latest then points)";
+inline constexpr char kForceText[] = "Replace files that are there already";
+inline constexpr char kQuietText[] = "No progress, no table, no notes: errors alone";
+inline constexpr char kStatsText[] = "Write the run's figures as one JSON object, at the end";
+inline constexpr char kLogLevelText[] = "off, error (default), warning or info";
+inline constexpr char kLogFilterText[] = "Leave out log lines whose numbers have not changed";
+
+// SPEC, examples and exit codes.
+[[nodiscard]] std::string RunFooter();
+
+// The version and what it was built with, ending in a line end.
+[[nodiscard]] std::string VersionText();
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_CLI_TEXT_H_

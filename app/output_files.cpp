@@ -1,0 +1,141 @@
+#include "app/output_files.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace movra::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kStdout[] = "-";
+
+// One thing that a run writes.
+struct Output {
+  std::string option;  // What a person typed or could type for it.
+  std::string path;
+};
+
+std::string Quoted(const std::string& text) { return "'" + text + "'"; }
+
+bool LandsInDirectory(const std::string& path) {
+  return path != kStdout && fs::path(path).is_relative();
+}
+
+bool IsStdout(const StreamPlan& plan) { return plan.target && plan.target->is_stdout(); }
+
+// Whether both names mean one file, through links too.
+bool IsSameFile(const std::string& a, const std::string& b) {
+  if (a == kStdout || b == kStdout) return a == b;
+  std::error_code error;
+  if (fs::equivalent(a, b, error)) return true;
+  return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+}
+
+std::optional<Failure> FindClash(const std::vector<Output>& outputs,
+                                 const std::optional<std::string>& source) {
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      if (!IsSameFile(outputs[i].path, outputs[j].path)) continue;
+      const std::string where =
+          outputs[i].path == kStdout ? "standard output" : Quoted(outputs[i].path);
+      return Failure{ExitCode::kSameOutput, outputs[j].option + " and " + outputs[i].option +
+                                                " both go to " + where +
+                                                "; give each a place of its own"};
+    }
+    if (source && outputs[i].path != kStdout && IsSameFile(outputs[i].path, *source)) {
+      return Failure{ExitCode::kSameOutput, outputs[i].option + " would overwrite the source " +
+                                                Quoted(*source) + "; give it another FILE"};
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<Failure> WhyNotWritableFile(const Output& output, bool force) {
+  if (output.path == kStdout) return std::nullopt;
+  std::error_code error;
+  const fs::file_status status = fs::status(output.path, error);
+  if (fs::is_directory(status)) {
+    return Failure{ExitCode::kDirectoryNotWritable, output.option + ": " + Quoted(output.path) +
+                                                        " is a directory; name a file in it"};
+  }
+  if (fs::exists(status)) {
+    if (!force) {
+      return Failure{
+          ExitCode::kOutputExists,
+          Quoted(output.path) + " is there already; add --force to replace it, or write elsewhere"};
+    }
+    if (access(output.path.c_str(), W_OK) != 0) {
+      return Failure{ExitCode::kDirectoryNotWritable,
+                     output.option + ": " + Quoted(output.path) +
+                         " cannot be written: " + std::strerror(errno)};
+    }
+    return std::nullopt;
+  }
+  const fs::path parent = fs::path(output.path).parent_path();
+  const auto failure = WhyNotWritable(parent.empty() ? fs::path(".") : parent);
+  return failure ? std::optional(Prefixed(output.option, *failure)) : std::nullopt;
+}
+
+std::string DefaultName(const StreamPlan& plan) {
+  return std::string(StreamName(plan.type)) + ".mp4";
+}
+
+// Fills in the names as they were typed; relative ones are not yet in the directory.
+OutputFiles NamesAsTyped(const RunOptions& options, const std::vector<StreamPlan>& streams) {
+  OutputFiles files;
+  for (const StreamPlan& plan : streams) {
+    files.streams.push_back(
+        plan.target.value_or(StreamTarget{DefaultName(plan), media::ContainerFormat::kMp4}));
+    if (!IsStdout(plan)) files.contact_sheet = "contact-sheet.png";
+  }
+  files.stats = options.stats.value_or("");
+  return files;
+}
+
+std::optional<Failure> PutIntoDirectory(OutputDirectory& directory, std::string& path) {
+  if (path.empty() || !LandsInDirectory(path)) return std::nullopt;
+  const auto failure = directory.MakeParentOf(path);
+  path = (directory.path() / path).string();
+  return failure;
+}
+
+}  // namespace
+
+Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
+                                    const std::vector<StreamPlan>& streams,
+                                    std::chrono::system_clock::time_point now) {
+  OutputFiles files = NamesAsTyped(options, streams);
+  const bool stats_land = !files.stats.empty() && LandsInDirectory(files.stats);
+  if (!files.contact_sheet.empty() || stats_land) {
+    auto directory = OutputDirectory::Make(options.out_directory, now);
+    if (const Failure* const failure = FailureOf(directory)) return *failure;
+    files.directory.emplace(std::move(ValueOf(directory)));
+    for (StreamTarget& target : files.streams) {
+      if (const auto failure = PutIntoDirectory(*files.directory, target.path)) return *failure;
+    }
+    if (const auto failure = PutIntoDirectory(*files.directory, files.contact_sheet)) {
+      return *failure;
+    }
+    if (const auto failure = PutIntoDirectory(*files.directory, files.stats)) return *failure;
+  }
+
+  std::vector<Output> outputs;
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    outputs.push_back({"--" + std::string(StreamName(streams[i].type)), files.streams[i].path});
+  }
+  if (!files.stats.empty()) outputs.push_back({"--stats", files.stats});
+  if (!files.contact_sheet.empty()) outputs.push_back({"contact sheet", files.contact_sheet});
+  if (const auto failure = FindClash(outputs, options.source_file())) return *failure;
+  for (const Output& output : outputs) {
+    if (const auto failure = WhyNotWritableFile(output, options.force)) return *failure;
+  }
+  return files;
+}
+
+}  // namespace movra::app

@@ -1,0 +1,60 @@
+// The built program in an empty directory of its own.
+
+#ifndef MOVRA_APP_PROGRAM_FOR_TEST_H_
+#define MOVRA_APP_PROGRAM_FOR_TEST_H_
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/played_file_for_test.h"
+#include "app/process_for_test.h"
+#include "app/temporary_directory_for_test.h"
+#include "media/camera/clip_for_test.h"
+
+namespace movra::app {
+
+class ProgramTest : public testing::Test {
+ protected:
+  // Runs `movra-producer` with the words, in the directory.
+  [[nodiscard]] Process::Options Program(std::vector<std::string> words) const {
+    words.insert(words.begin(), MOVRA_PRODUCER_BINARY);
+    return {.words = std::move(words), .directory = directory_.path().string()};
+  }
+
+  // Runs `movra-producer run` into the directory "out" to its end.
+  [[nodiscard]] ProcessResult Run(std::vector<std::string> words) const {
+    words.insert(words.begin(), "run");
+    words.insert(words.end(), {"--out", "out"});
+    return RunProcess(Program(std::move(words)));
+  }
+
+  // A clip of numbered frames, 30 a second, outside the directory; its path.
+  [[nodiscard]] std::string MakeClip(int frames, video::Size size = {640, 360},
+                                     const std::string& name = "clip.mp4",
+                                     const std::string& ffmpeg_arguments = "") const {
+    return clips_.Make(name, ffmpeg_arguments + " -c:v libx264 -preset ultrafast", frames, size);
+  }
+
+  [[nodiscard]] bool Exists(const std::string& name) const {
+    return std::filesystem::exists(std::filesystem::symlink_status(directory_ / name));
+  }
+
+  const TemporaryDirectory directory_;
+  const media::ClipDirectory clips_;
+};
+
+// 0, step, 2 * step ... below the end.
+[[nodiscard]] inline std::vector<std::uint32_t> Numbers(std::uint32_t end, std::uint32_t step = 1) {
+  std::vector<std::uint32_t> numbers;
+  for (std::uint32_t number = 0; number < end; number += step) numbers.push_back(number);
+  return numbers;
+}
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_PROGRAM_FOR_TEST_H_

@@ -1,0 +1,132 @@
+#include "app/run_command.h"
+
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/camera_failure.h"
+#include "app/console_log_sink.h"
+#include "app/output_files.h"
+#include "app/picture_text.h"
+#include "app/run_report.h"
+#include "app/run_session.h"
+#include "app/signal_watcher.h"
+#include "app/stream_plan.h"
+#include "core/service_center.h"
+#include "logging/log_filter.h"
+#include "media/output/contact_sheet.h"
+#include "video/camera_service.h"
+#include "video/producer/video_producer2.h"
+
+namespace movra::app {
+namespace {
+
+using std::chrono::steady_clock;
+
+Result<video::CameraInfo> FindSource(const RunOptions& options) {
+  if (video::IVideoProducer2::GetEncodeAbility().software_encoder == 0) {
+    return Failure{ExitCode::kNotBuilt,
+                   "this build has no H.264 encoder: it was made without libx264 and FFmpeg's "
+                   "libraries. Build again with -DMOVRA_WITH_GPL=ON"};
+  }
+  std::shared_ptr<video::ICameraService> cameras;
+  if (!core::ServiceCenter::Instance().GetService(video::kCameraServiceId, cameras)) {
+    return Failure{ExitCode::kNotBuilt, "this build has no camera service"};
+  }
+  video::PlaybackParams playback;
+  playback.loop = options.loop.value_or(false);
+  playback.realtime = options.realtime.value_or(false);
+  cameras->SetPlaybackParams(options.camera_id, playback);
+  video::CameraInfo info = cameras->GetCameraInfo(options.camera_id);
+  if (info.error_code != 0) {
+    return CameraStartFailure(options.camera_id, info.error_code, info.error_text);
+  }
+  return info;
+}
+
+// A picture of what was written, by reading it back. Returns its path, empty if there is none.
+std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, Console& console) {
+  std::vector<media::ContactSheetRow> rows;
+  for (const StreamReport& stream : report.streams) {
+    if (stream.target.is_stdout() || stream.figures.frames == 0) continue;
+    const double seconds = std::chrono::duration<double>(stream.figures.media_time).count();
+    const auto frames = static_cast<double>(stream.figures.frames);
+    const double bits = 8.0 * static_cast<double>(stream.figures.bytes);
+    rows.push_back({stream.target.path,
+                    std::string(StreamName(stream.plan.type)) + "   " + SizeText(stream.plan.size) +
+                        "   " + FrameRateText(seconds > 0 ? frames / seconds : 0) + " fps   " +
+                        BitrateText(seconds > 0 ? bits / seconds : 0),
+                    stream.figures.frames});
+  }
+  if (rows.empty()) return "";
+  std::string error;
+  if (media::WriteContactSheet(rows, files.contact_sheet, &error)) return files.contact_sheet;
+  console.Line("movra-producer: no contact sheet: " + error);
+  return "";
+}
+
+void WriteStats(const RunReport& report, const std::string& path, Console& console) {
+  if (path.empty()) return;
+  if (path == "-") {
+    std::cout << StatsJson(report) << std::flush;
+    return;
+  }
+  std::ofstream file(path, std::ios::trunc);
+  file << StatsJson(report) << std::flush;
+  if (!file) console.Line("movra-producer: --stats: '" + path + "' could not be written");
+}
+
+RunReport RunProducer(const RunSetting& setting) {
+  const auto session = std::make_shared<RunSession>(setting);
+  const SignalWatcher watcher(
+      [loop = setting.loop, weak = std::weak_ptr<RunSession>(session)](int) {
+        loop->Post(movra_base::BindOnce(&RunSession::Interrupt, weak));
+      });
+  return session->Run();
+}
+
+void Tell(const RunReport& report, const RunOptions& options, Console& console) {
+  bool wrote_nothing = true;
+  for (const StreamReport& stream : report.streams) {
+    if (stream.figures.frames > 0) wrote_nothing = false;
+  }
+  if (!options.quiet && !wrote_nothing) {
+    std::string text = SummaryText(report);
+    text.pop_back();
+    console.Line(text);
+  } else if (!options.quiet && !report.failure) {
+    console.Line("interrupted before the first frame; nothing was written");
+  }
+  if (report.failure) console.Line("movra-producer: " + report.failure->text);
+}
+
+}  // namespace
+
+ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_start,
+                    const std::shared_ptr<core::RunLoop>& loop, Console& console) {
+  const ConsoleLogSink log(console, options.log_level);
+  SetLogValueFiltering(options.log_filter);
+  const auto fail = [&](const Failure& failure) {
+    console.Line("movra-producer: " + failure.text);
+    return failure.code;
+  };
+  const auto source = FindSource(options);
+  if (const Failure* const failure = FailureOf(source)) return fail(*failure);
+  const CapturePlan plan = PlanCapture(options, ValueOf(source));
+  const auto files = PlanOutputFiles(options, plan.streams, std::chrono::system_clock::now());
+  if (const Failure* const failure = FailureOf(files)) return fail(*failure);
+
+  if (ValueOf(source).has_audio && !options.quiet) {
+    console.Line("note: the source has sound, which is not carried");
+  }
+  RunReport report =
+      RunProducer({options, ValueOf(source), plan, ValueOf(files), program_start, console, loop});
+  report.contact_sheet = MakeContactSheet(report, ValueOf(files), console);
+  WriteStats(report, ValueOf(files).stats, console);
+  Tell(report, options, console);
+  return report.exit_code();
+}
+
+}  // namespace movra::app

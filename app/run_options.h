@@ -1,0 +1,51 @@
+// What `movra-producer run` and `movra-producer devices` were asked for.
+
+#ifndef MOVRA_APP_RUN_OPTIONS_H_
+#define MOVRA_APP_RUN_OPTIONS_H_
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "app/stream_spec.h"
+#include "logging/log_sink.h"
+#include "video/size.h"
+#include "video/video_types.h"
+
+namespace movra::app {
+
+inline constexpr char kFilePrefix[] = "file:";
+
+// A field that is absent was not typed and follows from the source.
+struct RunOptions {
+  std::string camera_id = "test:";
+  video::ProducerMode mode = video::ProducerMode::kDefault;
+  std::optional<video::Size> size;  // With mode kOwnSize only.
+  std::optional<std::int32_t> frame_rate;
+  StreamSpec big;
+  StreamSpec small;
+  std::optional<bool> loop;
+  std::optional<bool> realtime;
+  std::optional<std::chrono::nanoseconds> duration;
+  std::optional<std::string> out_directory;
+  bool force = false;
+  bool quiet = false;
+  int log_level = movra_logging::kLogLevelError;
+  bool log_filter = false;
+  std::optional<std::string> stats;  // "-" is standard output.
+
+  // The path of a video file that is the source; absent for other cameras.
+  [[nodiscard]] std::optional<std::string> source_file() const {
+    if (camera_id.rfind(kFilePrefix, 0) != 0) return std::nullopt;
+    return camera_id.substr(sizeof kFilePrefix - 1);
+  }
+};
+
+struct DevicesOptions {
+  bool json = false;
+};
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_RUN_OPTIONS_H_

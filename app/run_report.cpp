@@ -1,0 +1,193 @@
+#include "app/run_report.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "app/duration_text.h"
+#include "app/picture_text.h"
+#include "app/version.h"
+
+namespace movra::app {
+namespace {
+
+using std::chrono::nanoseconds;
+// Keeps the fields in the order in which they are written here.
+using Json = nlohmann::ordered_json;
+
+double Seconds(nanoseconds duration) { return std::chrono::duration<double>(duration).count(); }
+
+double PerSecond(double amount, nanoseconds duration) {
+  return duration.count() > 0 ? amount / Seconds(duration) : 0;
+}
+
+double BitsPerSecond(const StreamFigures& figures) {
+  return PerSecond(8.0 * static_cast<double>(figures.bytes), figures.media_time);
+}
+
+double FramesPerSecond(const StreamFigures& figures) {
+  return PerSecond(static_cast<double>(figures.frames), figures.media_time);
+}
+
+std::uint64_t EncodedBytes(const video::EncoderStatsRecord& record) {
+  return (std::uint64_t{record.bytes_high} << 32) | record.bytes_low;
+}
+
+using Row = std::array<std::string, 7>;
+
+Row StreamRow(const StreamReport& stream) {
+  return {StreamName(stream.plan.type),
+          SizeText(stream.plan.size),
+          std::to_string(stream.figures.frames),
+          FrameRateText(FramesPerSecond(stream.figures)) + " fps",
+          BitrateText(BitsPerSecond(stream.figures)),
+          BytesText(stream.figures.bytes),
+          stream.target.is_stdout() ? "standard output" : stream.target.path};
+}
+
+// Columns as wide as their widest cell; numbers stand to the right.
+std::string TableText(const std::vector<Row>& rows) {
+  std::array<std::size_t, std::tuple_size_v<Row>> widths{};
+  for (const Row& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  std::string text;
+  for (const Row& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      const std::string blanks(widths[i] - row[i].size(), ' ');
+      const bool is_number = i >= 2 && i <= 5;
+      if (i > 0) text += "  ";
+      if (is_number) text += blanks;
+      text += row[i];
+      if (!is_number && i + 1 < row.size()) text += blanks;
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+// What did not get into the streams although it should have.
+std::string LossText(const RunReport& report) {
+  std::string text;
+  const auto add = [&](std::uint64_t count, const std::string& what) {
+    if (count == 0) return;
+    text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
+  };
+  add(report.damaged_frames, "damaged in the source");
+  for (const StreamReport& stream : report.streams) {
+    const std::string name = StreamName(stream.plan.type);
+    add(stream.encoder.frames_dropped_late, "too late for " + name);
+    add(stream.encoder.frames_failed, "failed in " + name);
+  }
+  return text.empty() ? "none lost" : text;
+}
+
+Json SourceJson(const RunReport& report) {
+  const video::CameraInfo& source = report.source;
+  return {
+      {"camera", report.camera_id},
+      {"is_file", source.is_file},
+      {"width_px", source.natural_size.width},
+      {"height_px", source.natural_size.height},
+      {"frame_rate_fps", source.rate_denominator > 0
+                             ? static_cast<double>(source.rate_numerator) / source.rate_denominator
+                             : 0.0},
+      {"duration_s", Seconds(source.duration)},
+      {"has_audio", source.has_audio}};
+}
+
+Json StreamJson(const StreamReport& stream) {
+  const StreamFigures& figures = stream.figures;
+  const video::EncoderStatsRecord& encoder = stream.encoder;
+  return {{"stream", StreamName(stream.plan.type)},
+          {"file", stream.target.path},
+          {"width_px", stream.plan.size.width},
+          {"height_px", stream.plan.size.height},
+          {"frame_rate_limit_fps", stream.plan.frame_rate},
+          {"frame_rate_fps", FramesPerSecond(figures)},
+          {"target_bitrate_bps", stream.plan.bitrate_bps},
+          {"bitrate_bps", BitsPerSecond(figures)},
+          {"duration_s", Seconds(figures.media_time)},
+          {"frames_written", figures.frames},
+          {"key_frames_written", figures.key_frames},
+          {"bytes_written", figures.bytes},
+          {"frames_in", encoder.frames_in},
+          {"frames_encoded", encoder.frames_encoded},
+          {"frames_dropped_rate", encoder.frames_dropped_rate},
+          {"frames_dropped_late", encoder.frames_dropped_late},
+          {"frames_failed", encoder.frames_failed},
+          {"bytes_encoded", EncodedBytes(encoder)},
+          {"encode_time_mean_us", encoder.encode_time_mean_us},
+          {"encode_time_max_us", encoder.encode_time_max_us},
+          {"latency_mean_us", encoder.latency_mean_us},
+          {"latency_p50_us", figures.latency_p50.count()},
+          {"latency_p95_us", figures.latency_p95.count()},
+          {"latency_max_us", encoder.latency_max_us}};
+}
+
+}  // namespace
+
+const char* EndingText(Ending ending) {
+  switch (ending) {
+    case Ending::kSourceEnded:
+      return "source ended";
+    case Ending::kDurationOver:
+      return "duration over";
+    case Ending::kInterrupted:
+      return "interrupted";
+    case Ending::kReaderClosed:
+      return "reader closed the pipe";
+    case Ending::kFailed:
+      break;
+  }
+  return "failed";
+}
+
+nanoseconds RunReport::media_time() const {
+  nanoseconds longest{0};
+  for (const StreamReport& stream : streams) {
+    longest = std::max(longest, stream.figures.media_time);
+  }
+  return longest;
+}
+
+double RunReport::speed() const { return PerSecond(Seconds(media_time()), wall_time); }
+
+std::string SummaryText(const RunReport& report) {
+  std::vector<Row> rows{{"stream", "size", "frames", "rate", "bit rate", "bytes", "file"}};
+  for (const StreamReport& stream : report.streams) rows.push_back(StreamRow(stream));
+  char speed[32];
+  std::snprintf(speed, sizeof speed, "%.1fx", report.speed());
+  std::string text = TableText(rows);
+  text += std::to_string(report.frames_captured) + " frames in, " + LossText(report) + "; " +
+          ClockText(report.media_time()) + " of video in " + ClockText(report.wall_time) + ", " +
+          speed + "; " + EndingText(report.ending) + "\n";
+  if (!report.contact_sheet.empty()) text += "pictures: " + report.contact_sheet + "\n";
+  return text;
+}
+
+std::string StatsJson(const RunReport& report) {
+  Json streams = Json::array();
+  for (const StreamReport& stream : report.streams) streams.push_back(StreamJson(stream));
+  const Json stats = {
+      {"version", kVersion},
+      {"ending", EndingText(report.ending)},
+      {"exit_code", static_cast<int>(report.exit_code())},
+      {"error", report.failure ? Json(report.failure->text) : Json()},
+      {"source", SourceJson(report)},
+      {"wall_time_s", Seconds(report.wall_time)},
+      {"media_time_s", Seconds(report.media_time())},
+      {"speed_x", report.speed()},
+      {"time_to_first_frame_s", Seconds(report.time_to_first_frame)},
+      {"frames_captured", report.frames_captured},
+      {"frames_processed", report.frames_processed},
+      {"frames_damaged", report.damaged_frames},
+      {"streams", streams},
+      {"contact_sheet", report.contact_sheet.empty() ? Json() : Json(report.contact_sheet)}};
+  // A file name need not be UTF-8; what is not becomes a replacement character.
+  return stats.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace movra::app

@@ -1,0 +1,66 @@
+// What a run did, for the table, the figures and the exit code.
+
+#ifndef MOVRA_APP_RUN_REPORT_H_
+#define MOVRA_APP_RUN_REPORT_H_
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/result.h"
+#include "app/stream_meter.h"
+#include "app/stream_plan.h"
+#include "video/camera_service.h"
+#include "video/stats.h"
+
+namespace movra::app {
+
+enum class Ending {
+  kSourceEnded,
+  kDurationOver,
+  kInterrupted,   // Ctrl-C or SIGTERM.
+  kReaderClosed,  // Whoever read a stream closed the pipe.
+  kFailed,
+};
+
+[[nodiscard]] const char* EndingText(Ending ending);  // "source ended"
+
+struct StreamReport {
+  StreamPlan plan;
+  StreamTarget target;  // As the plan of the files settled it.
+  StreamFigures figures;
+  video::EncoderStatsRecord encoder;
+};
+
+struct RunReport {
+  std::string camera_id;
+  video::CameraInfo source;
+  Ending ending = Ending::kSourceEnded;
+  std::optional<Failure> failure;
+  std::chrono::nanoseconds wall_time{0};            // From the start of the capture to its end.
+  std::chrono::nanoseconds time_to_first_frame{0};  // Of the run, until one was encoded.
+  std::uint32_t frames_captured = 0;
+  std::uint32_t frames_processed = 0;
+  std::uint64_t damaged_frames = 0;
+  std::vector<StreamReport> streams;
+  std::string contact_sheet;  // Empty if none was made.
+
+  [[nodiscard]] ExitCode exit_code() const { return failure ? failure->code : ExitCode::kSuccess; }
+
+  // Of the longest stream.
+  [[nodiscard]] std::chrono::nanoseconds media_time() const;
+  // Media time in a second of wall time; 0 if none has passed.
+  [[nodiscard]] double speed() const;
+};
+
+// The table at the end: a line per stream, then what else there is to know. Ends in a line end.
+[[nodiscard]] std::string SummaryText(const RunReport& report);
+
+// The figures as one JSON object; every name says its unit. Ends in a line end.
+[[nodiscard]] std::string StatsJson(const RunReport& report);
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_RUN_REPORT_H_

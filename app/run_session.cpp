@@ -1,0 +1,293 @@
+#include "app/run_session.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "app/camera_failure.h"
+#include "base/once_callback.h"
+#include "logging/log_identity.h"
+#include "video/capture_params.h"
+#include "video/encode_params.h"
+#include "video/producer/video_producer2_impl.h"
+#include "video/to_string.h"
+#include "video/video_context.h"
+
+namespace movra::app {
+namespace {
+
+using movra_base::BindOnce;
+using std::chrono::nanoseconds;
+using std::chrono::steady_clock;
+using video::VideoStreamType;
+
+constexpr nanoseconds kProgressInterval = std::chrono::milliseconds(100);
+// How long the end waits for what is under way to be written, for each stream.
+constexpr unsigned long long kLongestDrainMs = 5000;
+// A live source that delivers gives the duration's last frame within this time after it is over;
+// one that has stalled is not waited for any longer.
+constexpr nanoseconds kStallSlack = std::chrono::milliseconds(500);
+
+// Media time of the whole run, if it is known.
+std::optional<nanoseconds> TotalTime(const RunOptions& options, const video::CameraInfo& source) {
+  const bool has_end = source.duration.count() > 0 && !options.loop.value_or(false);
+  if (!has_end) return options.duration;
+  return options.duration ? std::min(*options.duration, source.duration) : source.duration;
+}
+
+// Whether the clock, not the frames, says when the duration is over.
+bool IsLive(const RunOptions& options, const video::CameraInfo& source) {
+  return !source.is_file || options.realtime.value_or(false);
+}
+
+video::EncodeParams ParamsOf(const StreamPlan& plan) {
+  video::EncodeParams params;
+  params.width = plan.size.width;
+  params.height = plan.size.height;
+  params.frame_rate = plan.frame_rate;
+  params.bitrate_bps = plan.bitrate_bps;
+  return params;
+}
+
+// Wraps an operation into a function for any thread, which puts it into the loop; it does nothing
+// once the session is gone.
+template <class... Args>
+auto PostTo(const std::shared_ptr<core::RunLoop>& loop, std::weak_ptr<RunSession> session,
+            void (RunSession::*operation)(Args...)) {
+  return [loop, session = std::move(session), operation](Args... args) {
+    loop->Post(BindOnce(operation, session, std::move(args)...));
+  };
+}
+
+}  // namespace
+
+RunSession::RunSession(const RunSetting& setting)
+    : setting_(setting), progress_(TotalTime(setting.options, setting.source)) {
+  report_.camera_id = setting.options.camera_id;
+  report_.source = setting.source;
+  for (std::size_t i = 0; i < setting.plan.streams.size(); ++i) {
+    report_.streams.push_back({setting.plan.streams[i], setting.files.streams[i], {}, {}});
+  }
+}
+
+RunReport RunSession::Run() {
+  setting_.loop->Post(BindOnce(&RunSession::Begin, weak_from_this()));
+  setting_.loop->Run();
+  // What was posted while it ended, such as a last write that failed.
+  setting_.loop->RunUntilIdle();
+  return Conclude();
+}
+
+void RunSession::Begin() {
+  if (ending_) return;  // Interrupted before it began.
+  if (!OpenStreams()) return;
+  client_ = std::make_shared<EncoderErrorClient>(
+      [this](VideoStreamType type, video::VideoEncoderError error, const std::string& detail) {
+        OnEncoderError(type, error, detail);
+      });
+  producer_ = std::make_shared<video::VideoProducer2Impl>(video::VideoContext(InstanceTrace(1), ""),
+                                                          client_, VideoStreamType::kBig);
+  producer_->Initialize();
+  StartEncoders();
+  StartCapture();
+  ShowProgress();
+}
+
+bool RunSession::OpenStreams() {
+  const auto origin = std::make_shared<media::TimeOrigin>();
+  streams_.resize(report_.streams.size());
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    if (!OpenStream(i, origin)) return false;
+  }
+  return true;
+}
+
+bool RunSession::OpenStream(std::size_t index, const std::shared_ptr<media::TimeOrigin>& origin) {
+  const StreamReport& stream = report_.streams[index];
+  const auto& loop = setting_.loop;
+  const auto posting = [&](auto operation) { return PostTo(loop, weak_from_this(), operation); };
+
+  media::EncodedFileWriterOptions options;
+  options.path = stream.target.path;
+  options.format = stream.target.format;
+  options.overwrite = setting_.options.force;
+  options.origin = origin;
+  options.on_error = [post = posting(&RunSession::OnWriteError),
+                      index](const media::WriteError& error) { post(index, error); };
+  options.on_end = [post = posting(&RunSession::OnStreamEnd), index](const video::StreamEnd& end) {
+    post(index, end);
+  };
+  std::string error;
+  streams_[index].file = media::EncodedFileWriter::Create(options, &error);
+  if (streams_[index].file == nullptr) {
+    Fail({ExitCode::kDirectoryNotWritable,
+          "--" + std::string(StreamName(stream.plan.type)) + ": " + error});
+    return false;
+  }
+  StreamMeter::Callbacks callbacks;
+  callbacks.on_first_frame = posting(&RunSession::OnFirstFrame);
+  callbacks.on_limit = [post = posting(&RunSession::OnStreamOver), index] {
+    post(index, Ending::kDurationOver);
+  };
+  streams_[index].meter = std::make_shared<StreamMeter>(
+      streams_[index].file, setting_.options.duration, std::move(callbacks));
+  return true;
+}
+
+void RunSession::StartEncoders() {
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    const StreamPlan& plan = report_.streams[i].plan;
+    producer_->StartEncoder(plan.type, ParamsOf(plan), streams_[i].meter);
+  }
+}
+
+void RunSession::StartCapture() {
+  const RunOptions& options = setting_.options;
+  video::CameraParams params;
+  params.camera_id = options.camera_id;
+  if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
+  if (options.size) {
+    params.width = options.size->width;
+    params.height = options.size->height;
+  }
+  producer_->SetProducerMode(options.mode);
+  capture_start_ = steady_clock::now();
+  producer_->StartCapture(params, BindOnce(&RunSession::OnCaptureStarted, weak_from_this()));
+}
+
+void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
+  if (ending_) return;
+  const RunOptions& options = setting_.options;
+  if (error_code != 0) {
+    Fail(CameraStartFailure(options.camera_id, error_code, ""));
+  } else if (options.duration && IsLive(options, setting_.source)) {
+    setting_.loop->PostDelayed(
+        BindOnce(&RunSession::Finish, weak_from_this(), Ending::kDurationOver),
+        *options.duration + kStallSlack);
+  }
+}
+
+void RunSession::OnFirstFrame() {
+  if (setting_.files.directory) setting_.files.directory->PointLatestHere();
+}
+
+void RunSession::OnStreamOver(std::size_t index, Ending ending) {
+  streams_[index].over = true;
+  const bool all_over =
+      std::all_of(streams_.begin(), streams_.end(), [](const Stream& s) { return s.over; });
+  if (all_over) Finish(ending);
+}
+
+void RunSession::OnStreamEnd(std::size_t index, video::StreamEnd end) {
+  // Each stream tells of the same source.
+  report_.damaged_frames = std::max(report_.damaged_frames, end.damaged_frames);
+  if (end.error_code != 0 || end.damaged_frames > 0) source_end_ = std::move(end);
+  OnStreamOver(index, Ending::kSourceEnded);
+}
+
+void RunSession::OnWriteError(std::size_t index, media::WriteError error) {
+  using Kind = media::WriteErrorKind;
+  // A reader that takes nothing is given up only when the run ends anyway.
+  if (error.kind == Kind::kClosedPipe) Finish(Ending::kReaderClosed);
+  if (error.kind == Kind::kClosedPipe || error.kind == Kind::kInterrupted) return;
+  const StreamReport& stream = report_.streams[index];
+  Fail({ExitCode::kWriteFailed,
+        "--" + std::string(StreamName(stream.plan.type)) + ": " + error.text});
+}
+
+void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError error,
+                                const std::string& detail) {
+  const bool is_missing = error == video::VideoEncoderError::kUnavailable;
+  const std::string what = detail.empty() ? video::VideoEncoderErrorToString(error) : detail;
+  Fail({is_missing ? ExitCode::kNotBuilt : ExitCode::kEncoderFailed,
+        "the encoder of the " + std::string(StreamName(type)) + " stream failed: " + what});
+}
+
+void RunSession::ShowProgress() {
+  if (ending_ || setting_.options.quiet || !setting_.console.is_terminal()) return;
+  ProgressSample sample;
+  sample.wall_time = steady_clock::now() - capture_start_;
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    const VideoStreamType type = report_.streams[i].plan.type;
+    const video::VideoProducerStats2 stats = producer_->GetStats(type);
+    const StreamFigures figures = streams_[i].meter->Figures();
+    sample.frames_in = stats.capture_stat;
+    sample.dropped += stats.encoder_stats.frames_dropped_late;
+    sample.media_time = std::max(sample.media_time, figures.media_time);
+    sample.streams.push_back({StreamName(type), figures.frames, figures.bytes});
+  }
+  setting_.console.SetProgress(progress_.Text(sample));
+  setting_.loop->PostDelayed(BindOnce(&RunSession::ShowProgress, weak_from_this()),
+                             kProgressInterval);
+}
+
+void RunSession::Finish(Ending ending) {
+  if (ending_) return;
+  ending_ = ending;
+  // Not at once: this may be an event of the very producer that is to be taken down.
+  setting_.loop->Post(BindOnce(&RunSession::Stop, weak_from_this()));
+}
+
+void RunSession::Fail(Failure failure) {
+  if (!report_.failure) report_.failure = std::move(failure);
+  Finish(Ending::kFailed);
+}
+
+void RunSession::Stop() {
+  setting_.console.SetProgress("");
+  if (producer_ != nullptr) StopProducer();
+  setting_.loop->Quit();
+}
+
+void RunSession::StopProducer() {
+  const video::VideoProducerStats2 captured = producer_->GetStats(VideoStreamType::kBig);
+  report_.frames_captured = captured.capture_stat;
+  producer_->StopCapture({});
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    StreamReport& stream = report_.streams[i];
+    producer_->StopEncoder(stream.plan.type, kLongestDrainMs);
+    const video::VideoProducerStats2 stats = producer_->GetStats(stream.plan.type);
+    report_.frames_processed = stats.preprocess_stat;
+    stream.encoder = stats.encoder_stats;
+    const media::EncodedFileWriter& file = *streams_[i].file;
+    streams_[i].file->Close();
+    stream.figures = streams_[i].meter->Figures();
+    stream.figures.frames = file.frames_written();
+    if (file.failed() && !stream.target.is_stdout() && !report_.failure) {
+      report_.failure = Failure{ExitCode::kWriteFailed, "'" + file.path() + "' is not complete"};
+    }
+  }
+  report_.wall_time = steady_clock::now() - capture_start_;
+  producer_->Uninitialize();
+  producer_.reset();
+}
+
+RunReport RunSession::Conclude() {
+  report_.ending = *ending_;
+  std::optional<steady_clock::time_point> first_frame;
+  const StreamReport* empty = nullptr;
+  for (const StreamReport& stream : report_.streams) {
+    const auto& first = stream.figures.first_frame;
+    if (!first) empty = &stream;
+    if (first && (!first_frame || *first < *first_frame)) first_frame = first;
+  }
+  if (first_frame) report_.time_to_first_frame = *first_frame - setting_.program_start;
+  if (report_.failure) return report_;
+
+  const std::string& camera = setting_.options.camera_id;
+  if (source_end_.error_code != 0 && !first_frame) {
+    report_.failure = CameraStartFailure(camera, source_end_.error_code, source_end_.reason);
+  } else if (source_end_.error_code != 0 || source_end_.damaged_frames > 0) {
+    report_.failure = CameraDamageFailure(camera, source_end_.error_code, source_end_.reason,
+                                          source_end_.damaged_frames);
+  } else if (empty != nullptr && *ending_ != Ending::kInterrupted &&
+             *ending_ != Ending::kReaderClosed) {
+    report_.failure =
+        Failure{ExitCode::kNoFrames, "the " + std::string(StreamName(empty->plan.type)) +
+                                         " stream received no frame: " + camera + " delivered " +
+                                         std::to_string(report_.frames_captured) +
+                                         "; is it longer than 0, and --duration long enough?"};
+  }
+  return report_;
+}
+
+}  // namespace movra::app

@@ -1,0 +1,97 @@
+// One run of the producer, from its first operation to the closing of its files.
+
+#ifndef MOVRA_APP_RUN_SESSION_H_
+#define MOVRA_APP_RUN_SESSION_H_
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/console.h"
+#include "app/encoder_error_client.h"
+#include "app/output_files.h"
+#include "app/progress_line.h"
+#include "app/run_options.h"
+#include "app/run_report.h"
+#include "app/stream_meter.h"
+#include "core/run_loop.h"
+#include "media/output/encoded_file_writer.h"
+#include "video/camera_service.h"
+#include "video/producer/video_producer2.h"
+
+namespace movra::app {
+
+// What a session works with. The references outlive it.
+struct RunSetting {
+  const RunOptions& options;
+  const video::CameraInfo& source;
+  const CapturePlan& plan;
+  const OutputFiles& files;
+  std::chrono::steady_clock::time_point program_start;
+  Console& console;
+  std::shared_ptr<core::RunLoop> loop;  // The main queue.
+};
+
+// Drives the producer through IVideoProducer2 alone: both encoders first, so that the first frame
+// is not lost, then the capture. It ends when the end mark has come out of every stream, when the
+// duration is over, at an interrupt, or at the first failure. However it ends, what is on its way
+// is written and the files are closed.
+//
+// Everything runs in the loop; events of other threads are posted there, weakly.
+class RunSession : public std::enable_shared_from_this<RunSession> {
+ public:
+  explicit RunSession(const RunSetting& setting);
+
+  // Runs the loop until all is over. Once.
+  [[nodiscard]] RunReport Run();
+
+  // Ends the run like its natural end. In the loop; harmless at any time.
+  void Interrupt() { Finish(Ending::kInterrupted); }
+
+ private:
+  struct Stream {
+    std::shared_ptr<media::EncodedFileWriter> file;
+    std::shared_ptr<StreamMeter> meter;  // In front of the file; what the encoder writes into.
+    bool over = false;
+  };
+
+  void Begin();
+  [[nodiscard]] bool OpenStreams();
+  [[nodiscard]] bool OpenStream(std::size_t index,
+                                const std::shared_ptr<media::TimeOrigin>& origin);
+  void StartEncoders();
+  void StartCapture();
+
+  void OnCaptureStarted(int error_code, int elapsed_ms);
+  void OnFirstFrame();
+  void OnStreamOver(std::size_t index, Ending ending);
+  void OnStreamEnd(std::size_t index, video::StreamEnd end);
+  void OnWriteError(std::size_t index, media::WriteError error);
+  void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
+                      const std::string& detail);
+  void ShowProgress();
+
+  // The first ending stands; the first failure is told, even if it comes while the run is ending.
+  void Finish(Ending ending);
+  void Fail(Failure failure);
+  void Stop();
+  void StopProducer();
+  [[nodiscard]] RunReport Conclude();
+
+  const RunSetting setting_;
+  std::shared_ptr<EncoderErrorClient> client_;
+  std::shared_ptr<video::IVideoProducer2> producer_;
+  std::vector<Stream> streams_;
+  ProgressLine progress_;
+  RunReport report_;
+  std::optional<Ending> ending_;
+  video::StreamEnd source_end_;  // Of a source that did not end well.
+  std::chrono::steady_clock::time_point capture_start_;
+};
+
+}  // namespace movra::app
+
+#endif  // MOVRA_APP_RUN_SESSION_H_

@@ -1,0 +1,165 @@
+#include "app/stream_plan.h"
+
+#include <gtest/gtest.h>
+
+#include "media/encode/encoder_settings.h"
+
+namespace movra::app {
+namespace {
+
+using video::Size;
+using video::VideoStreamType;
+
+video::CameraInfo File(Size size, int numerator, int denominator = 1) {
+  video::CameraInfo info;
+  info.natural_size = size;
+  info.rate_numerator = numerator;
+  info.rate_denominator = denominator;
+  info.is_file = true;
+  return info;
+}
+
+video::CameraInfo Device(Size size, int numerator) {
+  video::CameraInfo info = File(size, numerator);
+  info.is_file = false;
+  return info;
+}
+
+TEST(StreamPlan, ALandscapeSourceGivesTheUsualPair) {
+  const CapturePlan plan = PlanCapture({}, File({1920, 1080}, 30));
+  ASSERT_EQ(plan.streams.size(), 2U);
+  const StreamPlan& big = plan.streams[0];
+  const StreamPlan& small = plan.streams[1];
+  EXPECT_EQ(big.type, VideoStreamType::kBig);
+  EXPECT_EQ(big.size, (Size{1280, 720}));
+  EXPECT_EQ(big.frame_rate, 30);
+  EXPECT_EQ(big.expected_frame_rate, 30);
+  EXPECT_EQ(big.bitrate_bps, 1'500'000);
+  EXPECT_EQ(small.type, VideoStreamType::kSmall);
+  EXPECT_EQ(small.size, (Size{320, 180}));
+  EXPECT_EQ(small.frame_rate, 15);
+  EXPECT_EQ(small.bitrate_bps, 133'000);
+  EXPECT_FALSE(big.target || small.target);
+}
+
+struct Shape {
+  Size natural;
+  Size big;
+  Size small;
+};
+
+class StreamPlanShape : public testing::TestWithParam<Shape> {};
+
+TEST_P(StreamPlanShape, FollowsTheSourceAndIsNeverEnlarged) {
+  const CapturePlan plan = PlanCapture({}, File(GetParam().natural, 30));
+  EXPECT_EQ(plan.streams[0].size, GetParam().big);
+  EXPECT_EQ(plan.streams[1].size, GetParam().small);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, StreamPlanShape,
+                         testing::Values(Shape{{1280, 720}, {1280, 720}, {320, 180}},
+                                         Shape{{3840, 2160}, {1280, 720}, {320, 180}},
+                                         Shape{{1080, 1920}, {720, 1280}, {180, 320}},
+                                         Shape{{640, 480}, {640, 480}, {160, 120}},
+                                         Shape{{1440, 1080}, {960, 720}, {240, 180}},
+                                         Shape{{64, 64}, {64, 64}, {16, 16}},
+                                         Shape{{32, 32}, {32, 32}, {16, 16}},
+                                         Shape{{3840, 20}, {1280, 16}, {320, 16}},
+                                         Shape{{0, 0}, {1280, 720}, {320, 180}}));
+
+TEST(StreamPlan, TheRateIsTheSourcesUpToThirty) {
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 60)).streams[0].expected_frame_rate, 30);
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 24)).streams[0].expected_frame_rate, 24);
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 0)).streams[0].expected_frame_rate, 30);
+  EXPECT_NEAR(PlanCapture({}, File({640, 360}, 30000, 1001)).streams[0].expected_frame_rate, 29.97,
+              0.001);
+}
+
+// The limit stays at thirty: a file of uneven time stamps is faster than its mean in places.
+TEST(StreamPlan, ASlowSourceDoesNotLowerTheLimitOfTheBigStream) {
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 10)).streams[0].frame_rate, 30);
+}
+
+TEST(StreamPlan, TheSmallStreamHasHalfTheRateRoundedUp) {
+  const auto small_rate = [](int numerator, int denominator) {
+    return PlanCapture({}, File({640, 360}, numerator, denominator)).streams[1].frame_rate;
+  };
+  EXPECT_EQ(small_rate(30, 1), 15);
+  EXPECT_EQ(small_rate(60, 1), 15);
+  EXPECT_EQ(small_rate(30000, 1001), 15);
+  EXPECT_EQ(small_rate(25, 1), 13);
+  EXPECT_EQ(small_rate(24, 1), 12);
+  EXPECT_EQ(small_rate(1, 1), 1);
+  EXPECT_EQ(small_rate(1, 2), 1);
+  EXPECT_EQ(small_rate(0, 1), 15);
+}
+
+TEST(StreamPlan, WhatWasTypedHoldsAndTheSmallStreamFollowsTheBigOne) {
+  RunOptions options;
+  options.big.size = Size{1920, 1080};
+  options.big.frame_rate = 60;
+  options.big.bitrate_bps = 4'000'000;
+  options.big.target = StreamTarget{"a.mkv", media::ContainerFormat::kMkv};
+  const CapturePlan plan = PlanCapture(options, File({1920, 1080}, 60));
+  EXPECT_EQ(plan.streams[0].size, (Size{1920, 1080}));
+  EXPECT_EQ(plan.streams[0].frame_rate, 60);
+  EXPECT_EQ(plan.streams[0].bitrate_bps, 4'000'000);
+  EXPECT_EQ(plan.streams[0].target, options.big.target);
+  EXPECT_EQ(plan.streams[1].size, (Size{480, 270}));
+  EXPECT_EQ(plan.streams[1].frame_rate, 30);
+}
+
+TEST(StreamPlan, AStreamThatIsOffIsLeftOut) {
+  RunOptions options;
+  options.big.off = true;
+  const CapturePlan small_only = PlanCapture(options, File({1920, 1080}, 30));
+  ASSERT_EQ(small_only.streams.size(), 1U);
+  EXPECT_EQ(small_only.streams[0].type, VideoStreamType::kSmall);
+  EXPECT_EQ(small_only.streams[0].size, (Size{320, 180}));
+  options.big.off = false;
+  options.small.off = true;
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).streams.size(), 1U);
+}
+
+// The encoder's own default, so that leaving the bit rate out means the same everywhere.
+TEST(StreamPlan, TheBitRateFollowsTheSizeAndTheRateThatIsExpected) {
+  RunOptions options;
+  options.big.size = Size{1920, 1080};
+  options.big.frame_rate = 60;
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 25)).streams[0].bitrate_bps,
+            media::DefaultBitrateBps({1920, 1080}, 25));
+  options.big.bitrate_bps = 123'000;
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 25)).streams[0].bitrate_bps, 123'000);
+}
+
+TEST(StreamPlan, AFileIsTakenAtItsOwnRateUnlessThatIsMoreThanIsNeeded) {
+  EXPECT_FALSE(PlanCapture({}, File({640, 360}, 30)).frame_rate);
+  EXPECT_FALSE(PlanCapture({}, File({640, 360}, 0)).frame_rate);
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 60)).frame_rate, 30);
+  RunOptions options;
+  options.big.off = true;
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 60)).frame_rate, 15);
+}
+
+TEST(StreamPlan, ADeviceIsAskedForTheRateOfTheFasterStream) {
+  EXPECT_EQ(PlanCapture({}, Device({640, 480}, 30)).frame_rate, 30);
+  RunOptions options;
+  options.small.frame_rate = 60;
+  EXPECT_EQ(PlanCapture(options, Device({640, 480}, 30)).frame_rate, 60);
+}
+
+TEST(StreamPlan, AnAskedCaptureRateBoundsWhatIsExpected) {
+  RunOptions options;
+  options.frame_rate = 10;
+  for (const video::CameraInfo& source : {File({640, 360}, 30), Device({640, 480}, 30)}) {
+    const CapturePlan plan = PlanCapture(options, source);
+    EXPECT_EQ(plan.frame_rate, 10);
+    EXPECT_EQ(plan.streams[0].expected_frame_rate, 10);
+    EXPECT_EQ(plan.streams[1].frame_rate, 5);
+  }
+  options.frame_rate = 60;
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).streams[0].expected_frame_rate, 25);
+}
+
+}  // namespace
+}  // namespace movra::app

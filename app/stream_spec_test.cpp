@@ -1,0 +1,95 @@
+#include "app/stream_spec.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace movra::app {
+namespace {
+
+using media::ContainerFormat;
+using testing::HasSubstr;
+
+struct Good {
+  const char* text;
+  StreamSpec spec;
+};
+
+class GoodSpec : public testing::TestWithParam<Good> {};
+
+TEST_P(GoodSpec, IsRead) {
+  const Result<StreamSpec> result = ParseStreamSpec(GetParam().text);
+  ASSERT_EQ(FailureOf(result), nullptr) << FailureOf(result)->text;
+  EXPECT_EQ(ValueOf(result), GetParam().spec);
+}
+
+const video::Size k720p{1280, 720};
+const StreamTarget kTalk{"talk.mp4", ContainerFormat::kMp4};
+
+INSTANTIATE_TEST_SUITE_P(
+    StreamSpec, GoodSpec,
+    testing::Values(
+        Good{"1280x720@30,1500k,talk.mp4", {false, k720p, 30, 1'500'000, kTalk}},
+        Good{"1280x720", {false, k720p, {}, {}, {}}}, Good{"@30", {false, {}, 30, {}, {}}},
+        Good{"1.5M", {false, {}, {}, 1'500'000, {}}}, Good{"talk.mp4", {false, {}, {}, {}, kTalk}},
+        Good{"1280x720@30", {false, k720p, 30, {}, {}}},
+        Good{"1280x720,talk.mp4", {false, k720p, {}, {}, kTalk}},
+        Good{"@15,150k", {false, {}, 15, 150'000, {}}},
+        Good{"1500k,talk.mp4", {false, {}, {}, 1'500'000, kTalk}},
+        Good{"a,b.mkv", {false, {}, {}, {}, StreamTarget{"a,b.mkv", ContainerFormat::kMkv}}},
+        Good{"150k,1280x720.ts",
+             {false, {}, {}, 150'000, StreamTarget{"1280x720.ts", ContainerFormat::kMpegTs}}},
+        Good{"2x2.mp4", {false, {}, {}, {}, StreamTarget{"2x2.mp4", ContainerFormat::kMp4}}},
+        Good{"/tmp/my talk.h264",
+             {false, {}, {}, {}, StreamTarget{"/tmp/my talk.h264", ContainerFormat::kAnnexB}}},
+        Good{"-", {false, {}, {}, {}, StreamTarget{"-", ContainerFormat::kMpegTs}}},
+        Good{"150k,-.mkv", {false, {}, {}, 150'000, StreamTarget{"-", ContainerFormat::kMkv}}},
+        Good{"-a.mp4", {false, {}, {}, {}, StreamTarget{"-a.mp4", ContainerFormat::kMp4}}},
+        Good{"off", {true, {}, {}, {}, {}}}));
+
+struct Bad {
+  const char* text;
+  ExitCode code;
+  const char* says;
+};
+
+class BadSpec : public testing::TestWithParam<Bad> {};
+
+TEST_P(BadSpec, IsRefusedWithItsCodeAndReason) {
+  const Result<StreamSpec> result = ParseStreamSpec(GetParam().text);
+  ASSERT_NE(FailureOf(result), nullptr);
+  EXPECT_EQ(FailureOf(result)->code, GetParam().code);
+  EXPECT_THAT(FailureOf(result)->text, HasSubstr(GetParam().says));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    StreamSpec, BadSpec,
+    testing::Values(Bad{"", ExitCode::kMalformed, "'' has an empty piece"},
+                    Bad{",", ExitCode::kMalformed, "has an empty piece"},
+                    Bad{"1280x720,", ExitCode::kMalformed, "'1280x720,' has an empty piece"},
+                    Bad{"1280x720,,a.mp4", ExitCode::kMalformed, "has an empty piece"},
+                    Bad{"1280x720@", ExitCode::kMalformed, "'' is not a rate"},
+                    Bad{"1280x720@fast", ExitCode::kMalformed, "'fast' is not a rate"},
+                    Bad{"1280x720@30@15", ExitCode::kMalformed, "'30@15' is not a rate"},
+                    Bad{"1280x", ExitCode::kMalformed,
+                        "'1280x' is neither a size, a bit rate nor a file"},
+                    Bad{"1280*720", ExitCode::kMalformed, "'1280*720' is neither"},
+                    Bad{"720p", ExitCode::kMalformed, "'720p' is neither"},
+                    Bad{"1500q", ExitCode::kMalformed, "'1500q' is neither"},
+                    Bad{"OFF", ExitCode::kMalformed, "'OFF' is neither"},
+                    Bad{"1500k,1280x720", ExitCode::kMalformed, "'1280x720' is neither"},
+                    Bad{"1500k,1500k", ExitCode::kMalformed, "'1500k' is neither"},
+                    Bad{"0x0", ExitCode::kZero, "the width is 0"},
+                    Bad{"1280x720@0", ExitCode::kZero, "the rate is 0"},
+                    Bad{"1280x720@30,0k", ExitCode::kZero, "the bit rate is 0"},
+                    Bad{"1281x720", ExitCode::kOutOfRange, "the width is odd"},
+                    Bad{"100000x100000@30", ExitCode::kOutOfRange, "the width is out of range"},
+                    Bad{"@1000", ExitCode::kOutOfRange, "the rate 1000 is too high"},
+                    Bad{"5k", ExitCode::kOutOfRange, "the bit rate 5k is out of range"},
+                    Bad{"talk.avi", ExitCode::kUnknownEnding, "use .mp4, .mkv, .ts or .h264"},
+                    Bad{"out/talk", ExitCode::kUnknownEnding, "'out/talk' has no ending"},
+                    Bad{"-.avi", ExitCode::kUnknownEnding, "'-.avi' has no ending"}));
+
+}  // namespace
+}  // namespace movra::app
