@@ -159,9 +159,10 @@ TYPED_TEST(EitherScreenCapture, WithoutACapturerIsStartedAllTheSame) {
 TYPED_TEST(EitherScreenCapture, OfAnUnownedProducerFailsBeforeTheCapturerIsTold) {
   VideoProducer2Impl producer(this->Context(), this->client(), VideoStreamType::kBig);
   const TypeParam params = this->Full();
+  this->journal().LeaveOut(0);
   EXPECT_THAT(
       this->EntriesOf([&] { EXPECT_THROW(producer.StartCapture(params), std::bad_weak_ptr); }),
-      ElementsAre(this->Asked(params)));
+      ElementsAre(kQueueCheck, this->Asked(params), kQueueCheck));
   EXPECT_FALSE(producer.IsCapturing());
   EXPECT_EQ(producer.GetCurrentSourceType(), VideoSourceType::kScreen);
 }
