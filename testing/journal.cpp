@@ -6,8 +6,18 @@
 namespace movra::testing {
 
 void Journal::Add(Kind kind, std::string text) {
+  std::function<void(const std::string&)> observer;
+  {
+    const std::lock_guard lock(mutex_);
+    entries_.push_back({kind, text});
+    observer = observer_;
+  }
+  if (observer) observer(text);
+}
+
+void Journal::SetObserver(std::function<void(const std::string&)> observer) {
   const std::lock_guard lock(mutex_);
-  entries_.push_back({kind, std::move(text)});
+  observer_ = std::move(observer);
 }
 
 void Journal::LeaveOut(unsigned kinds) {

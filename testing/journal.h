@@ -17,6 +17,7 @@
 #define MOVRA_TESTING_JOURNAL_H_
 
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -45,6 +46,11 @@ class Journal {
     Add(kCall, DescribeCall(object, operation, args...));
   }
 
+  // From now on tells the observer of every entry, left out or not, right after adding it and
+  // without holding a lock. That is in the middle of an operation, so a test can look at what the
+  // object under test is like there. Null: tells nobody.
+  void SetObserver(std::function<void(const std::string& entry)> observer);
+
   // Leaves the kinds (any of them, joined by |) out of what Take returns from now on; 0 shows all.
   void LeaveOut(unsigned kinds);
 
@@ -70,6 +76,7 @@ class Journal {
   // Guarded by mutex_.
   std::vector<Entry> entries_;
   unsigned left_out_ = 0;
+  std::function<void(const std::string&)> observer_;
 };
 
 }  // namespace movra::testing

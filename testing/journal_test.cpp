@@ -64,5 +64,17 @@ TEST(Journal, ClearingForgetsEverything) {
   EXPECT_EQ(journal.Count(Journal::kCall), 0u);
 }
 
+TEST(Journal, TellsItsObserverOfEachEntryWhileMoreCanBeAdded) {
+  Journal journal;
+  journal.LeaveOut(Journal::kQueueCheck);
+  journal.SetObserver([&journal](const std::string& entry) {
+    if (entry == "main_queue.IsCurrent()") journal.Call("track", "Reset");
+  });
+  journal.Add(Journal::kQueueCheck, "main_queue.IsCurrent()");
+  journal.SetObserver(nullptr);
+  journal.Add(Journal::kQueueCheck, "main_queue.IsCurrent()");
+  EXPECT_THAT(journal.Take(), ElementsAre("track.Reset()"));
+}
+
 }  // namespace
 }  // namespace movra::testing
