@@ -131,11 +131,17 @@ TEST_F(CaptureAdaptation, LeavesOtherSourcesAlone) {
 }
 
 TEST_F(CaptureAdaptation, LooksAtTheSourceAndNotOnlyAtWhatAnEarlierOneWasAskedFor) {
-  // Started again without any source, with the camera's parameters still there.
-  const auto producer = MakeCapturingProducer();
-  LeaveSourceBehind(*producer);
-  producer->ResumeCapture();
-  EXPECT_THAT(AdaptationBy(*producer, SizeAndRateOf(1280, 720, 60)), IsEmpty());
+  // Started again without any source, with the parameters of one still there.
+  const auto camera = MakeCapturingProducer();
+  const auto mobile = MakeProducer();
+  mobile->StartCapture(Mobile());
+  const auto desktop = MakeProducer();
+  desktop->StartCapture(Desktop());
+  for (const auto& producer : {camera, mobile, desktop}) {
+    LeaveSourceBehind(*producer);
+    producer->ResumeCapture();
+    EXPECT_THAT(AdaptationBy(*producer, SizeAndRateOf(1280, 720, 60)), IsEmpty());
+  }
 }
 
 TEST_F(CaptureAdaptation, ChecksTheMainQueueTwiceInAllAndIgnoresTheAnswer) {

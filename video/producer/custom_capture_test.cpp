@@ -1,11 +1,10 @@
 // Capture from a track that the application feeds.
 
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
+#include <vector>
 
-#include "core/dispatch_queue.h"
 #include "video/producer/capture_test_fixture.h"
 
 namespace movra::video {
@@ -214,34 +213,34 @@ TEST_F(CustomCapture, TakesTheLastInputForTheStatistics) {
   EXPECT_EQ(producer->GetStats(VideoStreamType::kBig).capture_stat, 30u);
 }
 
-// A main queue that does something while it is asked whether it is current.
-class CuriousQueue : public core::DispatchQueue {
- public:
-  std::function<void()> on_question;
-
-  [[nodiscard]] bool IsCurrent() const override {
-    if (on_question) on_question();
-    return true;
-  }
-  void Post(core::Task) override {}
-  void PostDelayed(core::Task, std::chrono::nanoseconds) override {}
-};
-
 TEST_F(CustomCapture, HasStoredAnInputBeforeItChecksTheMainQueue) {
   const auto producer = MakeCustomProducer();
   const auto reader = MakeReader();
   reader->capture_stat = 30;
-  const auto queue = std::make_shared<CuriousQueue>();
-  const auto previous = core::SetMainQueue(queue);
-  int questions = 0;
   std::uint32_t seen = 0;
-  queue->on_question = [&] {
-    if (++questions == 1) seen = producer->GetStats(VideoStreamType::kBig).capture_stat;
-  };
+  journal().SetObserver([&](const std::string& entry) {
+    if (entry != "main_queue.IsCurrent()") return;
+    journal().SetObserver(nullptr);  // The statistics check too.
+    seen = producer->GetStats(VideoStreamType::kBig).capture_stat;
+  });
   producer->SetCustomCaptureInputTrack(reader);
-  core::SetMainQueue(previous);
   EXPECT_EQ(seen, 30u);
-  EXPECT_EQ(questions, 2);  // The statistics ask too.
+}
+
+TEST_F(CustomCapture, IsInItsNewStateBeforeThePreprocessorHearsOfIt) {
+  const auto producer = MakeProducer();
+  std::vector<std::string> states;
+  journal().SetObserver([&](const std::string& entry) {
+    if (!entry.starts_with("preprocessor.")) return;
+    const std::string capturing = producer->IsCapturing() ? ", capturing from " : ", stopped on ";
+    states.push_back(entry + capturing + testing::Describe(producer->GetCurrentSourceType()));
+  });
+  producer->EnableCustomCapturing(true);
+  producer->EnableCustomCapturing(false);
+  journal().SetObserver(nullptr);
+  EXPECT_THAT(states, ElementsAre("preprocessor.StopProcessing(), stopped on kNone",
+                                  "preprocessor.StartProcessing(), capturing from kCustom",
+                                  "preprocessor.StopProcessing(), stopped on kNone"));
 }
 
 // Queue and owner.

@@ -315,6 +315,14 @@ TEST_P(ClientEvent, NeedsNoOwnerAndIsToldWhateverTheMainQueueAnswers) {
               ElementsAre(::testing::StartsWith("client.")));
 }
 
+TEST_P(ClientEvent, ChecksTheMainQueueBeforeItLooksForTheClient) {
+  const auto producer = MakeProducer();
+  journal().SetObserver([this](const std::string& entry) {
+    if (entry == "main_queue.IsCurrent()") ReleaseClient();
+  });
+  EXPECT_THAT(EntriesOf([&] { GetParam().raise(*producer); }), ElementsAre("~client"));
+}
+
 // A client whose owner lets it go while it is being told something.
 class LeavingClient : public testing::ClientDouble {
  public:
