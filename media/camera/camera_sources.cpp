@@ -5,6 +5,8 @@
 #include "media/camera/camera_service_impl.h"
 #include "media/camera/file_camera.h"
 #include "media/camera/test_camera.h"
+#include "media/camera/v4l2_camera.h"
+#include "media/camera/v4l2_devices.h"
 
 namespace movra::media {
 
@@ -16,10 +18,11 @@ std::unique_ptr<CameraSource> MakeCameraSource(const std::string& camera_id,
   if (id.starts_with(kFile)) {
     return MakeFileCamera(camera_id.substr(kFile.size()), playback);
   }
+  if (IsV4l2Id(id)) return std::make_unique<V4l2Camera>(camera_id, MakeV4l2Io());
   return nullptr;
 }
 
-std::vector<video::VideoDeviceInfo> ListDevices() { return {}; }
+std::vector<video::VideoDeviceInfo> ListDevices() { return ListV4l2Devices("/dev", MakeV4l2Io); }
 
 CameraServiceParts DefaultCameraServiceParts() {
   return {.make_source = MakeCameraSource, .list_devices = ListDevices, .device_directory = "/dev"};

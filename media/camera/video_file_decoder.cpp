@@ -18,6 +18,7 @@ extern "C" {
 #include "media/camera/camera_error.h"
 #include "media/camera/file_check.h"
 #include "media/camera/picture_size.h"
+#include "media/ffmpeg/ffmpeg_log.h"
 
 namespace movra::media {
 namespace {
@@ -76,6 +77,7 @@ int VideoFileDecoder::IsInterrupted(void* decoder) {
 }
 
 CameraInfo VideoFileDecoder::Open(const std::string& path) {
+  RouteFfmpegLog();
   path_ = path;
   if (const FileCheck check = CheckReadableFile(path); check.error != CameraError::kNone) {
     return Failure(check.error, check.text);

@@ -1,0 +1,50 @@
+#include "media/camera/v4l2_io.h"
+
+#include <fcntl.h>
+#include <linux/videodev2.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace movra::media {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(V4l2Io, ReportsWhatCannotBeOpenedOrAsked) {
+  EXPECT_EQ(MakeV4l2Io()->Open("/dev/no-such-device"), ENOENT);
+  const auto io = MakeV4l2Io();
+  ASSERT_EQ(io->Open("/dev/null"), 0);
+  v4l2_capability capability{};
+  EXPECT_EQ(io->Control(VIDIOC_QUERYCAP, &capability), ENOTTY);
+  EXPECT_EQ(io->Map(4096, 0), nullptr);
+}
+
+// A pipe stands for the device: it becomes readable when somebody writes into it.
+TEST(V4l2Io, WaitsForTheDeviceOrForAnInterruption) {
+  std::string directory = (fs::temp_directory_path() / "movra-io-XXXXXX").string();
+  ASSERT_NE(mkdtemp(directory.data()), nullptr);
+  const std::string path = directory + "/device";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const auto io = MakeV4l2Io();
+  ASSERT_EQ(io->Open(path), 0);
+  const int writer = open(path.c_str(), O_WRONLY);
+  ASSERT_EQ(write(writer, "x", 1), 1);
+  EXPECT_TRUE(io->WaitForFrame());
+  {
+    std::thread interrupter([&io] { io->Interrupt(); });
+    interrupter.join();
+  }
+  EXPECT_FALSE(io->WaitForFrame());
+  EXPECT_FALSE(io->WaitForFrame());
+  close(writer);
+  fs::remove_all(directory);
+}
+
+}  // namespace
+}  // namespace movra::media
