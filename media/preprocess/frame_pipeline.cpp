@@ -92,16 +92,18 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
   const video::Size own = pass.frame.info().size;
   std::stable_sort(taps.begin(), taps.end(),
                    [&](const Tap* a, const Tap* b) { return AreaOf(*a, own) > AreaOf(*b, own); });
+  // An encoder's tap that is being removed still gets the frame that was on its way to it: it may
+  // be added anew with another size, and a lossless frame must not fall in between.
+  const bool is_encoder = position == InterceptPosition::kEncoder;
   for (const Tap* const tap : taps) {
-    const auto writer = tap->Lock();
+    const auto writer = is_encoder ? tap->target.lock() : tap->Lock();
     if (writer == nullptr) continue;
     if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
     const PixelFrame made =
         pass.outputs->Make({tap->params.width, tap->params.height}, tap->params.pixel_format);
     // Scaling took its time: asked again right before the write.
-    if (!made || !*tap->attached || pass.is_stopped()) continue;
-    const bool lossless = position == InterceptPosition::kEncoder;
-    static_cast<void>(writer->Write(lossless ? made : WithDelivery(made, FrameDelivery::kLive)));
+    if (!made || (!is_encoder && !*tap->attached) || pass.is_stopped()) continue;
+    static_cast<void>(writer->Write(is_encoder ? made : WithDelivery(made, FrameDelivery::kLive)));
   }
 }
 

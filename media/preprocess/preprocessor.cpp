@@ -96,9 +96,21 @@ void Preprocessor::AddOutputTrack(InterceptPosition position,
 }
 
 void Preprocessor::RemoveOutputTrack(std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
+  // First, so that no lossless frame passes between a tap's removal and its return in another size.
+  ++changes_;
   Change([&](PipelineSettings& settings) { Remove(settings.taps, writer); });
   if (const auto removed = writer.lock()) removed->SetRoomCallback({});
-  Schedule();  // The held frame may have waited for this one.
+  const auto main_queue = core::GetMainQueue();
+  if (main_queue->IsCurrent()) {
+    main_queue->Post(movra_base::BindOnce(&Preprocessor::EndChange, weak_from_this()));
+  } else {
+    EndChange();
+  }
+}
+
+void Preprocessor::EndChange() {
+  --changes_;
+  Schedule();  // The held frame may have waited for the tap, or for the change.
 }
 
 void Preprocessor::StopProcessing() {
@@ -251,7 +263,8 @@ void Preprocessor::ProcessNext() {
   PixelFrame frame = TakeHeldFrame();
   if (!frame) frame = ReadFrame(*settings);
   if (!frame) return;
-  if (frame.info().delivery == video::FrameDelivery::kLossless && !EncodersHaveRoom(*settings)) {
+  if (frame.info().delivery == video::FrameDelivery::kLossless &&
+      (changes_ > 0 || !EncodersHaveRoom(*settings))) {
     return Hold(std::move(frame), run);
   }
   Process(std::move(frame), *settings, run);

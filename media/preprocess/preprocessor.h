@@ -26,6 +26,9 @@ namespace movra::media {
 // An operation on the main queue changes a copy of the settings and swaps it in; a frame in
 // progress goes on with the settings it began with. A removed tap or interceptor, and everyone once
 // processing is stopped, is given nothing more; a write in progress may end after the removal.
+// Encoder taps differ: the frame in progress still reaches them, and no lossless frame moves on
+// before the main-queue task that removed one has ended, so that a tap which is removed and added
+// in another size loses nothing.
 //
 // Effects are not available yet: the first request for each is answered by a line in the log.
 class Preprocessor final : public video::IVideoPreprocessor2,
@@ -81,6 +84,9 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   void ReportUnavailable(std::string_view effect);
   void AnswerSnapshots(const std::shared_ptr<video::ObjcWrapper<NSImage>>& image);
 
+  // Ends a change of the taps. Main queue.
+  void EndChange();
+
   // Makes a task look for a frame, unless one is posted already. Any thread.
   void Schedule();
   // The rest runs on the queue.
@@ -99,7 +105,10 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   // Which start is running, 0 when stopped. Written on the main queue, read on the queue.
   std::atomic<std::uint64_t> run_ = 0;
   std::atomic<std::uint32_t> processed_ = 0;  // Written on the queue, read on any thread.
-  std::atomic<bool> is_scheduled_ = false;    // Set on any thread, cleared on the queue.
+  // The removals whose main-queue task has not ended yet. Written on the main queue, read on the
+  // queue.
+  std::atomic<int> changes_ = 0;
+  std::atomic<bool> is_scheduled_ = false;  // Set on any thread, cleared on the queue.
 
   std::mutex mutex_;
   // All guarded by mutex_; run_ changes under it too, so that no frame is held beyond its run.

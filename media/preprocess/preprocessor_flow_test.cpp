@@ -176,6 +176,23 @@ TEST_F(PreprocessorHeldFrame, MovesOnWhenTheTapIsRemoved) {
   EXPECT_EQ(Read(full_), "");
 }
 
+TEST_F(PreprocessorHeldFrame, WaitsForTheTapThatIsAddedAnewInTheSameTaskOfTheMainQueue) {
+  const auto main_queue = std::make_shared<ManualQueue>();
+  const auto previous = core::SetMainQueue(main_queue);
+  HoldAFrame();
+  preprocessor->RemoveOutputTrack(full_->GetWriter());
+  EXPECT_EQ(Read(full_), "0");
+  preprocessor->StartProcessing();  // Something wakes it in between.
+  queue->RunAll();
+  EXPECT_EQ(witness_->frames.size(), 1U);
+
+  preprocessor->AddOutputTrack(kEncoder, Params(kSize), full_->GetWriter());
+  main_queue->RunAll();
+  ExpectItMovesOn();
+  EXPECT_EQ(Read(full_), "1");
+  core::SetMainQueue(previous);
+}
+
 TEST_F(PreprocessorHeldFrame, MovesOnWhenTheTrackDies) {
   HoldAFrame();
   full_.reset();

@@ -276,13 +276,27 @@ TEST_F(PreprocessorPicture, WhatIsRemovedWhileAFrameIsInProgressIsNotGivenIt) {
   });
   preprocessor->AddInterceptor(InterceptPosition::kCustomProcessing, {}, remover);
   preprocessor->AddInterceptor(InterceptPosition::kCustomProcessing, {}, removed_listener);
-  preprocessor->AddOutputTrack(kEncoder, Params(kSize), removed);
-  const auto kept = AddWriter(kEncoder, Params(kSize));
+  preprocessor->AddOutputTrack(kPreview, Params(kSize), removed);
+  const auto kept = AddWriter(kPreview, Params(kSize));
   preprocessor->StartProcessing();
   Process(MakeFrame(0, kLive));
   EXPECT_THAT(removed->frames, IsEmpty());
   EXPECT_THAT(removed_listener->frames, IsEmpty());
   EXPECT_EQ(kept->frames.size(), 1U);
+}
+
+TEST_F(PreprocessorPicture, AnEncoderRemovedWhileAFrameIsInProgressStillGetsThatOne) {
+  const auto removed = std::make_shared<RecordingWriter>();
+  const auto remover = std::make_shared<Listener>([&](const PixelFrame& frame) {
+    preprocessor->RemoveOutputTrack(removed);
+    return frame;
+  });
+  preprocessor->AddInterceptor(InterceptPosition::kCustomProcessing, {}, remover);
+  preprocessor->AddOutputTrack(kEncoder, Params(kSize), removed);
+  preprocessor->StartProcessing();
+  Process(MakeFrame(0, kLossless));
+  Process(MakeFrame(1, kLossless));
+  EXPECT_EQ(removed->frames.size(), 1U);
 }
 
 TEST_F(PreprocessorPicture, AStopWhileAFrameIsInProgressEndsItThere) {
