@@ -19,6 +19,19 @@ function(movra_link_producer target collaborators)
     "$<LINK_GROUP:RESCAN,${core},movra_${collaborators}>")
 endfunction()
 
+# Reading GoogleTest's headers is a third of the time that a small test takes to compile, so all test
+# programs share one precompiled form of them.
+function(movra_precompile_gtest name)
+  if(NOT TARGET movra_gtest_headers)
+    file(WRITE ${PROJECT_BINARY_DIR}/gtest_headers.cpp "")
+    add_library(movra_gtest_headers OBJECT ${PROJECT_BINARY_DIR}/gtest_headers.cpp)
+    target_link_libraries(movra_gtest_headers PRIVATE GTest::gmock movra::build_flags)
+    target_precompile_headers(movra_gtest_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+  endif()
+  target_precompile_headers(${name} REUSE_FROM movra_gtest_headers)
+  set_target_properties(${name} PROPERTIES PCH_WARN_INVALID OFF)
+endfunction()
+
 # movra_test(NAME LABEL unit|contract|media|stress SOURCES ... [LINK ...] [COLLABORATORS testing|media])
 #   A GoogleTest program, one CTest test for each of its tests.
 function(movra_test name)
@@ -32,6 +45,7 @@ function(movra_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock GTest::gtest_main
                                         movra::build_flags)
+  movra_precompile_gtest(${name})
   if(ARG_COLLABORATORS)
     movra_link_producer(${name} ${ARG_COLLABORATORS})
   endif()
