@@ -4,7 +4,6 @@
 #include <memory>
 #include <ostream>
 #include <string>
-#include <utility>
 
 #include "base/once_callback.h"
 #include "video/producer/capture_test_fixture.h"
@@ -17,7 +16,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 using ::testing::Values;
-using Service = testing::CameraServiceDouble;
 
 constexpr char kQueueCheck[] = "main_queue.IsCurrent()";
 
@@ -64,6 +62,14 @@ TEST_F(StartCamera, ConnectsTheCameraThroughItsTrackToThePreprocessor) {
   EXPECT_EQ(CountFocusObservers(), 1u);
 }
 
+TEST_F(StartCamera, LogsWithItsLineNumbers) {
+  const auto producer = MakeCapturingProducer();
+  const auto lines = env().log().Take();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_GT(lines[0].line, 0);
+  EXPECT_GT(lines[1].line, lines[0].line);
+}
+
 TEST_F(StartCamera, PassesTheResultToTheCallbackOnce) {
   const auto producer = MakeProducer();
   producer->StartCapture(Camera(), OnStarted());
@@ -88,19 +94,50 @@ TEST_F(StartCamera, IsNotKeptAliveByTheApplicationsCallback) {
               ElementsAre("on_started(0, 1)", "~on_started"));
 }
 
-TEST_F(StartCamera, SetsTheSourceAndSubscribesBeforeTheCameraAndStartsAfterIt) {
+TEST_F(StartCamera, SetsTheSourceAndSubscribesBeforeTheCameraIsAsked) {
   const auto producer = MakeProducer();
-  Service& service = env().MakeCameraService();
-  service.start_policy = Service::CallbackPolicy::kRun;
   int runs = 0;
-  producer->StartCapture(Camera(), movra_base::BindOnce([&](int, int) {
-                           ++runs;
-                           EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kCamera);
-                           EXPECT_FALSE(producer->IsCapturing());
-                           EXPECT_EQ(CountDeviceObservers(), 1u);
-                           EXPECT_EQ(CountFocusObservers(), 1u);
-                         }));
+  AtEntry("camera_service.StartCapture(1, {cam-1 0x0}, CameraOutputTrack.writer, null)", [&] {
+    ++runs;
+    EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kCamera);
+    EXPECT_FALSE(producer->IsCapturing());
+    EXPECT_EQ(CountDeviceObservers(), 1u);
+    EXPECT_EQ(CountFocusObservers(), 1u);
+  });
+  producer->StartCapture(Camera(), {});
   EXPECT_EQ(runs, 1);
+}
+
+TEST_F(StartCamera, SetsTheSourceBeforeAVirtualCameraIsAsked) {
+  const auto producer = MakeProducer();
+  int runs = 0;
+  AtEntry("preprocessor.SetCoverImageParams(null)", [&] {
+    ++runs;
+    EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kVirtualCamera);
+    EXPECT_FALSE(producer->IsCapturing());
+  });
+  producer->StartCapture(Camera("virtual:1"), {});
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(StartCamera, IsStartedBeforeThePreprocessorIs) {
+  const auto producer = MakeProducer();
+  int runs = 0;
+  AtEntry("preprocessor.StartProcessing()", [&] {
+    ++runs;
+    EXPECT_TRUE(producer->IsCapturing());
+  });
+  producer->StartCapture(Camera(), {});
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(StartCamera, MayAnswerBeforeItIsStarted) {
+  const auto producer = MakeProducer();
+  env().MakeCameraService().start_policy = testing::CameraServiceDouble::CallbackPolicy::kRun;
+  const auto entries = EntriesOf([&] { producer->StartCapture(Camera(), OnStarted()); });
+  EXPECT_THAT(entries, Contains("on_started(0, 0)"));
+  EXPECT_EQ(entries.back(), "preprocessor.SetFrameAdaptiveMode(kCrop)");
+  EXPECT_TRUE(producer->IsCapturing());
 }
 
 TEST_F(StartCamera, HandsOnEveryFieldAndOverwritesTheSize) {
@@ -352,12 +389,13 @@ TEST_F(StartCamera, KeepsTheAdaptiveModeThatTheApplicationChose) {
 
 TEST_F(StartCamera, OfAnUnownedProducerFailsBeforeTheCameraIsAsked) {
   VideoProducer2Impl producer(Context(), client(), VideoStreamType::kBig);
+  journal().LeaveOut(0);
   EXPECT_THAT(EntriesOf([&] {
                 EXPECT_THROW(producer.StartCapture(Camera(), OnStarted()), std::bad_weak_ptr);
               }),
-              ElementsAre(Asked(Camera()), "IsVirtualCameraId(cam-1)",
+              ElementsAre(kQueueCheck, Asked(Camera()), "IsVirtualCameraId(cam-1)",
                           "CalculateSizeByLimitLandscapeSize(1920x1080, 0x0)",
-                          Calculated("0x0", "0x0", "0x0"), "~on_started"));
+                          Calculated("0x0", "0x0", "0x0"), kQueueCheck, "~on_started"));
   EXPECT_FALSE(producer.IsCapturing());
   EXPECT_EQ(producer.GetCurrentSourceType(), VideoSourceType::kCamera);
 }

@@ -18,7 +18,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Values;
 using CaptureStatus = VideoProducer2Impl::CaptureStatus;
-using Service = testing::CameraServiceDouble;
 
 constexpr char kQueueCheck[] = "main_queue.IsCurrent()";
 
@@ -74,7 +73,7 @@ TEST_F(StopCapture, LeavesTheCallbackToTheCameraService) {
 
 TEST_F(StopCapture, TellsTheCameraBeforeAnythingIsTakenBack) {
   const auto producer = MakeCapturingProducer();
-  camera_service().stop_policy = Service::CallbackPolicy::kRun;
+  camera_service().stop_policy = testing::CameraServiceDouble::CallbackPolicy::kRun;
   int runs = 0;
   producer->StopCapture(movra_base::BindOnce([&] {
     ++runs;
@@ -84,7 +83,23 @@ TEST_F(StopCapture, TellsTheCameraBeforeAnythingIsTakenBack) {
     EXPECT_EQ(CountFocusObservers(), 1u);
   }));
   EXPECT_EQ(runs, 1);
-  EXPECT_FALSE(producer->IsCapturing());
+}
+
+TEST_F(StopCapture, IsStoppedOnceTheTrackIsGoneAndBeforeThePreprocessorStops) {
+  const auto producer = MakeCapturingProducer();
+  int runs = 0;
+  AtEntry("~CameraOutputTrack", [&] {
+    ++runs;
+    EXPECT_TRUE(producer->IsCapturing());
+    EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kCamera);
+    AtEntry("preprocessor.StopProcessing()", [&] {
+      ++runs;
+      EXPECT_FALSE(producer->IsCapturing());
+      EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kNone);
+    });
+  });
+  producer->StopCapture({});
+  EXPECT_EQ(runs, 2);
 }
 
 TEST_F(StopCapture, WhilePausedTearsDownToo) {
@@ -163,11 +178,16 @@ TEST_F(StopCapture, WithoutATrackDoesTheRestAndDropsTheCallback) {
 TEST_F(StopCapture, WithoutAScreenCapturerDoesTheRest) {
   world().answers.makes_screen_sharing = false;
   const auto producer = MakeCapturingProducer();
+  journal().LeaveOut(testing::Journal::kTrackEnd);
   EXPECT_THAT(EntriesOf([&] { producer->StopCapture({}); }),
-              ElementsAre(Info("Stop capture with source type:kCamera"), "camera_service.GetSelf()",
+              ElementsAre(kQueueCheck, Info("Stop capture with source type:kCamera"), kQueueCheck,
+                          kQueueCheck, "camera_service.GetSelf()",
                           "camera_service.StopCapture({cam-1 0x0}, CameraOutputTrack.writer, null)",
-                          "camera_service.GetSelf()", "CameraOutputTrack.Reset()",
-                          "~CameraOutputTrack", "preprocessor.StopProcessing()"));
+                          kQueueCheck,                              // The subscriptions.
+                          kQueueCheck,                              // The screen.
+                          kQueueCheck, "camera_service.GetSelf()",  // The virtual camera.
+                          "CameraOutputTrack.Reset()", "~CameraOutputTrack",
+                          "preprocessor.StopProcessing()"));
 }
 
 TEST_F(StopCapture, ReleasesTheParametersOfBothCamerasBeforeTheTrack) {
@@ -217,10 +237,11 @@ TEST_F(StopCapture, AfterAResumeWithoutASourceTearsDownNothingThatIsThere) {
 TEST_F(StopCapture, OfAnUnownedProducerFailsAtTheSubscriptions) {
   VideoProducer2Impl producer(Context(), client(), VideoStreamType::kBig);
   producer.StartCapture(Camera("virtual:1"), {});
+  journal().LeaveOut(0);
   EXPECT_THAT(
       EntriesOf([&] { EXPECT_THROW(producer.StopCapture(OnStopped()), std::bad_weak_ptr); }),
-      ElementsAre(Info("Stop capture with source type:kVirtualCamera"), "camera_service.GetSelf()",
-                  "~on_stopped"));
+      ElementsAre(kQueueCheck, Info("Stop capture with source type:kVirtualCamera"), kQueueCheck,
+                  kQueueCheck, "camera_service.GetSelf()", kQueueCheck, "~on_stopped"));
   EXPECT_TRUE(producer.IsCapturing());
 }
 
@@ -245,6 +266,17 @@ TEST_F(PauseCapture, OfACameraPausesTheScreenCapturerAndLeavesTheCameraRunning) 
   EXPECT_FALSE(producer->IsCapturing());
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kCamera);
   EXPECT_EQ(camera_service().captures().size(), 1u);
+}
+
+TEST_F(PauseCapture, IsPausedAfterTheScreenCapturerIs) {
+  const auto producer = MakeCapturingProducer();
+  int runs = 0;
+  AtEntry("screen_sharing.Pause()", [&] {
+    ++runs;
+    EXPECT_TRUE(producer->IsCapturing());
+  });
+  producer->PauseCapture();
+  EXPECT_EQ(runs, 1);
 }
 
 TEST_F(PauseCapture, WhileStoppedWarnsAndPausesAllTheSame) {
@@ -274,6 +306,17 @@ TEST_F(ResumeCapture, ResumesTheScreenCapturer) {
   EXPECT_THAT(EntriesOf([&] { producer->ResumeCapture(); }),
               ElementsAre(kQueueCheck, "screen_sharing.Resume()"));
   EXPECT_TRUE(producer->IsCapturing());
+}
+
+TEST_F(ResumeCapture, IsStartedAfterTheScreenCapturerResumes) {
+  const auto producer = MakeProducer();
+  int runs = 0;
+  AtEntry("screen_sharing.Resume()", [&] {
+    ++runs;
+    EXPECT_FALSE(producer->IsCapturing());
+  });
+  producer->ResumeCapture();
+  EXPECT_EQ(runs, 1);
 }
 
 TEST_F(ResumeCapture, WhileStoppedWarnsAndStartsWithNoSourceRunning) {
@@ -336,6 +379,22 @@ TEST_P(EveryProducerMode, GoesToThePreprocessor) {
   EXPECT_THAT(
       EntriesOf([&] { producer->SetProducerMode(mode); }),
       ElementsAre(kQueueCheck, "preprocessor.SetProducerMode(" + testing::Describe(mode) + ")"));
+}
+
+TEST_F(SetProducerMode, CountsAfterTheCheckAndBeforeThePreprocessorIsTold) {
+  const auto producer = MakeProducer();
+  const auto entries_where_a_capture_starts_at = [&](const std::string& entry) {
+    AtEntry(entry, [&] { producer->StartCapture(CameraOfSize(320, 240), {}); });
+    return EntriesOf([&] { producer->SetProducerMode(ProducerMode::kOwnSize); });
+  };
+  EXPECT_THAT(entries_where_a_capture_starts_at(kQueueCheck),
+              Contains("camera_service.StartCapture(1, {cam-1 0x0}, "
+                       "CameraOutputTrack.writer, null)"));
+  producer->StopCapture({});
+  producer->SetProducerMode(ProducerMode::kDefault);
+  EXPECT_THAT(entries_where_a_capture_starts_at("preprocessor.SetProducerMode(kOwnSize)"),
+              Contains("camera_service.StartCapture(1, {cam-1 320x240}, "
+                       "CameraOutputTrack#2.writer, null)"));
 }
 
 TEST_F(SetProducerMode, LeavesARunningCameraAsItIsUntilTheNextStart) {
