@@ -135,7 +135,7 @@ std::vector<BadInput> BadInputs() {
       // The source.
       {"NoSuchFile", {"run", "--camera", "file:DIR/missing.mp4"}, 10, "DIR/missing.mp4"},
       {"DanglingLink", {"run", "--camera", "file:DIR/dangling.mp4"}, 10, "DIR/dangling.mp4"},
-      {"NoFileName", {"run", "--camera", "file:"}, 10, "file:"},
+      {"NoFileName", {"run", "--camera", "file:"}, 10, "there is no file ''"},
       {"ADirectory", {"run", "--camera", "file:DIR/folder"}, 11, "DIR/folder"},
       {"ADevice", {"run", "--camera", "file:/dev/null"}, 11, "/dev/null"},
       {"AnEmptyFile", {"run", "--camera", "file:DIR/empty.mp4"}, 12, "DIR/empty.mp4"},
@@ -169,6 +169,12 @@ std::vector<BadInput> BadInputs() {
        {"run", "--camera", clip, "--out", "DIR/o", "--stats", "DIR/folder", "--force"},
        21,
        "DIR/folder' is a directory"},
+
+      // What happens to it.
+      {"NoTimeForAFrame",
+       {"run", "--camera", clip, "--duration", "0.001ms", "--quiet"},
+       30,
+       "stream received no frame"},
   };
 }
 

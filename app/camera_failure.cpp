@@ -1,5 +1,6 @@
 #include "app/camera_failure.h"
 
+#include "app/run_options.h"
 #include "media/camera/camera_error.h"
 
 namespace movra::app {
@@ -37,11 +38,16 @@ std::string Reason(std::int32_t error_code, const std::string& text) {
 
 Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
                            const std::string& text) {
-  const std::string reason = Reason(error_code, text);
+  std::string reason = Reason(error_code, text);
+  const bool is_file = camera_id.rfind(kFilePrefix, 0) == 0;
+  const std::string name = is_file ? camera_id.substr(sizeof kFilePrefix - 1) : camera_id;
   // The camera's own sentence often names it already.
-  const bool names_it = reason.find(camera_id) != std::string::npos;
-  return {StartCode(static_cast<CameraError>(error_code)),
-          "--camera" + (names_it ? "" : " " + camera_id) + ": " + reason};
+  const bool names_it = reason.find(name) != std::string::npos;
+  ExitCode code = StartCode(static_cast<CameraError>(error_code));
+  // What a camera that is no file does not support is its name.
+  if (code == ExitCode::kNotAVideo && !is_file) code = ExitCode::kUnknownCamera;
+  if (code == ExitCode::kUnknownCamera) reason += "; movra-producer devices lists the cameras";
+  return {code, "--camera" + (names_it ? "" : " " + camera_id) + ": " + reason};
 }
 
 Failure CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,

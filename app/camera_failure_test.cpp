@@ -32,11 +32,18 @@ TEST(CameraFailure, EveryReasonThatAPersonCanMendHasItsCode) {
   EXPECT_EQ(StartCode(static_cast<CameraError>(99)), ExitCode::kCaptureFailed);
 }
 
+TEST(CameraFailure, WhatACameraThatIsNoFileDoesNotSupportIsItsName) {
+  EXPECT_EQ(CameraStartFailure("test:?x", 7, "").code, ExitCode::kUnknownCamera);
+}
+
 TEST(CameraFailure, NamesTheCameraOnce) {
   EXPECT_EQ(CameraStartFailure("file:a.mp4", 2, "").text,
             "--camera file:a.mp4: " + media::CameraErrorToString(CameraError::kNoSuchFile));
   EXPECT_EQ(CameraStartFailure("webcam", 1, "no camera is called 'webcam': use test:").text,
-            "--camera: no camera is called 'webcam': use test:");
+            "--camera: no camera is called 'webcam': use test:; "
+            "movra-producer devices lists the cameras");
+  EXPECT_EQ(CameraStartFailure("file:a.mp4", 2, "there is no file 'a.mp4'").text,
+            "--camera: there is no file 'a.mp4'");
 }
 
 TEST(CameraFailure, DamageSaysWhatIsLostAndThatTheRestIsKept) {

@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "app/run_session.h"
 #include "app/signal_watcher.h"
 #include "app/stream_plan.h"
+#include "base/once_callback.h"
 #include "core/service_center.h"
 #include "logging/log_filter.h"
 #include "media/output/contact_sheet.h"
@@ -78,15 +80,6 @@ void WriteStats(const RunReport& report, const std::string& path, Console& conso
   if (!file) console.Line("movra-producer: --stats: '" + path + "' could not be written");
 }
 
-RunReport RunProducer(const RunSetting& setting) {
-  const auto session = std::make_shared<RunSession>(setting);
-  const SignalWatcher watcher(
-      [loop = setting.loop, weak = std::weak_ptr<RunSession>(session)](int) {
-        loop->Post(movra_base::BindOnce(&RunSession::Interrupt, weak));
-      });
-  return session->Run();
-}
-
 void Tell(const RunReport& report, const RunOptions& options, Console& console) {
   bool wrote_nothing = true;
   for (const StreamReport& stream : report.streams) {
@@ -97,7 +90,7 @@ void Tell(const RunReport& report, const RunOptions& options, Console& console) 
     text.pop_back();
     console.Line(text);
   } else if (!options.quiet && !report.failure) {
-    console.Line("interrupted before the first frame; nothing was written");
+    console.Line(std::string("nothing was written: ") + EndingText(report.ending));
   }
   if (report.failure) console.Line("movra-producer: " + report.failure->text);
 }
@@ -108,6 +101,14 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
                     const std::shared_ptr<core::RunLoop>& loop, Console& console) {
   const ConsoleLogSink log(console, options.log_level);
   SetLogValueFiltering(options.log_filter);
+  // From here on, because looking at a source may take its time. An interrupt that comes before
+  // there is a session waits in the loop for it.
+  const auto current = std::make_shared<std::weak_ptr<RunSession>>();
+  const SignalWatcher watcher([loop, current](int) {
+    loop->Post(movra_base::BindOnce([current] {
+      if (const auto session = current->lock()) session->Interrupt();
+    }));
+  });
   const auto fail = [&](const Failure& failure) {
     console.Line("movra-producer: " + failure.text);
     return failure.code;
@@ -121,8 +122,10 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   if (ValueOf(source).has_audio && !options.quiet) {
     console.Line("note: the source has sound, which is not carried");
   }
-  RunReport report =
-      RunProducer({options, ValueOf(source), plan, ValueOf(files), program_start, console, loop});
+  const auto session = std::make_shared<RunSession>(
+      RunSetting{options, ValueOf(source), plan, ValueOf(files), program_start, console, loop});
+  *current = session;
+  RunReport report = session->Run();
   report.contact_sheet = MakeContactSheet(report, ValueOf(files), console);
   WriteStats(report, ValueOf(files).stats, console);
   Tell(report, options, console);

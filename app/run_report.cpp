@@ -31,10 +31,6 @@ double FramesPerSecond(const StreamFigures& figures) {
   return PerSecond(static_cast<double>(figures.frames), figures.media_time);
 }
 
-std::uint64_t EncodedBytes(const video::EncoderStatsRecord& record) {
-  return (std::uint64_t{record.bytes_high} << 32) | record.bytes_low;
-}
-
 using Row = std::array<std::string, 7>;
 
 Row StreamRow(const StreamReport& stream) {
@@ -114,11 +110,9 @@ Json StreamJson(const StreamReport& stream) {
           {"key_frames_written", figures.key_frames},
           {"bytes_written", figures.bytes},
           {"frames_in", encoder.frames_in},
-          {"frames_encoded", encoder.frames_encoded},
           {"frames_dropped_rate", encoder.frames_dropped_rate},
           {"frames_dropped_late", encoder.frames_dropped_late},
           {"frames_failed", encoder.frames_failed},
-          {"bytes_encoded", EncodedBytes(encoder)},
           {"encode_time_mean_us", encoder.encode_time_mean_us},
           {"encode_time_max_us", encoder.encode_time_max_us},
           {"latency_mean_us", encoder.latency_mean_us},

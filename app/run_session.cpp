@@ -244,10 +244,11 @@ void RunSession::StopProducer() {
   producer_->StopCapture({});
   for (std::size_t i = 0; i < streams_.size(); ++i) {
     StreamReport& stream = report_.streams[i];
-    producer_->StopEncoder(stream.plan.type, kLongestDrainMs);
+    // The figures go with the encoder.
     const video::VideoProducerStats2 stats = producer_->GetStats(stream.plan.type);
     report_.frames_processed = stats.preprocess_stat;
     stream.encoder = stats.encoder_stats;
+    producer_->StopEncoder(stream.plan.type, kLongestDrainMs);
     const media::EncodedFileWriter& file = *streams_[i].file;
     streams_[i].file->Close();
     stream.figures = streams_[i].meter->Figures();
@@ -282,10 +283,10 @@ RunReport RunSession::Conclude() {
   } else if (empty != nullptr && *ending_ != Ending::kInterrupted &&
              *ending_ != Ending::kReaderClosed) {
     report_.failure =
-        Failure{ExitCode::kNoFrames, "the " + std::string(StreamName(empty->plan.type)) +
-                                         " stream received no frame: " + camera + " delivered " +
-                                         std::to_string(report_.frames_captured) +
-                                         "; is it longer than 0, and --duration long enough?"};
+        Failure{ExitCode::kNoFrames,
+                "the " + std::string(StreamName(empty->plan.type)) + " stream received no frame (" +
+                    std::to_string(report_.frames_captured) +
+                    " came from the source); give it more time, or another source"};
   }
   return report_;
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "media/ffmpeg/ffmpeg_log.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/output/container_muxer.h"
 
@@ -114,6 +115,7 @@ class LibavMuxer final : public IContainerMuxer {
 };
 
 std::string LibavMuxer::Start(const MuxHeader& header) {
+  RouteFfmpegLog();
   AVFormatContext* context = nullptr;
   const int result = avformat_alloc_output_context2(&context, nullptr, NameOf(format_), nullptr);
   if (result < 0) return Explain("make the container", result);

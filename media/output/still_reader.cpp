@@ -9,6 +9,7 @@ extern "C" {
 #include <utility>
 
 #include "media/camera/av_frame_wrapper.h"
+#include "media/ffmpeg/ffmpeg_log.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 
 namespace movra::media {
@@ -20,6 +21,7 @@ class StillReader {
  public:
   // Why the file cannot be read; empty if it can.
   std::string Open(const std::string& path) {
+    RouteFfmpegLog();
     AVFormatContext* context = nullptr;
     const std::string url = "file:" + path;
     if (const int error = avformat_open_input(&context, url.c_str(), nullptr, nullptr); error < 0) {
