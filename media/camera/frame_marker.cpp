@@ -105,7 +105,7 @@ class MarkerReader {
       const std::uint8_t* line = luma_ + std::ptrdiff_t{y} * stride_;
       for (int x = x0; x < x1; ++x) sum += line[x];
     }
-    return static_cast<double>(sum) / (std::int64_t{x1 - x0} * (y1 - y0));
+    return static_cast<double>(sum) / static_cast<double>(std::int64_t{x1 - x0} * (y1 - y0));
   }
 
   // The left side alone is black, so a picture that is mirrored or turned has no such frame.

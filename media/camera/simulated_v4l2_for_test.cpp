@@ -89,8 +89,6 @@ int SimulatedV4l2Io::Control(unsigned long request, void* argument) {
 }
 
 int SimulatedV4l2Io::Describe(unsigned long request, void* argument) {
-  const std::vector<V4l2Mode>& modes = device_->modes;
-  const bool range = device_->largest_of_range.width > 0;
   switch (request) {
     case VIDIOC_QUERYCAP: {
       auto& capability = *static_cast<v4l2_capability*>(argument);
@@ -100,57 +98,62 @@ int SimulatedV4l2Io::Describe(unsigned long request, void* argument) {
       capability.device_caps = device_->capabilities;
       return 0;
     }
-    case VIDIOC_ENUM_FMT: {
-      auto& format = *static_cast<v4l2_fmtdesc*>(argument);
-      std::vector<std::uint32_t> formats;
-      if (range) formats.push_back(V4L2_PIX_FMT_YUYV);
-      for (const V4l2Mode& mode : modes) {
-        if (std::find(formats.begin(), formats.end(), mode.fourcc) == formats.end()) {
-          formats.push_back(mode.fourcc);
-        }
-      }
-      if (format.index >= formats.size()) return EINVAL;
-      format.pixelformat = formats[format.index];
-      return 0;
-    }
-    case VIDIOC_ENUM_FRAMESIZES: {
-      auto& entry = *static_cast<v4l2_frmsizeenum*>(argument);
-      if (range) {
-        if (entry.index > 0) return EINVAL;
-        entry.type = V4L2_FRMSIZE_TYPE_STEPWISE;
-        entry.stepwise = {16, static_cast<std::uint32_t>(device_->largest_of_range.width),  16,
-                          16, static_cast<std::uint32_t>(device_->largest_of_range.height), 16};
-        return 0;
-      }
-      std::vector<V4l2Mode> found;
-      for (const V4l2Mode& mode : modes) {
-        if (mode.fourcc == entry.pixel_format) found.push_back(mode);
-      }
-      if (entry.index >= found.size()) return EINVAL;
-      entry.type = V4L2_FRMSIZE_TYPE_DISCRETE;
-      entry.discrete.width = static_cast<std::uint32_t>(found[entry.index].size.width);
-      entry.discrete.height = static_cast<std::uint32_t>(found[entry.index].size.height);
-      return 0;
-    }
-    case VIDIOC_ENUM_FRAMEINTERVALS: {
-      auto& entry = *static_cast<v4l2_frmivalenum*>(argument);
-      for (const V4l2Mode& mode : modes) {
-        if (mode.fourcc != entry.pixel_format || !SameSize(mode, entry.width, entry.height)) {
-          continue;
-        }
-        // A slow one first, then the mode's own.
-        if (entry.index > 1 || mode.interval_numerator == 0) return EINVAL;
-        entry.type = V4L2_FRMIVAL_TYPE_DISCRETE;
-        entry.discrete = entry.index == 0
-                             ? v4l2_fract{1, 1}
-                             : v4l2_fract{mode.interval_numerator, mode.interval_denominator};
-        return 0;
-      }
-      return EINVAL;
-    }
+    case VIDIOC_ENUM_FMT:
+      return EnumerateFormat(*static_cast<v4l2_fmtdesc*>(argument));
+    case VIDIOC_ENUM_FRAMESIZES:
+      return EnumerateSize(*static_cast<v4l2_frmsizeenum*>(argument));
+    case VIDIOC_ENUM_FRAMEINTERVALS:
+      return EnumerateInterval(*static_cast<v4l2_frmivalenum*>(argument));
     default:
       return ENOTTY;
   }
+}
+
+int SimulatedV4l2Io::EnumerateFormat(v4l2_fmtdesc& format) const {
+  std::vector<std::uint32_t> formats;
+  if (device_->largest_of_range.width > 0) formats.push_back(V4L2_PIX_FMT_YUYV);
+  for (const V4l2Mode& mode : device_->modes) {
+    if (std::find(formats.begin(), formats.end(), mode.fourcc) == formats.end()) {
+      formats.push_back(mode.fourcc);
+    }
+  }
+  if (format.index >= formats.size()) return EINVAL;
+  format.pixelformat = formats[format.index];
+  return 0;
+}
+
+int SimulatedV4l2Io::EnumerateSize(v4l2_frmsizeenum& entry) const {
+  const video::Size& largest = device_->largest_of_range;
+  if (largest.width > 0) {
+    if (entry.index > 0) return EINVAL;
+    entry.type = V4L2_FRMSIZE_TYPE_STEPWISE;
+    entry.stepwise = {16, static_cast<std::uint32_t>(largest.width),  16,
+                      16, static_cast<std::uint32_t>(largest.height), 16};
+    return 0;
+  }
+  std::vector<V4l2Mode> found;
+  for (const V4l2Mode& mode : device_->modes) {
+    if (mode.fourcc == entry.pixel_format) found.push_back(mode);
+  }
+  if (entry.index >= found.size()) return EINVAL;
+  entry.type = V4L2_FRMSIZE_TYPE_DISCRETE;
+  entry.discrete.width = static_cast<std::uint32_t>(found[entry.index].size.width);
+  entry.discrete.height = static_cast<std::uint32_t>(found[entry.index].size.height);
+  return 0;
+}
+
+int SimulatedV4l2Io::EnumerateInterval(v4l2_frmivalenum& entry) const {
+  for (const V4l2Mode& mode : device_->modes) {
+    if (mode.fourcc != entry.pixel_format || !SameSize(mode, entry.width, entry.height)) continue;
+    // A slow one first, then the mode's own.
+    if (entry.index > 1 || mode.interval_numerator == 0) return EINVAL;
+    entry.type = V4L2_FRMIVAL_TYPE_DISCRETE;
+    entry.discrete = entry.index == 0
+                         ? v4l2_fract{1, 1}
+                         : v4l2_fract{mode.interval_numerator, mode.interval_denominator};
+    return 0;
+  }
+  return EINVAL;
 }
 
 int SimulatedV4l2Io::Dequeue(v4l2_buffer& buffer) {

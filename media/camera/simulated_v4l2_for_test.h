@@ -15,8 +15,10 @@
 #include "media/camera/v4l2_io.h"
 #include "media/camera/v4l2_mode.h"
 
-struct v4l2_capability;
 struct v4l2_buffer;
+struct v4l2_fmtdesc;
+struct v4l2_frmivalenum;
+struct v4l2_frmsizeenum;
 
 namespace movra::media {
 
@@ -72,6 +74,9 @@ class SimulatedV4l2Io final : public V4l2Io {
 
  private:
   int Describe(unsigned long request, void* argument);
+  int EnumerateFormat(v4l2_fmtdesc& format) const;
+  int EnumerateSize(v4l2_frmsizeenum& entry) const;
+  int EnumerateInterval(v4l2_frmivalenum& entry) const;
   int Dequeue(v4l2_buffer& buffer);
 
   const std::shared_ptr<SimulatedDevice> device_;

@@ -47,7 +47,7 @@ void FillRows(std::uint8_t* plane, int stride, int left, int top, int right, int
 
 // Takes the colour from a part of an I420 picture; left and top are even.
 void FillGrey(WritableFrame& frame, int left, int top, int right, int bottom) {
-  for (const std::size_t plane : {1, 2}) {
+  for (const std::size_t plane : {1U, 2U}) {
     FillRows(frame.plane(plane), frame.stride(plane), left / 2, top / 2, (right + 1) / 2,
              (bottom + 1) / 2, 128);
   }

@@ -56,7 +56,7 @@ std::string Bytes(std::uint32_t fourcc, std::uint32_t number, int padding = 0) {
     }
     return bytes;
   }
-  for (const std::size_t plane : {1, 2}) {
+  for (const std::size_t plane : {1U, 2U}) {
     for (int y = 0; y < kSize.height / 2; ++y) {
       for (int x = 0; x < kSize.width / 2; ++x) bytes += at(plane, x, y);
       bytes.append(pad / 2, '\0');
@@ -113,7 +113,7 @@ TEST_F(V4l2CameraTest, ReadsPicturesOfEachUncompressedFormatWithAndWithoutPaddin
       const PixelFrame expected = TestPicture(kSize).Draw(5, {}, pool);
       EXPECT_EQ(frame.info().size, kSize);
       EXPECT_EQ(ReadFrameMarker(frame), 5u);
-      for (const std::size_t plane : {0, 1, 2}) {
+      for (const std::size_t plane : {0U, 1U, 2U}) {
         const video::PixelPlane& got = frame.info().planes[plane];
         const video::PixelPlane& want = expected.info().planes[plane];
         EXPECT_EQ(got.data[20 * got.stride + 30], want.data[20 * want.stride + 30]);
