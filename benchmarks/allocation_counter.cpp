@@ -16,9 +16,7 @@ std::atomic<std::int64_t> bytes_held = 0;
 
 namespace movra::benchmarks {
 
-Allocations CurrentAllocations() {
-  return {allocation_count.load(), bytes_held.load()};
-}
+Allocations CurrentAllocations() { return {allocation_count.load(), bytes_held.load()}; }
 
 }  // namespace movra::benchmarks
 
