@@ -73,7 +73,9 @@ Result<nanoseconds> ParseDuration(std::string_view text) {
 }
 
 std::string ClockText(nanoseconds duration) {
-  const std::int64_t tenths = duration.count() < 0 ? 0 : duration.count() / 100'000'000;
+  // Sums of rounded frame times stay nanoseconds short of what they mean.
+  const nanoseconds meant = duration + std::chrono::microseconds(100);
+  const std::int64_t tenths = duration.count() < 0 ? 0 : meant.count() / 100'000'000;
   const auto number = [](std::int64_t value) { return static_cast<long long>(value); };
   char text[48];
   if (tenths >= 36000) {

@@ -69,9 +69,10 @@ TEST(DurationText, AClockShowsHoursOnlyWhereThereAreAny) {
   EXPECT_EQ(ClockText(nanoseconds(0)), "0:00.0");
   EXPECT_EQ(ClockText(milliseconds(7499)), "0:07.4");
   EXPECT_EQ(ClockText(minutes(12)), "12:00.0");
-  EXPECT_EQ(ClockText(minutes(60) - nanoseconds(1)), "59:59.9");
+  EXPECT_EQ(ClockText(minutes(60) - milliseconds(1)), "59:59.9");
   EXPECT_EQ(ClockText(hours(1) + minutes(2) + milliseconds(3500)), "1:02:03.5");
   EXPECT_EQ(ClockText(nanoseconds(-1)), "0:00.0");
+  EXPECT_EQ(ClockText(60 * nanoseconds(33'333'333)), "0:02.0");
 }
 
 }  // namespace

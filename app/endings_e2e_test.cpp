@@ -132,7 +132,7 @@ TEST_F(EndingsE2e, AProcessThatIsKilledLeavesFilesThatPlay) {
   EXPECT_GE(big.numbers.size(), 15U);
 }
 
-TEST_F(EndingsE2e, AFullDiskIsNamedAndTheOtherStreamIsKept) {
+TEST_F(EndingsE2e, AFullDiskIsNamed) {
   fs::create_directory(directory_ / "out");
   fs::create_symlink("/dev/full", directory_ / "out/big.mp4");
   const ProcessResult result = Run({"--camera", "file:" + MakeClip(60), "--force"});
