@@ -57,6 +57,13 @@ std::string PresetList() {
   return list;
 }
 
+// Asked before, because the library loses memory at each open that it refuses.
+bool IsEncodable(const video::Size& size) {
+  constexpr int kLargest = 16'384;
+  const auto fits = [](int extent) { return extent > 0 && extent <= kLargest && extent % 2 == 0; };
+  return fits(size.width) && fits(size.height);
+}
+
 // The library's rate control without its variable-rate mode: it takes every picture for one of the
 // nominal rate. So what it is told are the bits of a second at that rate. The mode itself would
 // hold back each picture until the next one tells how long it lasts.
@@ -145,6 +152,12 @@ class X264Encoder final : public IFrameEncoder {
 
 bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& format,
                        EncoderFailure& failure) {
+  if (!IsEncodable(format.size)) {
+    failure = {VideoEncoderError::kOpenFailed,
+               "width and height must be even and at most 16384, not " +
+                   std::to_string(format.size.width) + "x" + std::to_string(format.size.height)};
+    return false;
+  }
   x264_param_t params;
   // Asked before, because libx264 tells an unknown preset to standard error alone.
   if (!IsPreset(settings.preset) ||

@@ -224,10 +224,14 @@ TEST_F(X264EncoderTest, AnUnknownPresetIsRefusedWithTheOnesThatThereAre) {
   EXPECT_THAT(failure_.text, HasSubstr("ultrafast, superfast"));
 }
 
-TEST_F(X264EncoderTest, ASizeThatItCannotEncodeIsRefusedWithTheLibrarysReason) {
-  EXPECT_EQ(OpenH264Encoder(Settings(500), {{321, 180}, {}}, failure_), nullptr);
-  EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
-  EXPECT_THAT(failure_.text, HasSubstr("width"));
+TEST_F(X264EncoderTest, ASizeThatItCannotEncodeIsRefusedByName) {
+  for (const Size& size : {Size{321, 180}, Size{320, 181}, Size{16'386, 180}, Size{0, 0}}) {
+    EXPECT_EQ(OpenH264Encoder(Settings(500), {size, {}}, failure_), nullptr);
+    EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
+    EXPECT_THAT(failure_.text,
+                HasSubstr(std::to_string(size.width) + "x" + std::to_string(size.height)));
+  }
+  Open(Settings(500), {{2, 2}, {}});
 }
 
 }  // namespace
