@@ -4,10 +4,8 @@
 #define MOVRA_VIDEO_PRODUCER_CAPTURE_TEST_FIXTURE_H_
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "core/notification_center.h"
 #include "video/producer/producer_test_fixture.h"
@@ -65,15 +63,6 @@ class CaptureTest : public ProducerTest {
               journal().Add(testing::Journal::kDestruction, "~" + image->name());
               delete image;
             }};
-  }
-
-  // Runs the action in the middle of an operation, right after the next entry of this text.
-  void AtEntry(const std::string& text, std::function<void()> action) {
-    journal().SetObserver([this, text, action = std::move(action)](const std::string& entry) {
-      if (entry != text) return;
-      journal().SetObserver(nullptr);  // Once, for the action may cause entries of its own.
-      action();
-    });
   }
 
   // How many listen to the two notifications of cameras.

@@ -195,6 +195,12 @@ TEST_F(Watermark, KeepsTheLastFlagForLaterPreviews) {
   EXPECT_EQ(preprocessor().output_tracks().at(0).position, InterceptPosition::kPreview);
 }
 
+TEST_F(Watermark, IsTakenAfterTheCheckOfTheMainQueue) {
+  const auto producer = MakeProducer();
+  AtEntry(kQueueCheck, [&] { producer->SetRenderView(MakeView("view")); });
+  EXPECT_THAT(EntriesOfWatermark(*producer, true), Contains(AddTap("kPreview")));
+}
+
 TEST_F(Watermark, IsNotKeptByTheProducer) {
   const auto producer = MakeProducer();
   const auto image = MakeImage("logo");

@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "logging/log_identity.h"
@@ -49,6 +51,15 @@ class ProducerTest : public ::testing::Test {
     journal().Clear();
     action();
     return journal().CountQueueChecks();
+  }
+
+  // Runs the action in the middle of an operation, right after the next entry of this text.
+  void AtEntry(const std::string& text, std::function<void()> action) {
+    journal().SetObserver([this, text, action = std::move(action)](const std::string& entry) {
+      if (entry != text) return;
+      journal().SetObserver(nullptr);  // Once, for the action may cause entries of its own.
+      action();
+    });
   }
 
   // A producer whose client is client(); the journal calls it "producer", a second one

@@ -14,6 +14,7 @@
 namespace movra::video {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using testing::MakeView;
@@ -193,6 +194,22 @@ TEST_F(BackgroundColor, IsRememberedAsItWasSetLast) {
   }
 }
 
+TEST_F(BackgroundColor, IsLoggedThenRememberedThenTold) {
+  const auto producer = MakePreviewingProducer();
+  const auto held = world().renderers.Find(0);
+  const auto start_again = [&] {
+    producer->SetRenderView(nullptr);
+    producer->SetRenderView(MakeView("view"));
+  };
+  AtEntry(Info("Set render back ground color:0x00000001"), start_again);
+  EXPECT_THAT(EntriesOf([&] { producer->SetRenderBackgroundColor(1); }),
+              Contains("renderer#2.SetBackgroundColor(1)").Times(1));
+  const auto held_too = world().renderers.Find(1);
+  AtEntry("renderer#2.SetBackgroundColor(2)", start_again);
+  EXPECT_THAT(EntriesOf([&] { producer->SetRenderBackgroundColor(2); }),
+              Contains("renderer#3.SetBackgroundColor(2)").Times(1));
+}
+
 TEST_F(BackgroundColor, IsANumberByWhichTheLineIsFiltered) {
   SetLogValueFiltering(true);
   const auto producer = MakeProducer();
@@ -221,6 +238,16 @@ TEST_F(FillModeSetting, ReachesTheLocalRendererFirstWhicheverWasMadeFirst) {
   EXPECT_THAT(EntriesOf([&] { producer->SetFillMode(FillMode::kFit); }),
               ElementsAre(Info("Set fill mode:kFit"), "renderer#2.SetFillMode(kFit)",
                           "renderer.SetFillMode(kFit)"));
+}
+
+TEST_F(FillModeSetting, IsLoggedThenRememberedThenTold) {
+  const auto producer = MakeProducer();
+  AtEntry(Info("Set fill mode:kFit"), [&] { producer->SetRenderView(MakeView("view")); });
+  EXPECT_THAT(EntriesOf([&] { producer->SetFillMode(FillMode::kFit); }),
+              Contains("renderer.SetFillMode(kFit)").Times(1));
+  AtEntry("renderer.SetFillMode(kStretch)", [&] { EnableCustomRendering(*producer); });
+  EXPECT_THAT(EntriesOf([&] { producer->SetFillMode(FillMode::kStretch); }),
+              Contains("renderer#2.SetFillMode(kStretch)").Times(2));
 }
 
 TEST_F(FillModeSetting, IsRememberedForBothPreviewsAsItWasSetLast) {
@@ -278,6 +305,20 @@ TEST_F(AdaptiveMode, IsAsItWasSetWhateverTheSource) {
   producer->SetOutputFrameAdaptiveMode(FrameAdaptiveMode::kCrop, false);
   EXPECT_EQ(ModeAtTheStart([&] { producer->StartCapture(DesktopScreenParams()); }),
             FrameAdaptiveMode::kCrop);
+}
+
+TEST_F(AdaptiveMode, IsLoggedThenRememberedThenTold) {
+  const auto producer = MakeProducer();
+  const auto capture = [&] { producer->StartCapture(DesktopScreenParams()); };
+  AtEntry(Info("Set output frame adaptive mode:kStretch"), capture);
+  EXPECT_THAT(
+      EntriesOf([&] { producer->SetOutputFrameAdaptiveMode(FrameAdaptiveMode::kStretch, true); }),
+      Contains("preprocessor.SetFrameAdaptiveMode(kStretch)").Times(1));
+  producer->StopCapture({});
+  AtEntry("preprocessor.SetFrameAdaptiveMode(kCrop)", capture);
+  EXPECT_THAT(
+      EntriesOf([&] { producer->SetOutputFrameAdaptiveMode(FrameAdaptiveMode::kCrop, true); }),
+      Contains("preprocessor.SetFrameAdaptiveMode(kCrop)").Times(2));
 }
 
 }  // namespace

@@ -174,6 +174,12 @@ TEST_P(RenderEvent, IsDroppedWhenNoClientWasSet) {
   EXPECT_THAT(EntriesOf([&] { Raise(producer); }), ElementsAre(kQueueCheck));
 }
 
+TEST_P(RenderEvent, ChecksTheMainQueueBeforeItLooksForTheClient) {
+  const auto producer = MakeProducer();
+  AtEntry(kQueueCheck, [this] { ReleaseClient(); });
+  EXPECT_THAT(EntriesOf([&] { Raise(*producer); }), ElementsAre("~client"));
+}
+
 TEST_P(RenderEvent, LeavesTheClientWithTheApplication) {
   const auto producer = MakeProducer();
   Raise(*producer);
