@@ -116,7 +116,6 @@ void VideoProducer2Impl::TapPreprocessorForPreview(
   preprocessor_->RemoveOutputTrack(writer);
   CustomProcessParams params;
   params.enabled = true;
-  params.pixel_format = PixelFormat::kNone;
   preprocessor_->AddOutputTrack(watermark_in_preview_ ? InterceptPosition::kPreviewWithWatermark
                                                       : InterceptPosition::kPreview,
                                 params, writer);
