@@ -26,12 +26,14 @@ struct RunWords {
   std::string small;
   std::string duration;
   std::string out_directory;
+  std::string threads;
   std::string log_level = "error";
   std::string stats;
   bool once = false;
   bool loop = false;
   bool realtime = false;
   bool fast = false;
+  bool no_contact_sheet = false;
   bool force = false;
   bool quiet = false;
   bool log_filter = false;
@@ -59,6 +61,8 @@ void AddRun(CLI::App& app, RunWords& words) {
   option("--big", words.big, "SPEC", kBigText, kStreamGroup);
   option("--small", words.small, "SPEC", kSmallText, kStreamGroup);
   option("--out", words.out_directory, "DIR", kOutText, kStreamGroup);
+  option("--threads", words.threads, "N", kThreadsText, kStreamGroup);
+  flag("--no-contact-sheet", words.no_contact_sheet, kNoContactSheetText, kStreamGroup);
   flag("--force", words.force, kForceText, kStreamGroup);
   flag("--quiet", words.quiet, kQuietText, kReportGroup);
   option("--stats", words.stats, "FILE|-", kStatsText, kReportGroup);
@@ -82,6 +86,16 @@ Result<video::ProducerMode> ParseMode(std::string_view text) {
     return Failure{ExitCode::kMalformed, "'" + std::string(text) + "' is not a mode; use 0 to 3"};
   }
   return static_cast<video::ProducerMode>(*number);
+}
+
+Result<std::int32_t> ParseThreads(std::string_view text) {
+  constexpr std::int64_t kMost = 64;
+  const std::optional<std::int64_t> number = ParseWhole(text);
+  if (!number || *number > kMost) {
+    return Failure{ExitCode::kMalformed,
+                   "'" + std::string(text) + "' is not a number of threads; use 0 to 64"};
+  }
+  return static_cast<std::int32_t>(*number);
 }
 
 Result<int> ParseLogLevel(std::string_view text) {
@@ -147,6 +161,7 @@ Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
   read("--big", words.big, ParseStreamSpec, options.big);
   read("--small", words.small, ParseStreamSpec, options.small);
   read("--duration", words.duration, ParseDuration, options.duration);
+  read("--threads", words.threads, ParseThreads, options.encoder_threads);
   read("--out", words.out_directory, ParsePath, options.out_directory);
   read("--stats", words.stats, ParsePath, options.stats);
   read("--log-level", words.log_level, ParseLogLevel, options.log_level);
@@ -156,6 +171,7 @@ Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
   if (options.size) options.mode = video::ProducerMode::kOwnSize;
   if (words.once || words.loop) options.loop = words.loop;
   if (words.realtime || words.fast) options.realtime = words.realtime;
+  options.contact_sheet = !words.no_contact_sheet;
   options.force = words.force;
   options.quiet = words.quiet;
   options.log_filter = words.log_filter;

@@ -37,18 +37,40 @@ TEST(Cli, ARunWithoutOptionsIsTheTestCameraAndLeavesTheRestToTheSource) {
   EXPECT_EQ(options.big, StreamSpec{});
   EXPECT_EQ(options.small, StreamSpec{});
   EXPECT_FALSE(options.size || options.frame_rate || options.loop || options.realtime ||
-               options.duration || options.out_directory || options.stats);
+               options.duration || options.out_directory || options.encoder_threads ||
+               options.stats);
+  EXPECT_TRUE(options.contact_sheet);
   EXPECT_FALSE(options.force || options.quiet || options.log_filter);
   EXPECT_EQ(options.log_level, movra_logging::kLogLevelError);
 }
 
 TEST(Cli, EveryOptionOfARunIsRead) {
-  const RunOptions options =
-      RunOf({"--camera",    "file:a b.mp4", "--mode",      "1",       "--fps",
-             "25",          "--big",        "640x360@25",  "--small", "off",
-             "--loop",      "--realtime",   "--duration",  "1m30s",   "--out",
-             "here",        "--force",      "--quiet",     "--stats", "-",
-             "--log-level", "info",         "--log-filter"});
+  const RunOptions options = RunOf({"--camera",
+                                    "file:a b.mp4",
+                                    "--mode",
+                                    "1",
+                                    "--fps",
+                                    "25",
+                                    "--big",
+                                    "640x360@25",
+                                    "--small",
+                                    "off",
+                                    "--loop",
+                                    "--realtime",
+                                    "--duration",
+                                    "1m30s",
+                                    "--out",
+                                    "here",
+                                    "--force",
+                                    "--quiet",
+                                    "--stats",
+                                    "-",
+                                    "--log-level",
+                                    "info",
+                                    "--log-filter",
+                                    "--threads",
+                                    "0",
+                                    "--no-contact-sheet"});
   EXPECT_EQ(options.source_file(), "a b.mp4");
   EXPECT_EQ(options.mode, video::ProducerMode::kEncodeSize);
   EXPECT_EQ(options.frame_rate, 25);
@@ -58,6 +80,8 @@ TEST(Cli, EveryOptionOfARunIsRead) {
   EXPECT_EQ(options.realtime, true);
   EXPECT_EQ(options.duration, std::chrono::seconds(90));
   EXPECT_EQ(options.out_directory, "here");
+  EXPECT_EQ(options.encoder_threads, 0);
+  EXPECT_FALSE(options.contact_sheet);
   EXPECT_TRUE(options.force);
   EXPECT_TRUE(options.quiet);
   EXPECT_EQ(options.stats, "-");
@@ -89,9 +113,10 @@ TEST(Cli, DevicesTakesOneFlag) {
 
 TEST(Cli, TheHelpTeaches) {
   const auto run = std::get<PrintText>(ValueOf(ParseCommandLine({"run", "--help"}))).text;
-  for (const char* option : {"--camera", "--mode", "--size", "--fps", "--once", "--loop",
-                             "--realtime", "--fast", "--duration", "--big", "--small", "--out",
-                             "--force", "--quiet", "--stats", "--log-level", "--log-filter"}) {
+  for (const char* option :
+       {"--camera", "--mode", "--size", "--fps", "--once", "--loop", "--realtime", "--fast",
+        "--duration", "--big", "--small", "--out", "--threads", "--no-contact-sheet", "--force",
+        "--quiet", "--stats", "--log-level", "--log-filter"}) {
     EXPECT_THAT(run, HasSubstr(option));
   }
   EXPECT_THAT(run, HasSubstr("Examples:"));
@@ -171,6 +196,10 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{{"run", "--small", "a.avi"}, ExitCode::kUnknownEnding, "--small: 'a.avi'"},
         Bad{{"run", "--duration", "10"}, ExitCode::kMalformed, "--duration: '10' is not a time"},
         Bad{{"run", "--duration", "0s"}, ExitCode::kZero, "--duration: '0s'"},
+        Bad{{"run", "--threads", "many"},
+            ExitCode::kMalformed,
+            "--threads: 'many' is not a number"},
+        Bad{{"run", "--threads", "65"}, ExitCode::kMalformed, "use 0 to 64"},
         Bad{{"run", "--out", ""}, ExitCode::kMalformed, "--out: the name is empty"},
         Bad{{"run", "--log-level", "loud"}, ExitCode::kMalformed, "--log-level: 'loud'"}));
 

@@ -55,6 +55,10 @@ inline constexpr char kSmallText[] =
 inline constexpr char kOutText[] =
     "Directory for the files (default: a new one below\n"
     "movra-out/, to which movra-out/latest then points)";
+inline constexpr char kThreadsText[] =
+    "Threads of each encoder; 0 is as many as libx264 likes\n"
+    "(default: 1)";
+inline constexpr char kNoContactSheetText[] = "No contact-sheet.png at the end";
 inline constexpr char kForceText[] = "Replace files that are there already";
 inline constexpr char kQuietText[] = "No progress, no table, no notes: errors alone";
 inline constexpr char kStatsText[] = "Write the run's figures as one JSON object, at the end";

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "app/process_for_test.h"
-#include "app/temporary_directory_for_test.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::app {
 namespace {
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(NotBuiltE2e, ARunSaysWhatIsMissingAndLeavesNothingBehind) {
-  const TemporaryDirectory directory;
+  const media::TemporaryDirectory directory;
   const ProcessResult result =
       RunProcess({.words = {MOVRA_PRODUCER_BINARY, "run"}, .directory = directory.path().string()});
   EXPECT_EQ(result.exit_code, 32);

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <string>
 
-#include "app/temporary_directory_for_test.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::app {
 namespace {
@@ -22,8 +22,8 @@ const std::chrono::system_clock::time_point kNow{std::chrono::hours(24 * 365 * 5
 
 class OutputDirectoryTest : public testing::Test {
  protected:
-  TemporaryDirectory temporary_;
-  WorkingDirectory working_{temporary_.path()};
+  media::TemporaryDirectory temporary_;
+  media::WorkingDirectory working_{temporary_.path()};
 };
 
 TEST_F(OutputDirectoryTest, WithoutANameEachRunGetsANewOneNamedAfterTheTime) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -92,7 +93,7 @@ OutputFiles NamesAsTyped(const RunOptions& options, const std::vector<StreamPlan
   for (const StreamPlan& plan : streams) {
     files.streams.push_back(
         plan.target.value_or(StreamTarget{DefaultName(plan), media::ContainerFormat::kMp4}));
-    if (!IsStdout(plan)) files.contact_sheet = "contact-sheet.png";
+    if (!IsStdout(plan) && options.contact_sheet) files.contact_sheet = "contact-sheet.png";
   }
   files.stats = options.stats.value_or("");
   return files;
@@ -111,8 +112,11 @@ Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
                                     const std::vector<StreamPlan>& streams,
                                     std::chrono::system_clock::time_point now) {
   OutputFiles files = NamesAsTyped(options, streams);
+  const bool any_stream_lands =
+      std::any_of(files.streams.begin(), files.streams.end(),
+                  [](const StreamTarget& target) { return LandsInDirectory(target.path); });
   const bool stats_land = !files.stats.empty() && LandsInDirectory(files.stats);
-  if (!files.contact_sheet.empty() || stats_land) {
+  if (any_stream_lands || !files.contact_sheet.empty() || stats_land) {
     auto directory = OutputDirectory::Make(options.out_directory, now);
     if (const Failure* const failure = FailureOf(directory)) return *failure;
     files.directory.emplace(std::move(ValueOf(directory)));

@@ -17,7 +17,7 @@ namespace movra::app {
 struct OutputFiles {
   std::optional<OutputDirectory> directory;  // Absent if nothing lands in one.
   std::vector<StreamTarget> streams;         // One for each planned stream, in their order.
-  std::string contact_sheet;                 // Empty if no stream is a file.
+  std::string contact_sheet;                 // Empty: none is made.
   std::string stats;                         // Empty for none; "-" is standard output.
 };
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "app/temporary_directory_for_test.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::app {
 namespace {
@@ -42,8 +42,8 @@ class OutputFilesTest : public testing::Test {
     return copy;
   }
 
-  TemporaryDirectory temporary_;
-  WorkingDirectory working_{temporary_.path()};
+  media::TemporaryDirectory temporary_;
+  media::WorkingDirectory working_{temporary_.path()};
   RunOptions options_;
 };
 
@@ -85,6 +85,19 @@ TEST_F(OutputFilesTest, StreamsToStandardOutputAloneNeedNoDirectoryAndGetNoPictu
   EXPECT_EQ(ValueOf(result).contact_sheet, "");
   EXPECT_EQ(ValueOf(result).streams[0].path, "-");
   EXPECT_THAT(temporary_.Names(), IsEmpty());
+}
+
+TEST_F(OutputFilesTest, WithoutAContactSheetOnlyFilesThatLandInTheDirectoryNeedOne) {
+  options_.contact_sheet = false;
+  const auto landing = Plan();
+  ASSERT_EQ(FailureOf(landing), nullptr);
+  EXPECT_TRUE(ValueOf(landing).directory);
+  EXPECT_EQ(ValueOf(landing).contact_sheet, "");
+  Big(temporary_.path() / "a.mp4");
+  Small("off");
+  const auto elsewhere = Plan();
+  ASSERT_EQ(FailureOf(elsewhere), nullptr);
+  EXPECT_FALSE(ValueOf(elsewhere).directory);
 }
 
 TEST_F(OutputFilesTest, TwoStreamsIntoOneFileAreRefusedUnderWhateverNames) {

@@ -13,8 +13,8 @@
 
 #include "app/played_file_for_test.h"
 #include "app/process_for_test.h"
-#include "app/temporary_directory_for_test.h"
 #include "media/camera/clip_for_test.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::app {
 
@@ -44,7 +44,7 @@ class ProgramTest : public testing::Test {
     return std::filesystem::exists(std::filesystem::symlink_status(directory_ / name));
   }
 
-  const TemporaryDirectory directory_;
+  const media::TemporaryDirectory directory_;
   const media::ClipDirectory clips_;
 };
 

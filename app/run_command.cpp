@@ -50,6 +50,7 @@ Result<video::CameraInfo> FindSource(const RunOptions& options) {
 
 // A picture of what was written, by reading it back. Returns its path, empty if there is none.
 std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, Console& console) {
+  if (files.contact_sheet.empty()) return "";
   std::vector<media::ContactSheetRow> rows;
   for (const StreamReport& stream : report.streams) {
     if (stream.target.is_stdout() || stream.figures.frames == 0) continue;

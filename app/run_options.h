@@ -29,6 +29,8 @@ struct RunOptions {
   std::optional<bool> realtime;
   std::optional<std::chrono::nanoseconds> duration;
   std::optional<std::string> out_directory;
+  std::optional<std::int32_t> encoder_threads;  // For each stream; 0: as many as the library likes.
+  bool contact_sheet = true;
   bool force = false;
   bool quiet = false;
   int log_level = movra_logging::kLogLevelError;

@@ -39,12 +39,13 @@ bool IsLive(const RunOptions& options, const video::CameraInfo& source) {
   return !source.is_file || options.realtime.value_or(false);
 }
 
-video::EncodeParams ParamsOf(const StreamPlan& plan) {
+video::EncodeParams ParamsOf(const StreamPlan& plan, const RunOptions& options) {
   video::EncodeParams params;
   params.width = plan.size.width;
   params.height = plan.size.height;
   params.frame_rate = plan.frame_rate;
   params.bitrate_bps = plan.bitrate_bps;
+  if (options.encoder_threads) params.threads = *options.encoder_threads;
   return params;
 }
 
@@ -136,7 +137,7 @@ bool RunSession::OpenStream(std::size_t index, const std::shared_ptr<media::Time
 void RunSession::StartEncoders() {
   for (std::size_t i = 0; i < streams_.size(); ++i) {
     const StreamPlan& plan = report_.streams[i].plan;
-    producer_->StartEncoder(plan.type, ParamsOf(plan), streams_[i].meter);
+    producer_->StartEncoder(plan.type, ParamsOf(plan, setting_.options), streams_[i].meter);
   }
 }
 

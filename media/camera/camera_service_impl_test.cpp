@@ -16,6 +16,7 @@
 #include "media/camera/camera_error.h"
 #include "media/camera/capture_for_test.h"
 #include "media/camera/frame_marker.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -50,8 +51,6 @@ class CameraServiceTest : public ::testing::Test {
  protected:
   CameraServiceTest() {
     core::SetMainQueue(loop_);
-    std::string pattern = (fs::temp_directory_path() / "movra-devices-XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
     CameraServiceParts parts;
     parts.make_source =
         [this](const std::string& id,
@@ -62,7 +61,7 @@ class CameraServiceTest : public ::testing::Test {
       return std::make_unique<ScriptedSource>(script->second);
     };
     parts.list_devices = [this] { return devices_; };
-    parts.device_directory = directory_.string();
+    parts.device_directory = directory_.path().string();
     service_ = std::make_shared<CameraServiceImpl>(std::move(parts));
   }
 
@@ -70,7 +69,6 @@ class CameraServiceTest : public ::testing::Test {
     service_.reset();
     core::NotificationCenter::GetInstance().Clear();
     core::SetMainQueue(nullptr);
-    fs::remove_all(directory_);
   }
 
   void Start(const CameraParams& params, std::shared_ptr<video::IPixelFrameTrackWriter> writer) {
@@ -93,7 +91,7 @@ class CameraServiceTest : public ::testing::Test {
   }
 
   std::shared_ptr<core::RunLoop> loop_ = std::make_shared<core::RunLoop>();
-  fs::path directory_;
+  const TemporaryDirectory directory_;
   std::map<std::string, std::shared_ptr<SourceScript>> scripts_;
   std::map<std::string, video::PlaybackParams> playback_seen_;
   std::vector<VideoDeviceInfo> devices_;

@@ -28,20 +28,9 @@ void WriteFrame(std::FILE* out, const video::PixelFrame& frame) {
 
 }  // namespace
 
-ClipDirectory::ClipDirectory() {
-  std::string pattern = (fs::temp_directory_path() / "movra-clips-XXXXXX").string();
-  directory_ = mkdtemp(pattern.data());
-}
-
-ClipDirectory::~ClipDirectory() { fs::remove_all(directory_); }
-
-std::string ClipDirectory::Path(const std::string& name) const {
-  return (directory_ / name).string();
-}
-
 std::string ClipDirectory::Make(const std::string& name, const std::string& arguments, int frames,
                                 video::Size size) const {
-  const std::string command = "cd '" + directory_.string() +
+  const std::string command = "cd '" + directory_.path().string() +
                               "' && ffmpeg -v error -y -f yuv4mpegpipe -i - " + arguments + " '" +
                               name + "'";
   std::FILE* const pipe = popen(command.c_str(), "w");
@@ -66,7 +55,7 @@ std::string ClipDirectory::MakeTurned(const std::string& name, int frames, video
 
 void ClipDirectory::RunFfmpeg(const std::string& arguments) const {
   const std::string command =
-      "cd '" + directory_.string() + "' && ffmpeg -v error -nostdin -y " + arguments;
+      "cd '" + directory_.path().string() + "' && ffmpeg -v error -nostdin -y " + arguments;
   if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
 }
 

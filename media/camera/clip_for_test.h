@@ -2,9 +2,9 @@
 #define MOVRA_MEDIA_CAMERA_CLIP_FOR_TEST_H_
 
 #include <cstddef>
-#include <filesystem>
 #include <string>
 
+#include "media/temporary_directory_for_test.h"
 #include "video/size.h"
 
 namespace movra::media {
@@ -12,12 +12,7 @@ namespace movra::media {
 // A directory of video files that the `ffmpeg` command line makes; it goes with the object.
 class ClipDirectory {
  public:
-  ClipDirectory();
-  ~ClipDirectory();
-  ClipDirectory(const ClipDirectory&) = delete;
-  ClipDirectory& operator=(const ClipDirectory&) = delete;
-
-  [[nodiscard]] std::string Path(const std::string& name) const;
+  [[nodiscard]] std::string Path(const std::string& name) const { return directory_ / name; }
 
   // Encodes `frames` test pictures, 30 a second and with the markers 0, 1, 2 ..., by
   // `ffmpeg -i PICTURES arguments NAME`, and returns the path. Throws if that fails.
@@ -37,7 +32,7 @@ class ClipDirectory {
   std::string MakeText(const std::string& name, const std::string& text) const;
 
  private:
-  std::filesystem::path directory_;
+  const TemporaryDirectory directory_;
 };
 
 }  // namespace movra::media

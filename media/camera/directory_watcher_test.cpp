@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "media/temporary_directory_for_test.h"
+
 namespace movra::media {
 namespace {
 
@@ -13,20 +15,14 @@ namespace fs = std::filesystem;
 
 class DirectoryWatcherTest : public ::testing::Test {
  protected:
-  DirectoryWatcherTest() {
-    std::string pattern = (fs::temp_directory_path() / "movra-watch-XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-  }
-  ~DirectoryWatcherTest() override { fs::remove_all(directory_); }
-
   void Touch(const std::string& name) const { std::ofstream(directory_ / name) << "x"; }
 
-  fs::path directory_;
+  const TemporaryDirectory directory_;
   std::counting_semaphore<> changes_{0};
 };
 
 TEST_F(DirectoryWatcherTest, TellsWhenAnEntryWithThePrefixComesAndGoes) {
-  const DirectoryWatcher watcher(directory_, "video", [this] { changes_.release(); });
+  const DirectoryWatcher watcher(directory_.path(), "video", [this] { changes_.release(); });
   ASSERT_TRUE(watcher.watching());
   Touch("video0");
   changes_.acquire();
@@ -37,7 +33,7 @@ TEST_F(DirectoryWatcherTest, TellsWhenAnEntryWithThePrefixComesAndGoes) {
 TEST_F(DirectoryWatcherTest, TellsNothingOfOtherEntries) {
   std::atomic<int> told = 0;
   {
-    const DirectoryWatcher watcher(directory_, "video", [&] {
+    const DirectoryWatcher watcher(directory_.path(), "video", [&] {
       ++told;
       changes_.release();
     });

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "media/camera/simulated_v4l2_for_test.h"
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -30,12 +31,6 @@ TEST(V4l2Devices, KnowTheirIds) {
 
 class ListV4l2DevicesTest : public ::testing::Test {
  protected:
-  ListV4l2DevicesTest() {
-    std::string pattern = (fs::temp_directory_path() / "movra-v4l2-XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-  }
-  ~ListV4l2DevicesTest() override { fs::remove_all(directory_); }
-
   void Touch(const std::string& name) const { std::ofstream(directory_ / name) << "x"; }
 
   // The ids, without the directory, of what is listed.
@@ -44,7 +39,7 @@ class ListV4l2DevicesTest : public ::testing::Test {
     const auto make_io = [this]() -> std::unique_ptr<V4l2Io> {
       return std::make_unique<SimulatedV4l2Io>(device_);
     };
-    for (const VideoDeviceInfo& device : ListV4l2Devices(directory_.string(), make_io)) {
+    for (const VideoDeviceInfo& device : ListV4l2Devices(directory_.path().string(), make_io)) {
       EXPECT_EQ(device.name, device_->card);
       EXPECT_EQ(device.driver, "simulated");
       EXPECT_EQ(device.capabilities, device_->capabilities);
@@ -53,7 +48,7 @@ class ListV4l2DevicesTest : public ::testing::Test {
     return names;
   }
 
-  fs::path directory_;
+  const TemporaryDirectory directory_;
   std::shared_ptr<SimulatedDevice> device_ = std::make_shared<SimulatedDevice>();
 };
 
@@ -81,7 +76,7 @@ TEST_F(ListV4l2DevicesTest, KeepsWithinANameThatFillsItsField) {
 }
 
 TEST_F(ListV4l2DevicesTest, ListsNothingWhereThereIsNoDirectory) {
-  fs::remove_all(directory_);
+  fs::remove_all(directory_.path());
   EXPECT_THAT(List(), IsEmpty());
 }
 

@@ -6,15 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <thread>
 
 #include <gtest/gtest.h>
 
+#include "media/temporary_directory_for_test.h"
+
 namespace movra::media {
 namespace {
-
-namespace fs = std::filesystem;
 
 TEST(V4l2Io, ReportsWhatCannotBeOpenedOrAsked) {
   EXPECT_EQ(MakeV4l2Io()->Open("/dev/no-such-device"), ENOENT);
@@ -27,9 +26,8 @@ TEST(V4l2Io, ReportsWhatCannotBeOpenedOrAsked) {
 
 // A pipe stands for the device: it becomes readable when somebody writes into it.
 TEST(V4l2Io, WaitsForTheDeviceOrForAnInterruption) {
-  std::string directory = (fs::temp_directory_path() / "movra-io-XXXXXX").string();
-  ASSERT_NE(mkdtemp(directory.data()), nullptr);
-  const std::string path = directory + "/device";
+  const TemporaryDirectory directory;
+  const std::string path = directory / "device";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   const auto io = MakeV4l2Io();
   ASSERT_EQ(io->Open(path), 0);
@@ -43,7 +41,6 @@ TEST(V4l2Io, WaitsForTheDeviceOrForAnInterruption) {
   EXPECT_FALSE(io->WaitForFrame());
   EXPECT_FALSE(io->WaitForFrame());
   close(writer);
-  fs::remove_all(directory);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cairo.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <array>
 #include <cstdio>
@@ -12,6 +11,8 @@
 #include <fstream>
 #include <memory>
 #include <string>
+
+#include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -47,16 +48,9 @@ class Picture {
 
 class ContactSheetTest : public testing::Test {
  protected:
-  ContactSheetTest() {
-    std::string name = (fs::temp_directory_path() / "movra-sheet-XXXXXX").string();
-    EXPECT_NE(mkdtemp(name.data()), nullptr);
-    directory_ = name;
-  }
-  ~ContactSheetTest() override { fs::remove_all(directory_); }
-
   // Four seconds in four colours, ten frames each, with one key frame for every fifteen.
   std::string Clip(const std::string& name, const std::string& size) const {
-    const std::string path = (directory_ / name).string();
+    const std::string path = directory_ / name;
     std::string inputs;
     for (const char* color : {"red", "0x00E000", "blue", "red"}) {
       inputs += std::string(" -f lavfi -i color=") + color + ":s=" + size + ":r=10:d=1";
@@ -69,9 +63,9 @@ class ContactSheetTest : public testing::Test {
     return path;
   }
 
-  std::string sheet() const { return (directory_ / "sheet.png").string(); }
+  std::string sheet() const { return directory_ / "sheet.png"; }
 
-  fs::path directory_;
+  const TemporaryDirectory directory_;
   std::string error_;
 };
 
@@ -114,7 +108,7 @@ TEST_F(ContactSheetTest, AVideoOfFewerPicturesHasAShorterRow) {
 }
 
 TEST_F(ContactSheetTest, AVideoThatCannotBePlayedIsNamedAndLeavesNoSheet) {
-  const std::string path = (directory_ / "text.mp4").string();
+  const std::string path = directory_ / "text.mp4";
   std::ofstream(path) << "no video";
   EXPECT_FALSE(WriteContactSheet({{path, "text", 10}}, sheet(), &error_));
   EXPECT_THAT(error_, HasSubstr("'" + path + "': "));
@@ -122,7 +116,7 @@ TEST_F(ContactSheetTest, AVideoThatCannotBePlayedIsNamedAndLeavesNoSheet) {
 }
 
 TEST_F(ContactSheetTest, ASheetThatCannotBeWrittenIsNamed) {
-  const std::string path = (directory_ / "missing/sheet.png").string();
+  const std::string path = directory_ / "missing/sheet.png";
   EXPECT_FALSE(WriteContactSheet({{Clip("a.mp4", "320x180"), "a", 40}}, path, &error_));
   EXPECT_THAT(error_, HasSubstr("'" + path + "': "));
 }

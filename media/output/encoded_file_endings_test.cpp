@@ -47,7 +47,7 @@ class EncodedFileEndingsTest : public ::testing::Test {
 
   // A named pipe, and its reading end, which does not block.
   std::string MakePipe(int& reader) {
-    const std::string path = directory_.Path("pipe");
+    const std::string path = directory_ / "pipe";
     EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
     reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     EXPECT_GE(reader, 0);
@@ -61,7 +61,7 @@ class EncodedFileEndingsTest : public ::testing::Test {
 };
 
 TEST_F(EncodedFileEndingsTest, AnExistingFileIsRefusedAndLeftAlone) {
-  const std::string path = directory_.Path("a.mp4");
+  const std::string path = directory_ / "a.mp4";
   std::ofstream(path) << "precious";
   EXPECT_EQ(Create(path), nullptr);
   EXPECT_THAT(refusal_, AllOf(HasSubstr(path), HasSubstr("exists already")));
@@ -69,7 +69,7 @@ TEST_F(EncodedFileEndingsTest, AnExistingFileIsRefusedAndLeftAlone) {
 }
 
 TEST_F(EncodedFileEndingsTest, AnExistingFileIsReplacedOnRequestAndNotBeforeTheFirstFrame) {
-  const std::string path = directory_.Path("a.h264");
+  const std::string path = directory_ / "a.h264";
   std::ofstream(path) << std::string(100'000, 'x');
   {
     const auto unused = Create(path, ContainerFormat::kAnnexB, true);
@@ -87,10 +87,10 @@ TEST_F(EncodedFileEndingsTest, AnExistingFileIsReplacedOnRequestAndNotBeforeTheF
 
 TEST_F(EncodedFileEndingsTest, PathsThatCannotBeWrittenAreRefusedByName) {
   const std::vector<std::pair<std::string, std::string>> cases{
-      {directory_.Path("missing/a.mp4"), "No such file or directory"},
-      {directory_.Path(""), "Is a directory"},
+      {directory_ / "missing/a.mp4", "No such file or directory"},
+      {directory_ / "", "Is a directory"},
       {"/proc/a.mp4", "No such file or directory"},
-      {directory_.Path(std::string(300, 'n')), "File name too long"},
+      {directory_ / std::string(300, 'n'), "File name too long"},
       {"", "No such file or directory"},
   };
   for (const auto& [path, reason] : cases) {
@@ -101,14 +101,14 @@ TEST_F(EncodedFileEndingsTest, PathsThatCannotBeWrittenAreRefusedByName) {
 
 TEST_F(EncodedFileEndingsTest, ADirectoryWithoutWritePermissionIsRefused) {
   if (geteuid() == 0) GTEST_SKIP() << "root may write everywhere";
-  const std::string locked = directory_.Path("locked");
+  const std::string locked = directory_ / "locked";
   ASSERT_EQ(mkdir(locked.c_str(), 0500), 0);
   EXPECT_EQ(Create(locked + "/a.mp4"), nullptr);
   EXPECT_THAT(refusal_, HasSubstr("Permission denied"));
 }
 
 TEST_F(EncodedFileEndingsTest, APipeThatNobodyReadsIsRefusedInsteadOfWaitedFor) {
-  const std::string path = directory_.Path("pipe");
+  const std::string path = directory_ / "pipe";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   EXPECT_EQ(Create(path), nullptr);
   EXPECT_THAT(refusal_, HasSubstr(path));
@@ -116,7 +116,7 @@ TEST_F(EncodedFileEndingsTest, APipeThatNobodyReadsIsRefusedInsteadOfWaitedFor) 
 
 TEST_F(EncodedFileEndingsTest, WithoutAFrameNoFileIsLeftBehind) {
   for (const bool with_end : {true, false}) {
-    const std::string path = directory_.Path("a.mp4");
+    const std::string path = directory_ / "a.mp4";
     const auto writer = Create(path);
     ASSERT_NE(writer, nullptr);
     EXPECT_TRUE(std::filesystem::exists(path));
@@ -130,7 +130,7 @@ TEST_F(EncodedFileEndingsTest, WithoutAFrameNoFileIsLeftBehind) {
 }
 
 TEST_F(EncodedFileEndingsTest, AnotherFileThatTookThePathIsNotRemoved) {
-  const std::string path = directory_.Path("a.mp4");
+  const std::string path = directory_ / "a.mp4";
   const auto writer = Create(path);
   ASSERT_NE(writer, nullptr);
   std::filesystem::remove(path);
@@ -140,7 +140,7 @@ TEST_F(EncodedFileEndingsTest, AnotherFileThatTookThePathIsNotRemoved) {
 }
 
 TEST_F(EncodedFileEndingsTest, AKeyFrameWithoutParameterSetsIsAnErrorAndLeavesNoFile) {
-  const std::string path = directory_.Path("a.mp4");
+  const std::string path = directory_ / "a.mp4";
   const auto writer = Create(path);
   const std::array<std::uint8_t, 6> data{0, 0, 0, 1, 0x65, 1};
   video::EncodedFrame frame;
@@ -226,7 +226,7 @@ TEST_F(EncodedFileEndingsTest, CloseBreaksOffAWriteThatAPipesReaderBlocks) {
 }
 
 TEST_F(EncodedFileEndingsTest, StandardOutputGetsAPlayableStream) {
-  const std::string path = directory_.Path("stdout.mp4");
+  const std::string path = directory_ / "stdout.mp4";
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   std::fflush(stdout);
   const int saved = dup(STDOUT_FILENO);
@@ -280,7 +280,7 @@ TEST_F(EncodedFileEndingsTest, AKilledProcessLeavesAFileThatLacksAtMostHalfASeco
   for (const auto& [name, format] : containers) {
     // Counts that leave fragments of every length open.
     for (const int frames : {16, 95, 103}) {
-      const std::string path = directory_.Path(std::to_string(frames) + name);
+      const std::string path = directory_ / std::to_string(frames) + name;
       WriteAndBeKilled(path, format, frames);
       const DecodedFile file = DecodeFile(path);
       EXPECT_GE(file.pictures.size(), static_cast<std::size_t>(frames - 15)) << path;

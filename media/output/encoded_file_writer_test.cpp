@@ -65,7 +65,7 @@ class ContainerTest : public ::testing::TestWithParam<Case> {
   }
 
   const TemporaryDirectory directory_;
-  const std::string path_ = directory_.Path(GetParam().name);
+  const std::string path_ = directory_ / GetParam().name;
 };
 
 INSTANTIATE_TEST_SUITE_P(EachContainer, ContainerTest, ::testing::ValuesIn(kCases), CaseName);
@@ -113,7 +113,7 @@ TEST_P(ContainerTest, ASizeThatChangesWithinTheFileDecodesAcrossTheChange) {
 TEST_P(ContainerTest, AStreamThatBeginsBehindTheCommonOriginKeepsItsDistance) {
   const auto origin = std::make_shared<TimeOrigin>();
   SampleStream first;
-  const auto first_writer = Create(directory_.Path("first.mp4"), ContainerFormat::kMp4, origin);
+  const auto first_writer = Create(directory_ / "first.mp4", ContainerFormat::kMp4, origin);
   first.Write(*first_writer, milliseconds(700));
   SampleStream stream;
   const auto writer = Create(path_, GetParam().format, origin);
@@ -157,13 +157,13 @@ TEST_P(ContainerTest, AFileWithoutItsEndPlaysAsFarAsItGoes) {
   const auto writer = Create(path_, GetParam().format);
   SampleStream stream;
   stream.WriteMany(*writer, 90);
-  std::filesystem::copy_file(path_, directory_.Path("copy"));
-  const DecodedFile file = DecodeFile(directory_.Path("copy"));
+  std::filesystem::copy_file(path_, directory_ / "copy");
+  const DecodedFile file = DecodeFile(directory_ / "copy");
   EXPECT_GE(file.pictures.size(), 90U - 8U);
 }
 
 TEST_P(ContainerTest, FramesBeforeTheFirstKeyFrameAreLeftOut) {
-  const auto elsewhere = Create(directory_.Path("elsewhere.mp4"), ContainerFormat::kMp4);
+  const auto elsewhere = Create(directory_ / "elsewhere.mp4", ContainerFormat::kMp4);
   SampleStream stream;
   stream.Write(*elsewhere, milliseconds(0));
   const auto writer = Create(path_, GetParam().format);
@@ -181,7 +181,7 @@ TEST(EncodedFileWriter, HeadersTellSizeAndColour) {
   for (const Case& container : {kCases[0], kCases[1]}) {
     for (const video::ColorDescription color :
          {video::ColorDescription{1, 1, 1, false}, video::ColorDescription{6, 6, 6, true}}) {
-      const std::string path = directory.Path(std::to_string(color.matrix) + container.name);
+      const std::string path = directory / std::to_string(color.matrix) + container.name;
       SampleStream stream(color);
       const auto writer = Create(path, container.format);
       stream.WriteMany(*writer, 10);
@@ -197,28 +197,28 @@ TEST(EncodedFileWriter, HeadersTellSizeAndColour) {
 
 TEST(EncodedFileWriter, TheFormatDecidesNotThePath) {
   const TemporaryDirectory directory;
-  const auto writer = Create(directory.Path("a.mp4"), ContainerFormat::kMkv);
+  const auto writer = Create(directory / "a.mp4", ContainerFormat::kMkv);
   SampleStream stream;
   stream.WriteMany(*writer, 3);
   writer->Close();
-  EXPECT_THAT(DecodeFile(directory.Path("a.mp4")).container, HasSubstr("matroska"));
+  EXPECT_THAT(DecodeFile(directory / "a.mp4").container, HasSubstr("matroska"));
 }
 
 TEST(EncodedFileWriter, FinishedContainersTellTheirDuration) {
   const TemporaryDirectory directory;
   for (const Case& container : {kCases[0], kCases[1], kCases[2]}) {
-    const auto writer = Create(directory.Path(container.name), container.format);
+    const auto writer = Create(directory / container.name, container.format);
     SampleStream stream;
     stream.WriteMany(*writer, 90);
     writer->Close();
-    const nanoseconds duration = DecodeFile(directory.Path(container.name)).duration;
+    const nanoseconds duration = DecodeFile(directory / container.name).duration;
     EXPECT_NEAR(static_cast<double>(duration.count()), 3e9, 0.04e9) << container.name;
   }
 }
 
 TEST(EncodedFileWriter, AfterTheEndItsFileIsFinishedAndFurtherFramesAreIgnored) {
   const TemporaryDirectory directory;
-  const std::string path = directory.Path("a.mp4");
+  const std::string path = directory / "a.mp4";
   EncodedFileWriterOptions options;
   options.path = path;
   std::vector<std::string> events;

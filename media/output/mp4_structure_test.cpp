@@ -72,7 +72,7 @@ class Mp4StructureTest : public ::testing::Test {
   }
 
   const TemporaryDirectory directory_;
-  const std::string path_ = directory_.Path("a.mp4");
+  const std::string path_ = directory_ / "a.mp4";
   SampleStream stream_;
   std::string content_;
 };

@@ -1,24 +1,13 @@
 #include "media/output/output_for_test.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "media/encode/encode_for_test.h"
 
 namespace movra::media {
-
-TemporaryDirectory::TemporaryDirectory() : path_(::testing::TempDir() + "/movra_output_XXXXXX") {
-  EXPECT_NE(mkdtemp(path_.data()), nullptr);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 std::string ReadWholeFile(const std::string& path) {
   std::ostringstream content;

@@ -8,24 +8,11 @@
 #include <vector>
 
 #include "media/encode/frame_encoder.h"
+#include "media/temporary_directory_for_test.h"
 #include "video/pixel_frame.h"
 #include "video/video_frame_track.h"
 
 namespace movra::media {
-
-// A directory of the test's own, removed with what is in it.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-  [[nodiscard]] std::string Path(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
 
 [[nodiscard]] std::string ReadWholeFile(const std::string& path);
 

@@ -1,5 +1,5 @@
-#ifndef MOVRA_APP_TEMPORARY_DIRECTORY_FOR_TEST_H_
-#define MOVRA_APP_TEMPORARY_DIRECTORY_FOR_TEST_H_
+#ifndef MOVRA_MEDIA_TEMPORARY_DIRECTORY_FOR_TEST_H_
+#define MOVRA_MEDIA_TEMPORARY_DIRECTORY_FOR_TEST_H_
 
 #include <stdlib.h>
 
@@ -11,7 +11,7 @@
 #include <system_error>
 #include <vector>
 
-namespace movra::app {
+namespace movra::media {
 
 // An empty directory of its own that goes with the object.
 class TemporaryDirectory {
@@ -68,6 +68,6 @@ class WorkingDirectory {
   const std::filesystem::path previous_;
 };
 
-}  // namespace movra::app
+}  // namespace movra::media
 
-#endif  // MOVRA_APP_TEMPORARY_DIRECTORY_FOR_TEST_H_
+#endif  // MOVRA_MEDIA_TEMPORARY_DIRECTORY_FOR_TEST_H_
