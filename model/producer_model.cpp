@@ -230,8 +230,11 @@ void ProducerModel::SetView(const std::string& view) {
   } else {
     if (local_track_.empty()) local_track_ = NewTrack("[call][main]");
     if (!answers_.makes_renderer) return;
-    local_ = Renderer{
-        .name = NewName("renderer"), .view = view, .fill = fill_, .background = background_};
+    local_ = Renderer{.name = NewName("renderer"),
+                      .input = local_track_.empty() ? "null" : local_track_ + ".reader",
+                      .view = view,
+                      .fill = fill_,
+                      .background = background_};
     if (camera_) local_->manual_focus = !answers_.is_auto_focus_enabled;
   }
   ConnectPreview(local_, local_track_);
@@ -271,8 +274,10 @@ void ProducerModel::EnableCustomRender(bool enable, PixelFormat format, const st
   if (custom_track_.empty()) custom_track_ = NewTrack("[call][main]");
   custom_.reset();
   if (!answers_.makes_renderer) return;
-  custom_ = Renderer{
-      .name = NewName("renderer"), .fill = fill_, .output = Describe(format) + " " + writer};
+  custom_ = Renderer{.name = NewName("renderer"),
+                     .input = custom_track_.empty() ? "null" : custom_track_ + ".reader",
+                     .fill = fill_,
+                     .output = Describe(format) + " " + writer};
   ConnectPreview(custom_, custom_track_);
 }
 

@@ -95,6 +95,7 @@ class ProducerModel {
   };
   struct Renderer {
     std::string name;
+    std::string input;
     std::string view = "null";
     std::optional<FillMode> fill = {};
     std::optional<std::uint32_t> background = {};

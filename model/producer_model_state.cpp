@@ -74,7 +74,7 @@ void ProducerModel::DescribeRenderer(const std::optional<Renderer>& renderer,
   if (!track.empty()) state[track] = "lives";
   if (!renderer) return;
   state[renderer->name + " started"] = "true";
-  state[renderer->name + " input"] = track + ".reader";
+  state[renderer->name + " input"] = renderer->input;
   state[renderer->name + " view"] = renderer->view;
   state[renderer->name + " fill"] = OrNothing(renderer->fill);
   state[renderer->name + " background"] = OrNothing(renderer->background);

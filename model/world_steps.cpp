@@ -29,6 +29,10 @@ void SwitchEncoderFactory(Table& table) {
   AnswersOf(table).makes_encoder = !AnswersOf(table).makes_encoder;
 }
 
+void SwitchTrackFactory(Table& table) {
+  AnswersOf(table).makes_track = !AnswersOf(table).makes_track;
+}
+
 void ChangeInputFormat(Table& table) {
   const PixelFormat kFormats[] = {PixelFormat::kI420, PixelFormat::kNV12, PixelFormat::kNone};
   AnswersOf(table).encoder_input_format.pixel_format = table.choices.One(kFormats);
@@ -99,6 +103,7 @@ void AddWorldSteps(std::vector<Step>& steps) {
   steps.insert(steps.end(), {{"LoseOrMakeCameraService", LoseOrMakeCameraService},
                              {"SwitchRendererFactory", SwitchRendererFactory},
                              {"SwitchEncoderFactory", SwitchEncoderFactory},
+                             {"SwitchTrackFactory", SwitchTrackFactory},
                              {"ChangeInputFormat", ChangeInputFormat},
                              {"SwitchAutoFocus", SwitchAutoFocus},
                              {"ChangeClient", ChangeClient},
