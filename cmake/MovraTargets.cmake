@@ -10,6 +10,14 @@ function(movra_library name)
   target_link_libraries(movra_${name} PUBLIC ${ARG_DEPENDS} PRIVATE movra::build_flags)
 endfunction()
 
+# movra_require_modules(NAME MODULES...)
+#   Finds pkg-config modules as the target PkgConfig::NAME, and remembers which they are: whoever
+#   links an installed static library that needs them has to find them again.
+macro(movra_require_modules name)
+  pkg_check_modules(${name} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
+  set_property(GLOBAL PROPERTY MOVRA_MODULES_OF_${name} ${ARGN})
+endmacro()
+
 # The core leaves its collaborators' factories open and they call back into the core, so a binary
 # takes both as one group that the linker rescans. COLLABORATORS is `testing` or `media`.
 set(MOVRA_CORE_LIBRARIES movra_producer movra_video movra_core movra_base movra_logging)
