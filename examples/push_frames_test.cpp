@@ -1,0 +1,50 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "app/played_file_for_test.h"
+#include "app/process_for_test.h"
+#include "media/camera/clip_for_test.h"
+
+namespace movra {
+namespace {
+
+app::ProcessResult PushFrames(const std::string& count, const std::string& output) {
+  return app::RunProcess({.words = {PUSH_FRAMES_BINARY, count, output}});
+}
+
+TEST(PushFramesExample, EncodesEveryPushedPictureOnceAndInOrder) {
+  const media::ClipDirectory directory;
+  const std::string output = directory.Path("out.mp4");
+  const app::ProcessResult result = PushFrames("90", output);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  const app::PlayedFile played = app::Play(output);
+  EXPECT_EQ(played.error, "");
+  EXPECT_EQ(played.size, (video::Size{640, 360}));
+  std::vector<std::uint32_t> expected(90);
+  std::iota(expected.begin(), expected.end(), 0u);
+  EXPECT_EQ(played.numbers, expected);
+  ASSERT_EQ(played.times_s.size(), 90u);
+  EXPECT_NEAR(played.times_s.back(), 89 / 30.0, 0.001);
+}
+
+TEST(PushFramesExample, EndsWhenItHasNothingToPush) {
+  const media::ClipDirectory directory;
+  const app::ProcessResult result = PushFrames("0", directory.Path("out.mp4"));
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_FALSE(std::filesystem::exists(directory.Path("out.mp4")));
+}
+
+TEST(PushFramesExample, EndsWhileItPushesWhenTheFileBreaksOff) {
+  const app::ProcessResult result = PushFrames("1000000", "/dev/full");
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_THAT(result.err, testing::HasSubstr("No space left on device"));
+}
+
+}  // namespace
+}  // namespace movra
