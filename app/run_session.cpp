@@ -253,7 +253,7 @@ void RunSession::StopProducer() {
     const media::EncodedFileWriter& file = *streams_[i].file;
     streams_[i].file->Close();
     stream.figures = streams_[i].meter->Figures();
-    stream.figures.frames = file.frames_written();
+    stream.figures.frames = file.written().frames;
     if (file.failed() && !stream.target.is_stdout() && !report_.failure) {
       report_.failure = Failure{ExitCode::kWriteFailed, "'" + file.path() + "' is not complete"};
     }

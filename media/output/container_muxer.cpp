@@ -11,13 +11,19 @@ class AnnexBMuxer final : public IContainerMuxer {
   std::string Start(const MuxHeader& /*header*/) override { return {}; }
 
   std::string Write(const MuxPacket& packet) override {
-    return file_.Write(packet.data.data(), packet.data.size()) ? "" : "the file refused it";
+    if (!file_.Write(packet.data.data(), packet.data.size())) return "the file refused it";
+    file_.MarkWhole();
+    ++pictures_;
+    return {};
   }
 
   std::string Finish() override { return {}; }
 
+  [[nodiscard]] std::uint64_t pictures_in_file() const override { return pictures_; }
+
  private:
   OutputFile& file_;
+  std::uint64_t pictures_ = 0;
 };
 
 }  // namespace

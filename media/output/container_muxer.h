@@ -30,8 +30,9 @@ struct MuxPacket {
 };
 
 // Puts one stream into a container: Start, Write any number of times, Finish. Each answers with
-// what went wrong, for people, or with an empty text; after an error nothing more is called. Errors
-// of the file itself are the file's to tell. One thread at a time.
+// what went wrong, for people, or with an empty text; after an error nothing more is written.
+// Errors of the file itself are the file's to tell. Calls the file whole whenever it is. One thread
+// at a time.
 class IContainerMuxer {
  public:
   virtual ~IContainerMuxer() = default;
@@ -40,6 +41,10 @@ class IContainerMuxer {
   [[nodiscard]] virtual std::string Write(const MuxPacket& packet) = 0;
   // Writes what is left to write. The file is not closed.
   [[nodiscard]] virtual std::string Finish() = 0;
+
+  // How many of the pictures that were written the file holds when it is cut back to where it was
+  // last whole; containers collect some of them before they write.
+  [[nodiscard]] virtual std::uint64_t pictures_in_file() const = 0;
 };
 
 // Writes into the file, which outlives the muxer. Null, and `error`, if this build does not have

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +24,7 @@
 namespace movra::media {
 namespace {
 
+using std::chrono::milliseconds;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
@@ -168,12 +170,73 @@ TEST_F(EncodedFileEndingsTest, AFullDiskIsAnErrorOfItsOwnKindTheMomentItHappens)
     EXPECT_EQ(errors_[0].kind, WriteErrorKind::kDiskFull);
     EXPECT_THAT(errors_[0].text, AllOf(HasSubstr("/dev/full"), HasSubstr("No space left")));
     EXPECT_TRUE(writer->failed());
-    EXPECT_EQ(writer->frames_written(), 0U);
+    EXPECT_EQ(writer->written().frames, 0U);
     // The stream's end still comes out.
     writer->WriteEnd(StreamEnd());
     EXPECT_EQ(ends_, 1);
     EXPECT_THAT(errors_, SizeIs(1));
   }
+}
+
+// No file may grow beyond a size while this lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(EncodedFileEndingsTest, AfterAWriteErrorInMidStreamTheFileEndsBehindItsLastWholeFrame) {
+  const std::vector<std::pair<std::string, ContainerFormat>> containers{
+      {"a.mp4", ContainerFormat::kMp4},
+      {"a.mkv", ContainerFormat::kMkv},
+      {"a.ts", ContainerFormat::kMpegTs},
+      {"a.h264", ContainerFormat::kAnnexB},
+  };
+  for (const auto& [name, format] : containers) {
+    errors_.clear();
+    const std::string path = directory_ / name;
+    const auto writer = Create(path, format);
+    ASSERT_NE(writer, nullptr) << refusal_;
+    {
+      const FileSizeLimit limit(10'001);
+      SampleStream stream;
+      stream.WriteMany(*writer, 120);
+    }
+    ASSERT_THAT(errors_, SizeIs(1)) << name;
+    EXPECT_THAT(errors_[0].text, AllOf(HasSubstr(path), HasSubstr("File too large")));
+    const DecodedFile file = DecodeFile(path);
+    EXPECT_EQ(file.error, "") << name;
+    EXPECT_THAT(file.pictures, SizeIs(writer->written().frames)) << name;
+    EXPECT_GE(file.pictures.size(), 15U) << name;
+    EXPECT_LT(file.pictures.size(), 120U) << name;
+    EXPECT_EQ(std::chrono::round<milliseconds>(30 * writer->written().duration),
+              std::chrono::seconds(file.pictures.size()));
+    EXPECT_EQ(std::filesystem::file_size(path), writer->bytes_written()) << name;
+  }
+}
+
+TEST_F(EncodedFileEndingsTest, AnErrorBeforeTheFirstWholeFrameLeavesNoFile) {
+  const std::string path = directory_ / "a.mp4";
+  const auto writer = Create(path);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  {
+    const FileSizeLimit limit(1500);  // More than the header.
+    SampleStream stream;
+    stream.WriteMany(*writer, 20);
+  }
+  EXPECT_TRUE(writer->failed());
+  EXPECT_EQ(writer->written(), WrittenFigures());
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(EncodedFileEndingsTest, AClosedPipeIsAnErrorOfItsOwnKind) {
@@ -196,32 +259,64 @@ TEST_F(EncodedFileEndingsTest, AClosedPipeIsAnErrorOfItsOwnKind) {
   }
 }
 
-TEST_F(EncodedFileEndingsTest, CloseBreaksOffAWriteThatAPipesReaderBlocks) {
-  int reader = -1;
-  const std::string path = MakePipe(reader);
-  const auto writer = Create(path, ContainerFormat::kAnnexB);
-  ASSERT_NE(writer, nullptr) << refusal_;
-  // One frame that is larger than any pipe.
-  std::vector<std::uint8_t> data{0, 0, 0, 1, 0x67, 1, 0, 0, 0, 1, 0x68, 1, 0, 0, 0, 1, 0x65};
-  data.resize(1 << 24, 0xAA);
-  std::thread encoder([&] {
+// Writes one frame that is larger than any pipe; returns when the pipe is full.
+std::thread WriteUntilThePipeIsFull(EncodedFileWriter& writer, int reader) {
+  std::thread encoder([&writer] {
+    std::vector<std::uint8_t> data{0, 0, 0, 1, 0x67, 1, 0, 0, 0, 1, 0x68, 1, 0, 0, 0, 1, 0x65};
+    data.resize(1 << 24, 0xAA);
     video::EncodedFrame frame;
     frame.data = data.data();
     frame.size_bytes = data.size();
     frame.key_frame = true;
-    writer->Write(frame);
+    writer.Write(frame);
   });
   const int room = fcntl(reader, F_GETPIPE_SZ);
   int waiting = 0;
-  while (waiting < room) {
-    ASSERT_EQ(ioctl(reader, FIONREAD, &waiting), 0);
+  while (waiting < room || !writer.waits_for_reader()) {
+    EXPECT_EQ(ioctl(reader, FIONREAD, &waiting), 0);
     std::this_thread::yield();
   }
+  return encoder;
+}
+
+TEST_F(EncodedFileEndingsTest, CloseBreaksOffAWriteThatAPipesReaderBlocks) {
+  int reader = -1;
+  const auto writer = Create(MakePipe(reader), ContainerFormat::kAnnexB);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  std::thread encoder = WriteUntilThePipeIsFull(*writer, reader);
   writer->Close();
   encoder.join();
   EXPECT_TRUE(writer->failed());
+  EXPECT_FALSE(writer->waits_for_reader());
   // Whoever closes knows.
   EXPECT_THAT(errors_, SizeIs(0));
+  close(reader);
+}
+
+TEST_F(EncodedFileEndingsTest, ALimitOnWaitsHoldsForAWriteThatWaitsAlreadyAndTheSoonerOneStands) {
+  int reader = -1;
+  const auto writer = Create(MakePipe(reader), ContainerFormat::kAnnexB);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  std::thread encoder = WriteUntilThePipeIsFull(*writer, reader);
+  writer->LimitWaits(std::chrono::hours(1));
+  writer->LimitWaits(milliseconds(20));
+  writer->LimitWaits(std::chrono::hours(1));
+  encoder.join();
+  ASSERT_THAT(errors_, SizeIs(1));
+  EXPECT_EQ(errors_[0].kind, WriteErrorKind::kInterrupted);
+  EXPECT_THAT(errors_[0].text, HasSubstr("its reader takes nothing"));
+  close(reader);
+}
+
+TEST_F(EncodedFileEndingsTest, ALimitOnWaitsTakesNothingFromAReaderThatReads) {
+  int reader = -1;
+  const auto writer = Create(MakePipe(reader), ContainerFormat::kAnnexB);
+  ASSERT_NE(writer, nullptr) << refusal_;
+  writer->LimitWaits(milliseconds(0));
+  SampleStream stream;
+  stream.WriteMany(*writer, 5);  // The pipe has room for them.
+  EXPECT_THAT(errors_, SizeIs(0));
+  EXPECT_EQ(writer->written().frames, 5U);
   close(reader);
 }
 

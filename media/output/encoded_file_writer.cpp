@@ -11,6 +11,13 @@ namespace movra::media {
 using std::chrono::nanoseconds;
 using video::EncodedFrame;
 
+namespace {
+
+// A reader that is merely slow still gets the end of the stream.
+constexpr std::chrono::milliseconds kClosingPatience{200};
+
+}  // namespace
+
 std::shared_ptr<EncodedFileWriter> EncodedFileWriter::Create(
     const EncodedFileWriterOptions& options, std::string* error) {
   std::string failure;
@@ -57,12 +64,15 @@ void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
 void EncodedFileWriter::Close() {
   // First, because a blocked Write holds the lock.
   closed_ = true;
-  file_->BreakOff();
+  file_->LimitWaits(kClosingPatience);
   const std::lock_guard lock(mutex_);
   static_cast<void>(Finish());
 }
 
-nanoseconds EncodedFileWriter::duration() const { return nanoseconds(duration_ns_); }
+WrittenFigures EncodedFileWriter::written() const {
+  const std::lock_guard lock(figures_mutex_);
+  return figures_;
+}
 
 std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {
   const std::span data(frame.data, frame.size_bytes);
@@ -74,12 +84,25 @@ std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& fram
     if (auto error = Check(muxer_->Start(header))) return error;
   }
   const nanoseconds time = FileTime(frame);
-  if (auto error = Check(muxer_->Write({data, time, frame.duration, frame.key_frame}))) {
-    return error;
-  }
-  duration_ns_ = (time + frame.duration - first_time_).count();
-  ++frames_written_;
+  const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame});
+  // A container writes the pictures that it has collected when the next one comes.
+  NoteWhole();
+  if (auto failure = Check(error)) return failure;
+  Count(frame, time);
+  NoteWhole();
   return std::nullopt;
+}
+
+void EncodedFileWriter::Count(const EncodedFrame& frame, nanoseconds time) {
+  const std::lock_guard lock(figures_mutex_);
+  ++figures_.frames;
+  figures_.key_frames += frame.key_frame ? 1 : 0;
+  figures_.bytes += frame.size_bytes;
+  figures_.duration = time + frame.duration - first_time_;
+}
+
+void EncodedFileWriter::NoteWhole() {
+  if (figures_.frames == muxer_->pictures_in_file()) whole_ = figures_;
 }
 
 nanoseconds EncodedFileWriter::FileTime(const EncodedFrame& frame) {
@@ -103,7 +126,11 @@ nanoseconds EncodedFileWriter::FileTime(const EncodedFrame& frame) {
 std::optional<WriteError> EncodedFileWriter::Finish() {
   if (muxer_ == nullptr) return std::nullopt;
   std::optional<WriteError> error;
-  if (started_) error = Check(muxer_->Finish());
+  if (started_) {
+    const std::string failure = muxer_->Finish();
+    NoteWhole();
+    error = Check(failure);
+  }
   muxer_.reset();
   file_->Close();
   return error;
@@ -113,6 +140,10 @@ std::optional<WriteError> EncodedFileWriter::Check(const std::string& muxer_erro
   if (muxer_error.empty()) return std::nullopt;
   failed_ = true;
   muxer_.reset();
+  {
+    const std::lock_guard lock(figures_mutex_);
+    figures_ = whole_;
+  }
   // The file knows best what happened to it; its own words are lost on the way through a library.
   WriteError error = file_->error().value_or(
       WriteError{WriteErrorKind::kFailed, options_.path + ": " + muxer_error});

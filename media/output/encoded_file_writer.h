@@ -32,6 +32,16 @@ struct EncodedFileWriterOptions {
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
+// What a file holds. Of one that broke off, what can still be played.
+struct WrittenFigures {
+  std::uint64_t frames = 0;
+  std::uint64_t key_frames = 0;
+  std::uint64_t bytes = 0;               // Of the pictures, without the container.
+  std::chrono::nanoseconds duration{0};  // From the first frame to the end of the last one.
+
+  friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
+};
+
 // Writes one encoded stream into a file, a pipe or standard output.
 //
 //   std::string error;
@@ -44,7 +54,8 @@ struct EncodedFileWriterOptions {
 //   writer->Close();
 //
 // The file grows by a quarter of a second of media at most, so that a process that is killed leaves
-// a file that plays up to there. Its first frame is a key frame; those before one are left out.
+// a file that plays up to there; after an error it ends behind the last frame that is whole in it.
+// Its first frame is a key frame; those before one are left out.
 // Times are the source's, from the origin on, exact to the container's unit of 11 microseconds or
 // less; where a source's time jumps back, the file's goes on. A size that changes within the stream
 // is carried by its key frames. Nothing is left behind of a stream without a frame.
@@ -64,16 +75,19 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   void Write(const video::EncodedFrame& frame) override;
   void WriteEnd(const video::StreamEnd& end) override;
 
+  // From now on all writes together wait no longer than this for whoever should read a pipe; then
+  // the stream breaks off. Any thread.
+  void LimitWaits(std::chrono::milliseconds patience) { file_->LimitWaits(patience); }
+
   // Finishes the file if its end has not come. Nothing more is written, and no callback begins any
-  // more; one that has may end. Breaks off a Write that is blocked by whoever should read a pipe.
-  // Any thread; again is harmless.
+  // more; one that has may end. A Write that is blocked by whoever should read a pipe breaks off
+  // after an instant. Any thread; again is harmless.
   void Close();
 
   // Any thread.
-  [[nodiscard]] std::uint64_t frames_written() const { return frames_written_; }
+  [[nodiscard]] WrittenFigures written() const;
   [[nodiscard]] std::uint64_t bytes_written() const { return file_->bytes_written(); }
-  // From the first frame to the end of the last one.
-  [[nodiscard]] std::chrono::nanoseconds duration() const;
+  [[nodiscard]] bool waits_for_reader() const { return file_->waits_for_reader(); }
   [[nodiscard]] bool failed() const { return failed_; }
   [[nodiscard]] const std::string& path() const { return options_.path; }
 
@@ -85,6 +99,9 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   std::optional<WriteError> WriteFrame(const video::EncodedFrame& frame);
   std::optional<WriteError> Finish();
   std::optional<WriteError> Check(const std::string& muxer_error);
+  void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds time);
+  // Notes the figures as those of the file if it holds every picture that they count.
+  void NoteWhole();
   // The frame's place in the file.
   std::chrono::nanoseconds FileTime(const video::EncodedFrame& frame);
 
@@ -105,8 +122,11 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   // Written under mutex_, read anywhere.
   std::atomic<bool> closed_ = false;
   std::atomic<bool> failed_ = false;
-  std::atomic<std::uint64_t> frames_written_ = 0;
-  std::atomic<std::int64_t> duration_ns_ = 0;
+
+  // Apart from mutex_, which a blocked Write holds.
+  mutable std::mutex figures_mutex_;
+  WrittenFigures figures_;  // Guarded by figures_mutex_.
+  WrittenFigures whole_;    // Guarded by mutex_: what the file holds when it is cut back.
 };
 
 }  // namespace movra::media

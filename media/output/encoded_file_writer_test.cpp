@@ -79,9 +79,9 @@ TEST_P(ContainerTest, HoldsEveryPictureAtItsTime) {
     stream.Write(*writer, milliseconds(40'000) + at(i), {160, 96}, i % 30 == 0);
   }
   writer->WriteEnd(StreamEnd());
-  EXPECT_EQ(writer->frames_written(), 75U);
+  EXPECT_EQ(writer->written().frames, 75U);
   EXPECT_EQ(writer->bytes_written(), std::filesystem::file_size(path_));
-  EXPECT_EQ(writer->duration(), at(74) + nanoseconds(33'333'333));
+  EXPECT_EQ(writer->written().duration, at(74) + nanoseconds(33'333'333));
   EXPECT_FALSE(writer->failed());
 
   const DecodedFile file = DecodeFile(path_);
@@ -124,7 +124,7 @@ TEST_P(ContainerTest, AStreamThatBeginsBehindTheCommonOriginKeepsItsDistance) {
   for (std::size_t i = 0; i < 30; ++i) {
     Expect(file, i, milliseconds(250 + 40 * static_cast<int>(i)));
   }
-  EXPECT_EQ(writer->duration(), milliseconds(40 * 29) + nanoseconds(33'333'333));
+  EXPECT_EQ(writer->written().duration, milliseconds(40 * 29) + nanoseconds(33'333'333));
 }
 
 TEST_P(ContainerTest, FramesOlderThanTheOriginAreNotLost) {
@@ -168,7 +168,7 @@ TEST_P(ContainerTest, FramesBeforeTheFirstKeyFrameAreLeftOut) {
   stream.Write(*elsewhere, milliseconds(0));
   const auto writer = Create(path_, GetParam().format);
   stream.Write(*writer, milliseconds(40));
-  EXPECT_EQ(writer->frames_written(), 0U);
+  EXPECT_EQ(writer->written().frames, 0U);
   for (int i = 0; i < 20; ++i) stream.Write(*writer, milliseconds(80 + 40 * i), {160, 96}, i == 0);
   writer->Close();
   const DecodedFile file = DecodeFile(path_);
@@ -238,7 +238,7 @@ TEST(EncodedFileWriter, AfterTheEndItsFileIsFinishedAndFurtherFramesAreIgnored) 
   writer->Close();
   writer->Close();
   EXPECT_EQ(std::filesystem::file_size(path), size);
-  EXPECT_EQ(writer->frames_written(), 10U);
+  EXPECT_EQ(writer->written().frames, 10U);
   EXPECT_THAT(events, ::testing::ElementsAre("end unplugged"));
 }
 

@@ -89,6 +89,7 @@ class LibavMuxer final : public IContainerMuxer {
   std::string Start(const MuxHeader& header) override;
   std::string Write(const MuxPacket& packet) override;
   std::string Finish() override;
+  [[nodiscard]] std::uint64_t pictures_in_file() const override { return pictures_in_file_; }
 
  private:
   static int WriteBytes(void* self, std::uint8_t* data, int size);
@@ -96,8 +97,10 @@ class LibavMuxer final : public IContainerMuxer {
 
   std::string AddStream(const MuxHeader& header);
   std::string WriteHeader();
-  // Ends the fragment or cluster if the packet would make it too long.
+  // Begins a fragment or cluster if the packet would make the one before too long.
   int FlushIfFull(const MuxPacket& packet);
+  // All pictures so far go into the file.
+  int Flush();
   void PatchMatroskaScale(std::uint8_t* data, std::size_t size);
   [[nodiscard]] std::int64_t ToUnits(nanoseconds time) const;
 
@@ -109,7 +112,8 @@ class LibavMuxer final : public IContainerMuxer {
   AVRational base_{1, 1};  // What a unit of a packet's times is.
   std::int64_t position_ = 0;
   bool matroska_scale_patched_ = false;
-  bool any_ = false;
+  std::uint64_t pictures_ = 0;
+  std::uint64_t pictures_in_file_ = 0;
   nanoseconds fragment_start_{0};
   std::int64_t last_units_ = 0;
 };
@@ -183,8 +187,7 @@ std::string LibavMuxer::Write(const MuxPacket& packet) {
   if (result >= 0) {
     // Two pictures within one unit still need an order.
     const std::int64_t units = ToUnits(packet.time);
-    last_units_ = any_ ? std::max(last_units_ + 1, units) : units;
-    any_ = true;
+    last_units_ = pictures_ > 0 ? std::max(last_units_ + 1, units) : units;
     // Only read: a packet without a buffer of its own is copied where it has to last.
     packet_->data = const_cast<std::uint8_t*>(packet.data.data());
     packet_->size = static_cast<int>(packet.data.size());
@@ -195,6 +198,9 @@ std::string LibavMuxer::Write(const MuxPacket& packet) {
     packet_->stream_index = 0;
     result = av_write_frame(context_.get(), packet_.get());
     av_packet_unref(packet_.get());
+    ++pictures_;
+    // A transport stream has nothing to collect pictures for.
+    if (result >= 0 && format_ == ContainerFormat::kMpegTs) result = Flush();
   }
   if (result < 0) return Explain("write a picture", result);
   return file_.error().has_value() ? "the file refused it" : "";
@@ -202,20 +208,30 @@ std::string LibavMuxer::Write(const MuxPacket& packet) {
 
 int LibavMuxer::FlushIfFull(const MuxPacket& packet) {
   const bool full = packet.time + packet.duration - fragment_start_ > kLongestFragment;
-  if (any_ && !full) return 0;
+  if (format_ == ContainerFormat::kMpegTs || (pictures_ > 0 && !full)) return 0;
   fragment_start_ = packet.time;
+  if (const int result = pictures_ > 0 ? Flush() : 0; result < 0) return result;
   if (format_ != ContainerFormat::kMp4) return 0;
-  if (any_) {
-    const int result = av_write_frame(context_.get(), nullptr);
-    avio_flush(io_.get());
-    if (result < 0) return result;
-  }
   // Asked for anew for each fragment: it begins at its first picture's own time rather than where
   // the expected durations of those before it add up to.
   return av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0);
 }
 
+int LibavMuxer::Flush() {
+  const int result = av_write_frame(context_.get(), nullptr);
+  avio_flush(io_.get());
+  if (result < 0) return result;
+  if (file_.error().has_value()) return AVERROR(EIO);
+  file_.MarkWhole();
+  pictures_in_file_ = pictures_;
+  return 0;
+}
+
 std::string LibavMuxer::Finish() {
+  // Before the trailer, so that an error in it costs no picture.
+  if (const int result = pictures_ > 0 ? Flush() : 0; result < 0) {
+    return Explain("write a picture", result);
+  }
   const int result = av_write_trailer(context_.get());
   avio_flush(io_.get());
   if (result < 0) return Explain("finish the file", result);

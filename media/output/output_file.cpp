@@ -10,11 +10,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <utility>
 
 namespace movra::media {
 namespace {
+
+using std::chrono::steady_clock;
 
 constexpr mode_t kMode = 0666;  // Less what the process's mask takes away.
 constexpr char kStandardOutput[] = "-";
@@ -41,6 +44,13 @@ bool IsRegularFile(const std::string& path) {
   struct stat status {};
   // What is there and cannot be looked at is taken for a file, which is the careful side.
   return stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+// As poll counts them: rounded up, and -1 for a limit that never comes.
+int MillisecondsUntil(steady_clock::time_point limit) {
+  if (limit == steady_clock::time_point::max()) return -1;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - steady_clock::now());
+  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
 struct Opened {
@@ -73,7 +83,7 @@ std::unique_ptr<OutputFile> OutputFile::Open(const std::string& path, bool overw
     return nullptr;
   }
   if (path != kStandardOutput) fcntl(opened.fd, F_SETFL, 0);
-  const int wake_fd = eventfd(0, EFD_CLOEXEC);
+  const int wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wake_fd < 0) error = Explain("write", path, errno);
   std::unique_ptr<OutputFile> file(new OutputFile(path, opened.fd, wake_fd, opened.made));
   return wake_fd < 0 ? nullptr : std::move(file);
@@ -126,37 +136,46 @@ bool OutputFile::Seek(std::int64_t position) {
   return true;
 }
 
-void OutputFile::BreakOff() {
-  break_off_ = true;
-  const std::uint64_t one = 1;
+void OutputFile::LimitWaits(std::chrono::milliseconds patience) {
+  const auto limit = steady_clock::now() + patience;
+  auto current = wait_limit_.load();
+  while (limit < current && !wait_limit_.compare_exchange_weak(current, limit)) {
+  }
   // Cannot fail: the counter is far from its end.
-  static_cast<void>(!write(wake_fd_, &one, sizeof(one)));
+  eventfd_write(wake_fd_, 1);
 }
 
 bool OutputFile::Fail(const char* what, int error_number) {
   error_ = WriteError{KindOf(error_number), Explain(what, path_, error_number)};
+  CutBackToWhole();
   return false;
 }
 
+void OutputFile::CutBackToWhole() {
+  // Best effort: a file that cannot be cut either is left as it is.
+  if (!seekable_ || !begun_ || ftruncate(fd_, static_cast<off_t>(whole_)) != 0) return;
+  bytes_written_ = whole_;
+}
+
 std::size_t OutputFile::WaitForReader(std::size_t size) {
-  // A reader that is merely slow still gets the end of the stream.
-  constexpr int kGraceMs = 200;
-  while (true) {
-    const bool break_off = break_off_;
-    std::array<pollfd, 2> waits{{{fd_, POLLOUT, 0}, {wake_fd_, POLLIN, 0}}};
-    const int ready = poll(waits.data(), break_off ? 1 : 2, break_off ? kGraceMs : -1);
-    if (ready < 0 && errno != EINTR) {
-      Fail("write", errno);
-      return 0;
-    }
-    // A pipe that reports room takes this much without blocking; an error shows in the write.
-    if (ready > 0 && waits[0].revents != 0) return std::min<std::size_t>(size, PIPE_BUF);
-    if (ready == 0) {
-      error_ = WriteError{WriteErrorKind::kInterrupted,
-                          "broke off writing " + path_ + ": its reader takes nothing"};
-      return 0;
-    }
+  std::array<pollfd, 2> waits{{{fd_, POLLOUT, 0}, {wake_fd_, POLLIN, 0}}};
+  waits_for_reader_ = true;
+  int ready = 0;
+  do {
+    eventfd_t changed = 0;
+    if (waits[1].revents != 0) eventfd_read(wake_fd_, &changed);
+    ready = poll(waits.data(), waits.size(), MillisecondsUntil(wait_limit_));
+  } while ((ready > 0 && waits[0].revents == 0) || (ready < 0 && errno == EINTR));
+  waits_for_reader_ = false;
+  // A pipe that reports room takes this much without blocking; an error shows in the write.
+  if (ready > 0) return std::min<std::size_t>(size, PIPE_BUF);
+  if (ready < 0) {
+    Fail("write", errno);
+  } else {
+    error_ = WriteError{WriteErrorKind::kInterrupted,
+                        "broke off writing " + path_ + ": its reader takes nothing"};
   }
+  return 0;
 }
 
 void OutputFile::RemoveIfEmpty() const {

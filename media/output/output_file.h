@@ -2,6 +2,7 @@
 #define MOVRA_MEDIA_OUTPUT_OUTPUT_FILE_H_
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,7 +18,9 @@ namespace movra::media {
 //
 // The file exists from Open on, which is what makes sure that it can be written, but nothing is
 // left behind of a run that wrote nothing: a file that Open made is removed again if it is still
-// empty, and one that it is to overwrite is not touched before the first byte.
+// empty, and one that it is to overwrite is not touched before the first byte. After an error a
+// file is cut back to where its writer last called it whole, so that it does not end in the middle
+// of a picture.
 //
 // One thread at a time, except for what says otherwise.
 class OutputFile {
@@ -36,11 +39,16 @@ class OutputFile {
   // Moves to a byte position from the start; only where IsSeekable.
   [[nodiscard]] bool Seek(std::int64_t position);
   [[nodiscard]] bool IsSeekable() const { return seekable_; }
+  // What has been written so far can be read by itself.
+  void MarkWhole() { whole_ = bytes_written_; }
   // The reader of a pipe sees the end. Nothing is written any more.
   void Close();
 
-  // Any thread. From now on a write does not wait for a reader that takes nothing.
-  void BreakOff();
+  // Any thread. From now on all writes together wait for the reader of a pipe no longer than this;
+  // then that is an error. An earlier limit that ends sooner stands.
+  void LimitWaits(std::chrono::milliseconds patience);
+  // Any thread. Whether a write waits for the reader of a pipe at this moment.
+  [[nodiscard]] bool waits_for_reader() const { return waits_for_reader_; }
 
   [[nodiscard]] const std::optional<WriteError>& error() const { return error_; }
 
@@ -51,20 +59,24 @@ class OutputFile {
   OutputFile(std::string path, int fd, int wake_fd, bool made);
 
   bool Fail(const char* what, int error_number);
+  void CutBackToWhole();
   // Waits until a part can be written without blocking; the size of that part, 0 after an error.
   std::size_t WaitForReader(std::size_t size);
   void RemoveIfEmpty() const;
 
   const std::string path_;
   int fd_;             // -1: closed.
-  const int wake_fd_;  // Readable when a wait is to be broken off. Open for as long as this is.
+  const int wake_fd_;  // Readable when the limit has changed. Open for as long as this is.
   const bool made_;    // By Open.
   bool regular_ = false;
   bool seekable_ = false;
   bool begun_ = false;
   std::uint64_t position_ = 0;
+  std::uint64_t whole_ = 0;
   std::optional<WriteError> error_;
-  std::atomic<bool> break_off_ = false;
+  std::atomic<std::chrono::steady_clock::time_point> wait_limit_{
+      std::chrono::steady_clock::time_point::max()};
+  std::atomic<bool> waits_for_reader_ = false;
   std::atomic<std::uint64_t> bytes_written_ = 0;
 };
 
