@@ -140,4 +140,5 @@ install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT producer)
 # The component program.
 if(MOVRA_MEDIA)
   install(TARGETS movra-producer RUNTIME COMPONENT program)
+  add_subdirectory(completions)
 endif()

@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# Whether the manual page and the completions know the options that the program has, and no others:
+# options_test.sh PROGRAM manual|manual-lint|bash|zsh
+set -euo pipefail
+program=$1
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# Compares two lists of words, in any order.
+same() {
+  diff <(tr ' ' '\n' <<<"$2" | sed '/^$/d' | sort -u) <(tr ' ' '\n' <<<"$3" | sed '/^$/d' | sort -u) ||
+    { echo "$1 differs from --help: < is missing there, > is not in --help" >&2 && exit 1; }
+}
+
+# The long options in the help of the program, or of one of its commands.
+options() { "$program" "$@" --help | grep -oE '^ +(-h,)?--[a-z][a-z-]*' | grep -oE -e '--.*'; }
+
+commands() { "$program" --help | sed '1,/^Subcommands:/d;/^$/,$d' | awk '{print $1}'; }
+
+# Guards the comparisons: an empty list equals another.
+[[ $(options run) == *--camera* && $(options) == *--version* && $(commands) == *run* ]]
+
+check_manual() {
+  local page heads
+  page=$(sed 's/\\-/-/g' "$root/docs/movra-producer.1")
+  heads=$(awk '/^\.TP/ { getline; print }' <<<"$page")
+  same "the manual page" "$(options && options run && options devices)" \
+    "$(grep -oE -e '--[a-z][a-z-]*' <<<"$heads")"
+  same "its list of exit codes" \
+    "$("$program" run --help | sed '1,/^Exit codes:/d' | grep -oE '^ *[0-9]+')" \
+    "$(sed '1,/^\.SH EXIT STATUS/d;/^\.SH/,$d' <<<"$page" | sed -n 's/^\.B \([0-9]*\)$/\1/p')"
+}
+
+check_manual-lint() {
+  command -v man >/dev/null || { echo "skipped: man is not installed" && exit 0; }
+  local warnings
+  warnings=$(LC_ALL=C.UTF-8 man --warnings -l "$root/docs/movra-producer.1" 2>&1 >/dev/null)
+  [[ -z $warnings ]] || { echo "$warnings" >&2 && exit 1; }
+}
+
+# What bash offers for the last of the words.
+offered() {
+  COMP_WORDS=("$@")
+  COMP_CWORD=$(($# - 1))
+  COMPREPLY=()
+  _movra_producer
+  echo "${COMPREPLY[*]}"
+}
+
+check_bash() {
+  # shellcheck source=completions/movra-producer.bash
+  source "$root/completions/movra-producer.bash"
+  same "bash's completion" "$(commands && options)" "$(offered movra-producer "")"
+  local command
+  for command in $(commands); do
+    same "bash's completion of $command" "$(options "$command")" "$(offered movra-producer "$command" --)"
+  done
+  same "what follows another option" "--log-level --log-filter" \
+    "$(offered movra-producer run --quiet --log)"
+  same "the values of --log-level" "warning" "$(offered movra-producer run --log-level w)"
+  cd "$root/docs"
+  same "the files of a camera" "producer.md" "$(offered movra-producer run --camera file : prod)"
+}
+
+check_zsh() {
+  local file=$root/completions/_movra-producer script command
+  script=$(sed 's/([^)]*)//g' "$file")  # Without the options that an option excludes.
+  same "zsh's completion" "$(commands && options)" \
+    "$(sed -n '/^_arguments -C/,/^\[\[/p' <<<"$script" | grep -oE -e '--[a-z][a-z-]*' &&
+      sed -n "/^local -a commands/,/^)/s/^ *'\([a-z]*\):.*/\1/p" "$file")"
+  for command in $(commands); do
+    same "zsh's completion of $command" "$(options "$command")" \
+      "$(sed -n "/^  $command)/,/;;/p" <<<"$script" | grep -oE -e '--[a-z][a-z-]*')"
+  done
+  if command -v zsh >/dev/null; then zsh -n "$file"; fi
+}
+
+"check_$2"
