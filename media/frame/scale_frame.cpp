@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <utility>
 
-#include "libyuv/scale.h"
 #include "libyuv/scale_argb.h"
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_layout.h"
+#include "media/frame/resample_plane.h"
 
 namespace movra::media {
 
@@ -20,20 +20,8 @@ using video::Size;
 
 namespace {
 
-struct SourcePlane {
-  const std::uint8_t* data;
-  int stride;
-  Size size;
-};
-
-struct TargetPlane {
-  std::uint8_t* data;
-  int stride;
-  Size size;
-};
-
-// By how many whole samples one target sample is averaged on a side, in the second of the two steps
-// below. Nearest, with half down: 1.5 counts as 1, so that 1080 lines become 720 in one step.
+// By how many whole samples one target sample is averaged on a side. Nearest, with half down: 1.5
+// counts as 1, so that 1080 lines become 720 in one step.
 int WholeRatio(int source, int target) {
   const int twice = 2 * source;
   return std::max(1, (twice - target + 2 * target - 1) / (2 * target));
@@ -43,11 +31,6 @@ int PowerOfTwoBelow(int ratio) {
   int power = 1;
   while (power * 2 <= ratio) power *= 2;
   return power;
-}
-
-void ScaleBytesOnce(const SourcePlane& s, const TargetPlane& t, libyuv::FilterMode filter) {
-  libyuv::ScalePlane(s.data, s.stride, s.size.width, s.size.height, t.data, t.stride, t.size.width,
-                     t.size.height, filter);
 }
 
 void ScalePixelsOnce(const SourcePlane& s, const TargetPlane& t) {
@@ -61,22 +44,8 @@ TargetPlane WholeOf(WritableFrame& frame) {
 
 SourcePlane AsSource(const TargetPlane& plane) { return {plane.data, plane.stride, plane.size}; }
 
-// libyuv's box filter is exact for whole ratios only; between them its boxes are off by up to a
-// sample. Its bilinear filter reads two samples a side and leaves out the rest when it shrinks by
-// more than two. So: bilinear to a whole multiple of the target, then averaged down exactly.
-void ScaleBytePlane(const SourcePlane& source, const TargetPlane& target, FramePool& pool) {
-  const int kx = WholeRatio(source.size.width, target.size.width);
-  const int ky = WholeRatio(source.size.height, target.size.height);
-  const Size multiple{target.size.width * kx, target.size.height * ky};
-  if (kx == 1 && ky == 1) return ScaleBytesOnce(source, target, libyuv::kFilterBilinear);
-  if (multiple == source.size) return ScaleBytesOnce(source, target, libyuv::kFilterBox);
-  WritableFrame between = pool.Allocate(PixelFormat::kGray, multiple);
-  if (!between) return ScaleBytesOnce(source, target, libyuv::kFilterBox);
-  ScaleBytesOnce(source, WholeOf(between), libyuv::kFilterBilinear);
-  ScaleBytesOnce(AsSource(WholeOf(between)), target, libyuv::kFilterBox);
-}
-
-// The same for whole pixels, whose box filter averages pairs only: halved until it fits.
+// Whole pixels go through libyuv, whose box filter averages pairs of them only: halved until it
+// fits.
 void ScalePixelPlane(const SourcePlane& source, const TargetPlane& target, FramePool& pool) {
   int kx = PowerOfTwoBelow(WholeRatio(source.size.width, target.size.width));
   int ky = PowerOfTwoBelow(WholeRatio(source.size.height, target.size.height));
@@ -115,7 +84,7 @@ void ScaleInto(const PixelFrameInfo& source, WritableFrame& target, const Region
         target.plane(i) + (place.planes[i].data - target.info().planes[i].data), target.stride(i),
         to.samples};
     if (from.bytes_per_sample == 1) {
-      ScaleBytePlane(source_plane, target_plane, pool);
+      ResamplePlane(source_plane, target_plane, pool);
     } else {
       ScalePixelPlane(source_plane, target_plane, pool);
     }
