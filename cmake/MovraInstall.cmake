@@ -142,3 +142,22 @@ if(MOVRA_MEDIA)
   install(TARGETS movra-producer RUNTIME COMPONENT program)
   add_subdirectory(completions)
 endif()
+
+# Other projects that use what is installed. Instrumented libraries ask for more than plain ones.
+if(MOVRA_TESTS AND NOT (MOVRA_SANITIZE OR MOVRA_COVERAGE OR MOVRA_FUZZ))
+  set(cases core_alone headers missing_component unknown_component)
+  if(MOVRA_MEDIA)
+    list(APPEND cases program)
+  endif()
+  if(MOVRA_MEDIA AND MOVRA_WITH_GPL)
+    list(APPEND cases find_package pkg_config)
+  endif()
+  foreach(case IN LISTS cases)
+    add_test(NAME install_test.${case}
+      COMMAND ${PROJECT_SOURCE_DIR}/cmake/install_test/install_test.sh
+              ${PROJECT_BINARY_DIR} ${CMAKE_CXX_COMPILER} ${case})
+    # One at a time, because an installation writes its list of files into the build directory.
+    set_tests_properties(install_test.${case} PROPERTIES
+      LABELS media TIMEOUT 120 RESOURCE_LOCK install)
+  endforeach()
+endif()
