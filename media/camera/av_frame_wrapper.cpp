@@ -1,15 +1,10 @@
 #include "media/camera/av_frame_wrapper.h"
 
-extern "C" {
-#include <libavutil/frame.h>
-#include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
-}
-
 #include <array>
 #include <cstddef>
 #include <utility>
 
+#include "media/ffmpeg/ffmpeg_api.h"
 #include "media/frame/frame_layout.h"
 
 namespace movra::media {

@@ -1,12 +1,12 @@
 #include "media/camera/clock_text.h"
 
-#include <cairo.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <memory>
+
+#include "media/dynamic/cairo_api.h"
 
 namespace movra::media {
 namespace {
@@ -23,7 +23,15 @@ struct CairoDeleter {
 }  // namespace
 
 ClockText::ClockText(int height) {
-  glyph_.height = std::max(height, 8);
+  glyph_ = {std::max(height, 8), std::max(height, 8)};
+  // Without Cairo the boxes stay empty: a picture without its clock is still a picture.
+  if (LoadCairo().empty()) DrawGlyphs();
+  const auto pixels =
+      static_cast<std::size_t>(glyph_.width) * static_cast<std::size_t>(glyph_.height);
+  samples_.resize(pixels * kCharacters.size(), kBlack);
+}
+
+void ClockText::DrawGlyphs() {
   const int count = static_cast<int>(kCharacters.size());
   const double font_size = glyph_.height * 0.9;
   // Wide enough for any font's digits; the box is cut to the widest glyph below.
@@ -51,15 +59,11 @@ ClockText::ClockText(int height) {
 
   const unsigned char* const coverage = cairo_image_surface_get_data(surface.get());
   const int stride = cairo_image_surface_get_stride(surface.get());
-  samples_.assign(
-      static_cast<std::size_t>(glyph_.width) * static_cast<std::size_t>(glyph_.height * count),
-      kBlack);
   if (coverage == nullptr) return;
-  std::uint8_t* sample = samples_.data();
   for (int y = 0; y < glyph_.height * count; ++y) {
     for (int x = 0; x < glyph_.width; ++x) {
       const int share = coverage[std::ptrdiff_t{y} * stride + x];
-      *sample++ = static_cast<std::uint8_t>(kBlack + (kWhite - kBlack) * share / 255);
+      samples_.push_back(static_cast<std::uint8_t>(kBlack + (kWhite - kBlack) * share / 255));
     }
   }
 }

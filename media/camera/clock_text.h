@@ -24,6 +24,8 @@ class ClockText {
             std::string_view text) const;
 
  private:
+  void DrawGlyphs();
+
   video::Size glyph_;
   std::vector<std::uint8_t> samples_;  // The boxes below one another, without gaps.
 };

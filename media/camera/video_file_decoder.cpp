@@ -1,13 +1,5 @@
 #include "media/camera/video_file_decoder.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/display.h>
-#include <libavutil/mathematics.h>
-#include <libavutil/parseutils.h>
-}
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,7 +10,7 @@ extern "C" {
 #include "media/camera/camera_error.h"
 #include "media/camera/file_check.h"
 #include "media/camera/picture_size.h"
-#include "media/ffmpeg/ffmpeg_log.h"
+#include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
@@ -77,10 +69,12 @@ int VideoFileDecoder::IsInterrupted(void* decoder) {
 }
 
 CameraInfo VideoFileDecoder::Open(const std::string& path) {
-  RouteFfmpegLog();
   path_ = path;
   if (const FileCheck check = CheckReadableFile(path); check.error != CameraError::kNone) {
     return Failure(check.error, check.text);
+  }
+  if (const std::string error = LoadFfmpeg(); !error.empty()) {
+    return Failure(CameraError::kUnavailable, error);
   }
   if (const int error = OpenContainer(path); error != 0) {
     return Failure(

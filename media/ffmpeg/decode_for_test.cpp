@@ -5,13 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/mathematics.h>
-}
 
 namespace movra::media {
 namespace {
@@ -63,6 +58,7 @@ class Decoder {
 }  // namespace
 
 std::vector<DecodedPicture> DecodePackets(const std::vector<std::vector<std::uint8_t>>& packets) {
+  EXPECT_EQ(LoadFfmpeg(), "");
   std::vector<DecodedPicture> pictures;
   Decoder decoder(nullptr);
   for (const auto& bytes : packets) {
@@ -77,6 +73,7 @@ std::vector<DecodedPicture> DecodePackets(const std::vector<std::vector<std::uin
 
 DecodedFile DecodeFile(const std::string& path) {
   DecodedFile file;
+  EXPECT_EQ(LoadFfmpeg(), "");
   AVFormatContext* opened = nullptr;
   int result = avformat_open_input(&opened, path.c_str(), nullptr, nullptr);
   const AvInputPtr input(opened);

@@ -1,15 +1,11 @@
 #include "media/ffmpeg/ffmpeg_log.h"
 
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include <cstdarg>
-#include <mutex>
 #include <string>
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
@@ -30,9 +26,6 @@ void Log(void* context, int level, const char* format, std::va_list arguments) {
 
 }  // namespace
 
-void RouteFfmpegLog() {
-  static std::once_flag once;
-  std::call_once(once, [] { av_log_set_callback(&Log); });
-}
+void RouteFfmpegLog() { av_log_set_callback(&Log); }
 
 }  // namespace movra::media

@@ -5,8 +5,8 @@ namespace movra::media {
 
 // Makes FFmpeg's libraries write into this process's log instead of standard error: their errors
 // as warnings, because whoever called them reports the error itself, and their warnings as ordinary
-// lines. Called wherever they are put to use; all calls but the process's first do nothing. An
-// application that wants FFmpeg's log elsewhere installs its callback after that.
+// lines. LoadFfmpeg does so. An application that wants FFmpeg's log elsewhere installs its callback
+// after that.
 void RouteFfmpegLog();
 
 }  // namespace movra::media

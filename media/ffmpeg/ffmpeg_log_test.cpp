@@ -12,6 +12,7 @@ extern "C" {
 #include <vector>
 
 #include "logging/log_sink.h"
+#include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
@@ -24,7 +25,7 @@ class FfmpegLog : public testing::Test, public movra_logging::LogSink {
  protected:
   FfmpegLog() {
     movra_logging::AddLogSink(this);
-    RouteFfmpegLog();
+    EXPECT_EQ(LoadFfmpeg(), "");
   }
   ~FfmpegLog() override {
     movra_logging::RemoveLogSink(this);

@@ -2,13 +2,7 @@
 
 #include <array>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/error.h>
-#include <libavutil/frame.h>
-#include <libswscale/swscale.h>
-}
+#include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 
@@ -26,7 +20,7 @@ void AvOutputDeleter::operator()(AVFormatContext* context) const { avformat_free
 
 std::string ErrorText(int error) {
   std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-  av_make_error_string(text.data(), text.size(), error);
+  av_strerror(error, text.data(), text.size());
   return text.data();
 }
 

@@ -3,11 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-extern "C" {
-#include <libavutil/buffer.h>
-#include <libavutil/error.h>
-#include <libavutil/frame.h>
-}
+#include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
@@ -15,6 +11,7 @@ namespace {
 void CountRelease(void* count, std::uint8_t* /*data*/) { ++*static_cast<int*>(count); }
 
 TEST(FfmpegPtr, AFrameReleasesWhatItSharesOnce) {
+  ASSERT_EQ(LoadFfmpeg(), "");
   int released = 0;
   std::uint8_t sample = 0;
   AvFramePtr frame(av_frame_alloc());
@@ -26,6 +23,7 @@ TEST(FfmpegPtr, AFrameReleasesWhatItSharesOnce) {
 }
 
 TEST(FfmpegPtr, ErrorsHaveWords) {
+  ASSERT_EQ(LoadFfmpeg(), "");
   EXPECT_EQ(ErrorText(AVERROR(ENOENT)), "No such file or directory");
   EXPECT_EQ(ErrorText(AVERROR_EOF), "End of file");
 }

@@ -1,12 +1,11 @@
 #include "media/output/contact_sheet.h"
 
-#include <cairo.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 
+#include "media/dynamic/cairo_api.h"
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_pool.h"
 #include "media/frame/scale_frame.h"
@@ -120,6 +119,8 @@ void DrawRow(cairo_t* context, int top, const Row& row) {
 
 bool WriteContactSheet(const std::vector<ContactSheetRow>& videos, const std::string& sheet_path,
                        std::string* error) {
+  *error = LoadCairo();
+  if (!error->empty()) return false;
   std::vector<Row> rows;
   if (!ReadRows(videos, rows, error)) return false;
   int width = 0;

@@ -3,18 +3,9 @@
 #include <cstring>
 #include <utility>
 
-#include "media/ffmpeg/ffmpeg_log.h"
+#include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/output/container_muxer.h"
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/dict.h>
-#include <libavutil/mathematics.h>
-#include <libavutil/mem.h>
-#include <libavutil/opt.h>
-}
 
 namespace movra::media {
 namespace {
@@ -119,7 +110,6 @@ class LibavMuxer final : public IContainerMuxer {
 };
 
 std::string LibavMuxer::Start(const MuxHeader& header) {
-  RouteFfmpegLog();
   AVFormatContext* context = nullptr;
   const int result = avformat_alloc_output_context2(&context, nullptr, NameOf(format_), nullptr);
   if (result < 0) return Explain("make the container", result);
@@ -275,7 +265,9 @@ std::int64_t LibavMuxer::ToUnits(nanoseconds time) const {
 }  // namespace
 
 std::unique_ptr<IContainerMuxer> MakeLibavMuxer(ContainerFormat format, OutputFile& file,
-                                                std::string& /*error*/) {
+                                                std::string& error) {
+  error = LoadFfmpeg();
+  if (!error.empty()) return nullptr;
   return std::make_unique<LibavMuxer>(format, file);
 }
 

@@ -1,15 +1,10 @@
 #include "media/output/still_reader.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-}
-
 #include <optional>
 #include <utility>
 
 #include "media/camera/av_frame_wrapper.h"
-#include "media/ffmpeg/ffmpeg_log.h"
+#include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 
 namespace movra::media {
@@ -21,7 +16,7 @@ class StillReader {
  public:
   // Why the file cannot be read; empty if it can.
   std::string Open(const std::string& path) {
-    RouteFfmpegLog();
+    if (std::string error = LoadFfmpeg(); !error.empty()) return error;
     AVFormatContext* context = nullptr;
     const std::string url = "file:" + path;
     if (const int error = avformat_open_input(&context, url.c_str(), nullptr, nullptr); error < 0) {
