@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "libyuv/scale.h"
+#include "libyuv/scale_argb.h"
 #include "media/frame/row_kernels.h"
 
 namespace movra::media {
@@ -27,8 +28,8 @@ struct Axis {
   [[nodiscard]] double ratio() const { return extent / target_samples; }
 };
 
-// Where averaging by two begins. Up to there the filter covers two groups, and the samples of a
-// quad lie within sixteen bytes.
+// Where averaging by two begins. Up to there the filter covers two groups, and what a quad reads
+// lies within sixteen bytes.
 constexpr double kHighestRatio = 4;
 constexpr int kMostTaps = 8;
 
@@ -73,17 +74,20 @@ Taps TapsOf(const Axis& axis, int index) {
   return taps;
 }
 
-std::vector<QuadTaps> QuadsOf(const Axis& axis) {
+// Four bytes of a target row come from each quad: four samples of a byte, or one pixel of four.
+std::vector<QuadTaps> QuadsOf(const Axis& axis, int bytes_per_sample) {
   const int groups = GroupsOf(axis);
-  std::vector<QuadTaps> quads(static_cast<std::size_t>((axis.target_samples + 3) / 4 * groups));
-  for (int index = 0; index < axis.target_samples; ++index) {
-    const Taps taps = TapsOf(axis, index);
+  const int row_bytes = axis.target_samples * bytes_per_sample;
+  std::vector<QuadTaps> quads(static_cast<std::size_t>((row_bytes + 3) / 4 * groups));
+  for (int index = 0; index < row_bytes; ++index) {
+    const Taps taps = TapsOf(axis, index / bytes_per_sample);
     for (int i = 0; i < groups * kGroup; ++i) {
       const int tap = i % kGroup;
       QuadTaps& quad = quads[static_cast<std::size_t>(index / 4 * groups + i / kGroup)];
-      if (index % 4 == 0 && tap == 0) quad.start = taps.first + i;
+      const int from = (taps.first + i) * bytes_per_sample + index % bytes_per_sample;
+      if (index % 4 == 0 && tap == 0) quad.start = from;
       const auto at = static_cast<std::size_t>(index % 4 * 2 + tap % 2 + tap / 2 * 8);
-      quad.offsets[at] = static_cast<std::uint8_t>(taps.first + i - quad.start);
+      quad.offsets[at] = static_cast<std::uint8_t>(from - quad.start);
       quad.weights[at] = taps.weights[static_cast<std::size_t>(i)];
     }
   }
@@ -91,40 +95,75 @@ std::vector<QuadTaps> QuadsOf(const Axis& axis) {
 }
 
 // One row of the target's height and the source's width.
-void MixRow(const SourcePlane& source, const Axis& down, int y, std::uint8_t* target) {
-  const auto row = [&source](int index) {
-    return source.data +
-           static_cast<std::ptrdiff_t>(std::min(index, source.size.height - 1)) * source.stride;
-  };
+void MixRow(const SourcePlane& source, const Axis& down, int y, std::size_t bytes,
+            std::uint8_t* target) {
   const Taps taps = TapsOf(down, y);
   std::array<const std::uint8_t*, kMostTaps> rows{};
-  for (int i = 0; i < kMostTaps; ++i) rows[static_cast<std::size_t>(i)] = row(taps.first + i);
-  FastestRowKernels().mix_rows(rows.data(), taps.weights.data(), GroupsOf(down), source.size.width,
-                               target);
+  for (int i = 0; i < kMostTaps; ++i) {
+    const int row = std::min(taps.first + i, source.size.height - 1);
+    rows[static_cast<std::size_t>(i)] =
+        source.data + static_cast<std::ptrdiff_t>(row) * source.stride;
+  }
+  FastestRowKernels().mix_rows(rows.data(), taps.weights.data(), GroupsOf(down),
+                               static_cast<int>(bytes), target);
 }
 
 // Down the columns into one row, then along that row, which is still in the nearest cache.
 void Mix(const SourcePlane& source, const Axis& across, const Axis& down,
          const TargetPlane& target) {
+  const int bytes_per_sample = source.bytes_per_sample;
   const bool same_width = across.ratio() == 1;
   const bool same_height = down.ratio() == 1;
-  const std::vector<QuadTaps> quads = same_width ? std::vector<QuadTaps>() : QuadsOf(across);
-  // Behind its end the row goes on with its last sample: a quad reads sixteen bytes in any case.
-  constexpr std::size_t kMargin = 16 + kMostTaps;
-  const auto width = static_cast<std::size_t>(source.size.width);
-  std::vector<std::uint8_t> row(width + kMargin);
+  const std::vector<QuadTaps> quads =
+      same_width ? std::vector<QuadTaps>() : QuadsOf(across, bytes_per_sample);
+  // Behind its end the row goes on as at its edge: a narrow one has fewer samples than the filter,
+  // and sixteen bytes are read from each quad's start in any case.
+  const auto bytes = static_cast<std::size_t>(source.size.width * bytes_per_sample);
+  const auto margin = static_cast<std::size_t>(kMostTaps * bytes_per_sample + 16);
+  std::vector<std::uint8_t> row(bytes + margin);
   for (int y = 0; y < target.size.height; ++y) {
     std::uint8_t* const out = target.data + static_cast<std::ptrdiff_t>(y) * target.stride;
     std::uint8_t* const mixed = same_width ? out : row.data();
     if (same_height) {
-      std::memcpy(mixed, source.data + static_cast<std::ptrdiff_t>(y) * source.stride, width);
+      std::memcpy(mixed, source.data + static_cast<std::ptrdiff_t>(y) * source.stride, bytes);
     } else {
-      MixRow(source, down, y, mixed);
+      MixRow(source, down, y, bytes, mixed);
     }
     if (same_width) continue;
-    std::memset(mixed + width, mixed[width - 1], kMargin);
-    FastestRowKernels().mix_samples(mixed, quads.data(), GroupsOf(across), target.size.width, out);
+    for (std::size_t i = 0; i < margin; ++i) {
+      mixed[bytes + i] = mixed[bytes + i - static_cast<std::size_t>(bytes_per_sample)];
+    }
+    FastestRowKernels().mix_samples(mixed, quads.data(), GroupsOf(across),
+                                    target.size.width * bytes_per_sample, out);
   }
+}
+
+void Shrink(const SourcePlane& source, const Size& part, const Size& size,
+            libyuv::FilterMode filter, std::uint8_t* target, int stride) {
+  const auto shrink = [&](auto scale) {
+    scale(source.data, source.stride, part.width, part.height, target, stride, size.width,
+          size.height, filter);
+  };
+  source.bytes_per_sample == 1 ? shrink(libyuv::ScalePlane) : shrink(libyuv::ARGBScale);
+}
+
+// By two, where the filter would not cover the step. An odd sample at the end is left out, which
+// the extent remembers. Empty if there is no memory.
+WritableFrame Halve(const SourcePlane& source, Axis& across, Axis& down, FramePool& pool) {
+  Size part = source.size;
+  const auto halve = [](Axis& axis, std::int32_t& samples) {
+    if (axis.ratio() <= kHighestRatio) return;
+    axis.samples /= 2;
+    axis.extent /= 2;
+    samples = axis.samples * 2;
+  };
+  halve(across, part.width);
+  halve(down, part.height);
+  const PixelFormat format = source.bytes_per_sample == 1 ? PixelFormat::kGray : PixelFormat::kBGRA;
+  WritableFrame halved = pool.Allocate(format, {across.samples, down.samples});
+  if (!halved) return {};
+  Shrink(source, part, halved.info().size, libyuv::kFilterBox, halved.plane(0), halved.stride(0));
+  return halved;
 }
 
 }  // namespace
@@ -135,27 +174,15 @@ void ResamplePlane(const SourcePlane& source, const TargetPlane& target, FramePo
   SourcePlane from = source;
   WritableFrame halved;
   while (across.ratio() > kHighestRatio || down.ratio() > kHighestRatio) {
-    const auto halve = [](Axis& axis) {
-      if (axis.ratio() <= kHighestRatio) return;
-      axis.samples /= 2;
-      axis.extent /= 2;
-    };
-    const Size whole{across.samples, down.samples};
-    halve(across);
-    halve(down);
-    WritableFrame next = pool.Allocate(PixelFormat::kGray, {across.samples, down.samples});
+    WritableFrame next = Halve(from, across, down, pool);
     if (!next) {
-      libyuv::ScalePlane(from.data, from.stride, whole.width, whole.height, target.data,
-                         target.stride, target.size.width, target.size.height, libyuv::kFilterNone);
-      return;
+      return Shrink(source, source.size, target.size, libyuv::kFilterNone, target.data,
+                    target.stride);
     }
-    // An odd sample at the end is left out, which `extent` remembers.
-    const int width = across.samples == whole.width ? whole.width : across.samples * 2;
-    const int height = down.samples == whole.height ? whole.height : down.samples * 2;
-    libyuv::ScalePlane(from.data, from.stride, width, height, next.plane(0), next.stride(0),
-                       across.samples, down.samples, libyuv::kFilterBox);
     halved = std::move(next);
-    from = {halved.plane(0), halved.stride(0), halved.info().size};
+    from.data = halved.plane(0);
+    from.stride = halved.stride(0);
+    from.size = halved.info().size;
   }
   Mix(from, across, down, target);
 }

@@ -8,11 +8,12 @@
 
 namespace movra::media {
 
-// One plane to read or to write. Sizes are in samples and at least 1x1.
+// Samples are single bytes, or pixels of four. Sizes are in samples and at least 1x1.
 struct SourcePlane {
   const std::uint8_t* data = nullptr;
   int stride = 0;  // Bytes.
   video::Size size;
+  int bytes_per_sample = 1;  // Or 4; the target's too.
 };
 
 struct TargetPlane {
@@ -21,10 +22,10 @@ struct TargetPlane {
   video::Size size;
 };
 
-// Scales a plane of 8-bit samples with the bilinear filter, which is widened to the distance of the
-// target's samples when it shrinks, so that every source sample counts and nothing flickers. The
-// planes' outlines are laid over each other: sample centres lie half a sample inside. What is
-// beyond the edge is the sample at the edge.
+// Scales a plane with the bilinear filter, which is widened to the distance of the target's samples
+// when it shrinks, so that every source sample counts and nothing flickers. The planes' outlines
+// are laid over each other: sample centres lie half a sample inside. What is beyond the edge is the
+// sample at the edge.
 //
 // Beyond a factor of four the plane is first averaged down by two, as often as it takes; `pool`
 // lends the memory for that (where it has none, samples are left out). Any thread.

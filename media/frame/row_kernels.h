@@ -15,9 +15,9 @@ inline constexpr int kWeightSum = 128;
 // Samples go into a mean in one or two groups of this many neighbours.
 inline constexpr int kGroup = 4;
 
-// How one group of each of four neighbouring target samples comes from sixteen bytes of a source
-// row: byte i of `weights` belongs to the sample `offsets[i]` bytes behind `start`. The first eight
-// are the first two of the group for each target sample in turn, the last eight the other two.
+// How one group of each of four neighbouring target bytes comes from sixteen bytes of a source row:
+// byte i of `weights` belongs to the byte `offsets[i]` behind `start`. The first eight are the
+// first two of the group for each target byte in turn, the last eight the other two.
 struct QuadTaps {
   alignas(16) std::array<std::uint8_t, 16> offsets{};  // Below 16.
   alignas(16) std::array<std::int8_t, 16> weights{};
