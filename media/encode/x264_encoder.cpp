@@ -135,6 +135,7 @@ class X264Encoder final : public IFrameEncoder {
   // success when it will do nothing, and what it did can be asked after the next picture.
   bool ApplyRates();
   void CheckChange();
+  bool TakeHeaders();
 
   x264_t* encoder_ = nullptr;
   X264Messages messages_;
@@ -148,6 +149,10 @@ class X264Encoder final : public IFrameEncoder {
   bool changing_ = false;
   bool has_settings_ = true;
   std::vector<float> offsets_;  // Empty: no regions.
+  // The parameter sets, in front of every key frame. The library would add a text about itself at
+  // the start and take all of it out of what the first seconds may spend on pictures.
+  std::vector<std::uint8_t> headers_;
+  std::vector<std::uint8_t> key_frame_;  // The last one, with them.
 };
 
 bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& format,
@@ -174,7 +179,7 @@ bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& form
   params.i_csp = X264_CSP_I420;
   params.i_threads = settings.threads;
   params.i_bframe = 0;
-  params.b_repeat_headers = 1;
+  params.b_repeat_headers = 0;  // Key frames get them here: see headers_.
   params.b_annexb = 1;
   SetRates(AtNominalRate(settings, settings.nominal_rate, settings.nominal_rate), params);
   SetTiming(settings.nominal_rate, params);
@@ -189,6 +194,10 @@ bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& form
     failure = {VideoEncoderError::kOpenFailed, messages_.Explain("libx264 cannot be opened")};
     return false;
   }
+  if (!TakeHeaders()) {
+    failure = {VideoEncoderError::kOpenFailed, messages_.Explain("libx264 gives no headers")};
+    return false;
+  }
   x264_encoder_parameters(encoder_, &params);
   threads_ = params.i_threads;
   adaptive_quantisation_ = params.rc.i_aq_mode != X264_AQ_NONE;
@@ -197,6 +206,20 @@ bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& form
   settings_ = settings;
   size_ = format.size;
   offsets_ = RegionOffsets(settings.regions, size_);
+  return true;
+}
+
+bool X264Encoder::TakeHeaders() {
+  x264_nal_t* units = nullptr;
+  int unit_count = 0;
+  if (x264_encoder_headers(encoder_, &units, &unit_count) < 0) return false;
+  for (int i = 0; i < unit_count; ++i) {
+    const x264_nal_t& unit = units[i];
+    const bool is_parameter_set = unit.i_type == NAL_SPS || unit.i_type == NAL_PPS;
+    if (is_parameter_set) {
+      headers_.insert(headers_.end(), unit.p_payload, unit.p_payload + unit.i_payload);
+    }
+  }
   return true;
 }
 
@@ -255,7 +278,12 @@ std::optional<EncodedPicture> X264Encoder::Encode(const video::PixelFrame& frame
     return std::nullopt;
   }
   CheckChange();
-  return EncodedPicture{units[0].p_payload, static_cast<std::size_t>(bytes), coded.b_keyframe != 0};
+  const std::uint8_t* const payload = units[0].p_payload;
+  const auto size = static_cast<std::size_t>(bytes);
+  if (coded.b_keyframe == 0) return EncodedPicture{payload, size, false};
+  key_frame_ = headers_;
+  key_frame_.insert(key_frame_.end(), payload, payload + size);
+  return EncodedPicture{key_frame_.data(), key_frame_.size(), true};
 }
 
 std::string X264Encoder::Describe() const {

@@ -102,6 +102,19 @@ TEST_F(X264EncoderTest, AKeyFrameOnRequestCarriesItsParameterSets) {
   EXPECT_GT(LumaPsnr(frames_[3], pictures[0]), 25);
 }
 
+// A text of the library about itself would cost the first second of a small stream a tenth of it.
+TEST_F(X264EncoderTest, AKeyFrameHoldsParameterSetsAndThePictureAlone) {
+  Open(Settings(600));
+  Encode(0);
+  const std::vector<std::uint8_t>& bytes = packets_[0];
+  std::vector<int> unit_types;
+  for (std::size_t i = 0; i + 3 < bytes.size(); ++i) {
+    const bool is_start = bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1;
+    if (is_start) unit_types.push_back(bytes[i + 3] % 32);
+  }
+  EXPECT_THAT(unit_types, ::testing::ElementsAre(7, 8, 5));
+}
+
 TEST_F(X264EncoderTest, NoKeyFrameComesUnasked) {
   Open(Settings(600));
   for (int i = 0; i < 300; ++i) Encode(i, false, kRate, 0);
