@@ -7,6 +7,7 @@
 #include "media/camera/test_camera.h"
 #include "media/camera/v4l2_camera.h"
 #include "media/camera/v4l2_devices.h"
+#include "media/camera/y4m_reader.h"
 
 namespace movra::media {
 
@@ -16,7 +17,9 @@ std::unique_ptr<CameraSource> MakeCameraSource(const std::string& camera_id,
   if (id.starts_with("test:")) return std::make_unique<TestCamera>(camera_id);
   constexpr std::string_view kFile = "file:";
   if (id.starts_with(kFile)) {
-    return MakeFileCamera(camera_id.substr(kFile.size()), playback);
+    const std::string path = camera_id.substr(kFile.size());
+    if (auto raw_video = MakeY4mCamera(path, playback)) return raw_video;
+    return MakeFileCamera(path, playback);
   }
   if (IsV4l2Id(id)) return std::make_unique<V4l2Camera>(camera_id, MakeV4l2Io());
   return nullptr;

@@ -1,14 +1,13 @@
 #include "media/camera/video_file_decoder.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <string_view>
 #include <utility>
 
 #include "media/camera/camera_error.h"
 #include "media/camera/file_check.h"
+#include "media/camera/file_end.h"
 #include "media/camera/picture_size.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 
@@ -278,19 +277,10 @@ bool VideoFileDecoder::Rewind() {
 }
 
 StreamEnd VideoFileDecoder::End() const {
-  StreamEnd end;
-  end.damaged_frames = damaged_frames_;
-  if (delivered_ == 0) {
-    end.error_code = static_cast<std::int32_t>(CameraError::kNothingDecoded);
-    end.reason = "not one frame of '" + path_ + "' could be decoded";
-  } else if (broken_off_) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.2f",
-                  std::chrono::duration<double>(last_timestamp_ + last_duration_).count());
-    end.error_code = static_cast<std::int32_t>(CameraError::kBrokenOff);
-    end.reason = "'" + path_ + "' breaks off after " + text.data() + " s";
-  }
-  return end;
+  return EndOfFile(path_, {.delivered_frames = delivered_,
+                           .damaged_frames = damaged_frames_,
+                           .duration = last_timestamp_ + last_duration_,
+                           .broken_off = broken_off_});
 }
 
 void VideoFileDecoder::CountDamage() {

@@ -1,0 +1,54 @@
+#ifndef MOVRA_MEDIA_CAMERA_PLAYED_FILE_H_
+#define MOVRA_MEDIA_CAMERA_PLAYED_FILE_H_
+
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "media/camera/camera_source.h"
+#include "video/camera_service.h"
+
+namespace movra::media {
+
+// A video file as a camera, whatever reads it. A Reader has
+//   CameraInfo Open(const std::string& path);  // What it is, or why it cannot be read.
+//   SourceItem Next();                         // A frame, nothing, or the end.
+//   bool Rewind();                             // To the first frame; time stamps go on growing.
+//   void Interrupt();                          // As CameraSource's.
+template <class Reader>
+class PlayedFile final : public CameraSource {
+ public:
+  template <class... ReaderArgs>
+  PlayedFile(std::string path, const video::PlaybackParams& playback, ReaderArgs&&... reader_args)
+      : path_(std::move(path)),
+        playback_(playback),
+        reader_(std::forward<ReaderArgs>(reader_args)...) {}
+
+  // CameraSource
+  [[nodiscard]] video::CameraInfo Describe() override { return reader_.Open(path_); }
+  [[nodiscard]] video::CameraInfo Open(const CaptureRequest& /*request*/) override {
+    return reader_.Open(path_);
+  }
+
+  [[nodiscard]] SourcePolicy Policy() const override {
+    if (playback_.realtime) return {.delivery = video::FrameDelivery::kLive, .paced = true};
+    return {.delivery = video::FrameDelivery::kLossless, .paced = false};
+  }
+
+  [[nodiscard]] SourceItem Read(const CaptureRequest& /*request*/) override {
+    SourceItem item = reader_.Next();
+    const bool ended = std::holds_alternative<video::StreamEnd>(item);
+    return ended && playback_.loop && reader_.Rewind() ? reader_.Next() : std::move(item);
+  }
+
+  void Interrupt() override { reader_.Interrupt(); }
+
+ private:
+  const std::string path_;
+  const video::PlaybackParams playback_;
+  Reader reader_;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_CAMERA_PLAYED_FILE_H_
