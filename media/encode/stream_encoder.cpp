@@ -108,8 +108,9 @@ const video::EncodedFrame* StreamEncoder::Encode(const video::PixelFrame& frame)
               info.timestamp,
               ExpectedDuration(),
               info.capture_time,
-              info.sequence};
-  CountEncoded(info, steady_clock::now() - begin);
+              info.sequence,
+              steady_clock::now() - begin};
+  CountEncoded(info);
   return &encoded_;
 }
 
@@ -165,12 +166,12 @@ void StreamEncoder::PublishProperty(const StreamFormat& format) {
   property_ = property;
 }
 
-void StreamEncoder::CountEncoded(const PixelFrameInfo& info, nanoseconds encode_time) {
+void StreamEncoder::CountEncoded(const PixelFrameInfo& info) {
   EncoderCounters::Encoded encoded;
   encoded.bytes = encoded_.size_bytes;
   encoded.key_frame = encoded_.key_frame;
   encoded.size = info.size;
-  encoded.encode_time = encode_time;
+  encoded.encode_time = encoded_.encode_time;
   if (info.capture_time.count() > 0) {
     encoded.latency =
         std::max(nanoseconds(0), steady_clock::now().time_since_epoch() - info.capture_time);

@@ -49,7 +49,7 @@ class StreamEncoder {
   // Closes the encoder and tells the client, once for each run of failures.
   void Fail(const EncoderFailure& failure);
   void PublishProperty(const StreamFormat& format);
-  void CountEncoded(const video::PixelFrameInfo& info, std::chrono::nanoseconds encode_time);
+  void CountEncoded(const video::PixelFrameInfo& info);
 
   [[nodiscard]] std::int64_t NextTicks(std::chrono::nanoseconds timestamp);
   [[nodiscard]] bool IsKeyFrameDue(std::chrono::nanoseconds timestamp) const;
