@@ -30,6 +30,7 @@ constexpr std::array kTexts{
     ExitCodeText{ExitCode::kNoFrames, "a stream received no frame"},
     ExitCodeText{ExitCode::kEncoderFailed, "an encoder failed"},
     ExitCodeText{ExitCode::kNotBuilt, "this build lacks the encoder; --version says what it has"},
+    ExitCodeText{ExitCode::kNoResources, "no memory or threads left; what was written plays"},
 };
 
 }  // namespace

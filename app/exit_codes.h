@@ -43,6 +43,7 @@ enum class ExitCode : int {
   kNoFrames = 30,
   kEncoderFailed = 31,
   kNotBuilt = 32,
+  kNoResources = 33,
 };
 
 struct ExitCodeText {

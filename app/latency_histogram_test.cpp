@@ -35,6 +35,22 @@ TEST(LatencyHistogram, OneSlowOneDoesNotMoveThePercentilesBelowIt) {
   EXPECT_NEAR(static_cast<double>(histogram.Percentile(1).count()), 500'000, 10'000);
 }
 
+TEST(LatencyHistogram, TheSummaryHasTheExactMeanAndMaximumAndNoPercentileBeyondIt) {
+  LatencyHistogram histogram;
+  EXPECT_EQ(histogram.Summary().max, microseconds(0));
+  for (int i = 0; i < 99; ++i) histogram.Add(milliseconds(1));
+  histogram.Add(milliseconds(101));
+  const DurationSummary summary = histogram.Summary();
+  EXPECT_EQ(summary.mean, milliseconds(2));
+  EXPECT_EQ(summary.max, milliseconds(101));
+  EXPECT_NEAR(static_cast<double>(summary.p50.count()), 1000, 20);
+  EXPECT_NEAR(static_cast<double>(summary.p95.count()), 1000, 20);
+  EXPECT_NEAR(static_cast<double>(summary.p99.count()), 1000, 20);
+  histogram = {};
+  histogram.Add(microseconds(1000));
+  EXPECT_LE(histogram.Summary().p99, microseconds(1000));
+}
+
 TEST(LatencyHistogram, TakesWhatIsOutOfRangeIntoItsOutermostBuckets) {
   LatencyHistogram histogram;
   histogram.Add(milliseconds(-1));

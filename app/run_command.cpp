@@ -1,8 +1,12 @@
 #include "app/run_command.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -70,15 +74,19 @@ std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, 
   return "";
 }
 
-void WriteStats(const RunReport& report, const std::string& path, Console& console) {
-  if (path.empty()) return;
-  if (path == "-") {
-    std::cout << StatsJson(report) << std::flush;
-    return;
-  }
-  std::ofstream file(path, std::ios::trunc);
-  file << StatsJson(report) << std::flush;
-  if (!file) console.Line("movra-producer: --stats: '" + path + "' could not be written");
+std::optional<Failure> WriteStats(const RunReport& report, const std::string& path) {
+  if (path.empty()) return std::nullopt;
+  std::ofstream file;
+  if (path != "-") file.open(path, std::ios::trunc);
+  std::ostream& out = path == "-" ? std::cout : file;
+  out << StatsJson(report) << std::flush;
+  if (out) return std::nullopt;
+  const std::string name = path == "-" ? "standard output" : "'" + path + "'";
+  return Failure{ExitCode::kWriteFailed, "--stats: " + name + " could not be written"};
+}
+
+std::string NothingWrittenText(Ending ending) {
+  return std::string("nothing was written: ") + EndingText(ending);
 }
 
 void Tell(const RunReport& report, const RunOptions& options, Console& console) {
@@ -91,7 +99,7 @@ void Tell(const RunReport& report, const RunOptions& options, Console& console) 
     text.pop_back();
     console.Line(text);
   } else if (!options.quiet && !report.failure) {
-    console.Line(std::string("nothing was written: ") + EndingText(report.ending));
+    console.Line(NothingWrittenText(report.ending));
   }
   if (report.failure) console.Line("movra-producer: " + report.failure->text);
 }
@@ -102,10 +110,15 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
                     const std::shared_ptr<core::RunLoop>& loop, Console& console) {
   const ConsoleLogSink log(console, options.log_level);
   SetLogValueFiltering(options.log_filter);
-  // From here on, because looking at a source may take its time. An interrupt that comes before
-  // there is a session waits in the loop for it.
+  // Looking at a source may take its time and cannot be broken off; but nothing has been made yet.
+  std::atomic<bool> looking = true;
+  // An interrupt that comes before there is a session waits in the loop for it.
   const auto current = std::make_shared<std::weak_ptr<RunSession>>();
-  const SignalWatcher watcher([loop, current](int) {
+  const SignalWatcher watcher([&, loop, current](int) {
+    if (looking.exchange(false)) {
+      if (!options.quiet) console.Line(NothingWrittenText(Ending::kInterrupted));
+      _exit(static_cast<int>(ExitCode::kSuccess));
+    }
     loop->Post(movra_base::BindOnce([current] {
       if (const auto session = current->lock()) session->Interrupt();
     }));
@@ -115,6 +128,8 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
     return failure.code;
   };
   const auto source = FindSource(options);
+  // The watcher is ending the process.
+  while (!looking.exchange(false)) pause();
   if (const Failure* const failure = FailureOf(source)) return fail(*failure);
   const CapturePlan plan = PlanCapture(options, ValueOf(source));
   const auto files = PlanOutputFiles(options, plan.streams, std::chrono::system_clock::now());
@@ -128,7 +143,10 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   *current = session;
   RunReport report = session->Run();
   report.contact_sheet = MakeContactSheet(report, ValueOf(files), console);
-  WriteStats(report, ValueOf(files).stats, console);
+  if (const auto failure = WriteStats(report, ValueOf(files).stats)) {
+    if (report.failure) console.Line("movra-producer: " + failure->text);
+    if (!report.failure) report.failure = failure;
+  }
   Tell(report, options, console);
   return report.exit_code();
 }

@@ -94,31 +94,39 @@ Json SourceJson(const RunReport& report) {
       {"has_audio", source.has_audio}};
 }
 
-Json StreamJson(const StreamReport& stream) {
+void Append(Json& json, const std::string& name, const DurationSummary& summary) {
+  json[name + "_mean_us"] = summary.mean.count();
+  json[name + "_p50_us"] = summary.p50.count();
+  json[name + "_p95_us"] = summary.p95.count();
+  json[name + "_p99_us"] = summary.p99.count();
+  json[name + "_max_us"] = summary.max.count();
+}
+
+Json StreamJson(const StreamReport& stream, bool paced) {
   const StreamFigures& figures = stream.figures;
   const video::EncoderStatsRecord& encoder = stream.encoder;
-  return {{"stream", StreamName(stream.plan.type)},
-          {"file", stream.target.path},
-          {"width_px", stream.plan.size.width},
-          {"height_px", stream.plan.size.height},
-          {"frame_rate_limit_fps", stream.plan.frame_rate},
-          {"frame_rate_fps", FramesPerSecond(figures)},
-          {"target_bitrate_bps", stream.plan.bitrate_bps},
-          {"bitrate_bps", BitsPerSecond(figures)},
-          {"duration_s", Seconds(figures.media_time)},
-          {"frames_written", figures.frames},
-          {"key_frames_written", figures.key_frames},
-          {"bytes_written", figures.bytes},
-          {"frames_in", encoder.frames_in},
-          {"frames_dropped_rate", encoder.frames_dropped_rate},
-          {"frames_dropped_late", encoder.frames_dropped_late},
-          {"frames_failed", encoder.frames_failed},
-          {"encode_time_mean_us", encoder.encode_time_mean_us},
-          {"encode_time_max_us", encoder.encode_time_max_us},
-          {"latency_mean_us", encoder.latency_mean_us},
-          {"latency_p50_us", figures.latency_p50.count()},
-          {"latency_p95_us", figures.latency_p95.count()},
-          {"latency_max_us", encoder.latency_max_us}};
+  Json json = {{"stream", StreamName(stream.plan.type)},
+               {"file", stream.target.path},
+               {"width_px", stream.plan.size.width},
+               {"height_px", stream.plan.size.height},
+               {"frame_rate_limit_fps", stream.plan.frame_rate},
+               {"frame_rate_fps", FramesPerSecond(figures)},
+               {"target_bitrate_bps", stream.plan.bitrate_bps},
+               {"bitrate_bps", BitsPerSecond(figures)},
+               {"duration_s", Seconds(figures.media_time)},
+               {"frames_written", figures.frames},
+               {"key_frames_written", figures.key_frames},
+               {"bytes_written", figures.bytes},
+               // Not the encoder's own count, which was taken before its last frames.
+               {"frames_in", figures.packets + encoder.frames_dropped_rate + encoder.frames_failed},
+               {"frames_dropped_rate", encoder.frames_dropped_rate},
+               {"frames_dropped_late", encoder.frames_dropped_late},
+               {"frames_failed", encoder.frames_failed}};
+  Append(json, "encode_time", figures.encode_time);
+  Append(json, "latency", figures.latency);
+  Append(json, "latency_without_encode", figures.road);
+  if (paced) Append(json, "pacing_error", figures.pacing_error);
+  return json;
 }
 
 }  // namespace
@@ -164,7 +172,9 @@ std::string SummaryText(const RunReport& report) {
 
 std::string StatsJson(const RunReport& report) {
   Json streams = Json::array();
-  for (const StreamReport& stream : report.streams) streams.push_back(StreamJson(stream));
+  for (const StreamReport& stream : report.streams) {
+    streams.push_back(StreamJson(stream, report.paced));
+  }
   const Json stats = {
       {"version", kVersion},
       {"ending", EndingText(report.ending)},

@@ -44,6 +44,7 @@ struct RunReport {
   std::uint32_t frames_captured = 0;
   std::uint32_t frames_processed = 0;
   std::uint64_t damaged_frames = 0;
+  bool paced = false;  // The source goes by the clock.
   std::vector<StreamReport> streams;
   std::string contact_sheet;  // Empty if none was made.
 

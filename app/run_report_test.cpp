@@ -27,8 +27,11 @@ StreamReport Stream(video::VideoStreamType type, video::Size size, std::uint64_t
   stream.figures.key_frames = 5;
   stream.figures.bytes = bytes;
   stream.figures.media_time = seconds(20);
-  stream.figures.latency_p95 = microseconds(7100);
-  stream.encoder.frames_in = 600;
+  stream.figures.packets = 602;
+  stream.figures.latency.p95 = microseconds(7100);
+  stream.figures.encode_time.p95 = microseconds(6200);
+  stream.figures.road.p95 = microseconds(900);
+  stream.figures.pacing_error.max = microseconds(150);
   stream.encoder.frames_dropped_rate = 300;
   return stream;
 }
@@ -84,7 +87,9 @@ TEST(RunReport, ARunThatWroteNothingDividesByNothing) {
 }
 
 TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
-  const auto json = nlohmann::json::parse(StatsJson(Report()));
+  RunReport report = Report();
+  report.streams[0].encoder.frames_failed = 1;
+  const auto json = nlohmann::json::parse(StatsJson(report));
   EXPECT_EQ(json["ending"], "source ended");
   EXPECT_EQ(json["exit_code"], 0);
   EXPECT_TRUE(json["error"].is_null());
@@ -108,8 +113,18 @@ TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
   EXPECT_EQ(big["frames_written"], 600);
   EXPECT_EQ(big["frames_dropped_rate"], 300);
   EXPECT_EQ(big["bytes_written"], 3'750'000);
+  EXPECT_EQ(big["frames_in"], 903) << "packets, and what the encoder dropped or failed";
   EXPECT_EQ(big["latency_p95_us"], 7100);
+  EXPECT_EQ(big["encode_time_p95_us"], 6200);
+  EXPECT_EQ(big["latency_without_encode_p95_us"], 900);
+  EXPECT_FALSE(big.contains("pacing_error_max_us")) << "nothing paces a file as fast as it goes";
   EXPECT_EQ(json["streams"][1]["stream"], "small");
+}
+
+TEST(RunReport, ASourceThatIsPacedHasItsPacingInTheFigures) {
+  RunReport report = Report();
+  report.paced = true;
+  EXPECT_EQ(nlohmann::json::parse(StatsJson(report))["streams"][0]["pacing_error_max_us"], 150);
 }
 
 TEST(RunReport, AFailureIsInTheFiguresWithItsCode) {

@@ -21,8 +21,11 @@ using std::chrono::steady_clock;
 using video::VideoStreamType;
 
 constexpr nanoseconds kProgressInterval = std::chrono::milliseconds(100);
-// How long the end waits for what is under way to be written, for each stream.
-constexpr unsigned long long kLongestDrainMs = 5000;
+constexpr nanoseconds kStallInterval = std::chrono::milliseconds(500);
+// How long the end waits for what is under way to be encoded and written, for all streams together.
+constexpr std::chrono::milliseconds kLongestDrain{5000};
+// What the reader of a pipe has of that once a person wants the end.
+constexpr std::chrono::milliseconds kInterruptPatience{1000};
 // A live source that delivers gives the duration's last frame within this time after it is over;
 // one that has stalled is not waited for any longer.
 constexpr nanoseconds kStallSlack = std::chrono::milliseconds(500);
@@ -35,7 +38,7 @@ std::optional<nanoseconds> TotalTime(const RunOptions& options, const video::Cam
 }
 
 // Whether the clock, not the frames, says when the duration is over.
-bool IsLive(const RunOptions& options, const video::CameraInfo& source) {
+bool IsPaced(const RunOptions& options, const video::CameraInfo& source) {
   return !source.is_file || options.realtime.value_or(false);
 }
 
@@ -65,6 +68,7 @@ RunSession::RunSession(const RunSetting& setting)
     : setting_(setting), progress_(TotalTime(setting.options, setting.source)) {
   report_.camera_id = setting.options.camera_id;
   report_.source = setting.source;
+  report_.paced = IsPaced(setting.options, setting.source);
   for (std::size_t i = 0; i < setting.plan.streams.size(); ++i) {
     report_.streams.push_back({setting.plan.streams[i], setting.files.streams[i], {}, {}});
   }
@@ -90,7 +94,10 @@ void RunSession::Begin() {
   producer_->Initialize();
   StartEncoders();
   StartCapture();
+  if (setting_.options.quiet) return;
+  stall_watch_.emplace(capture_start_);
   ShowProgress();
+  LookForStall();
 }
 
 bool RunSession::OpenStreams() {
@@ -120,8 +127,7 @@ bool RunSession::OpenStream(std::size_t index, const std::shared_ptr<media::Time
   std::string error;
   streams_[index].file = media::EncodedFileWriter::Create(options, &error);
   if (streams_[index].file == nullptr) {
-    Fail({ExitCode::kDirectoryNotWritable,
-          "--" + std::string(StreamName(stream.plan.type)) + ": " + error});
+    Fail({ExitCode::kDirectoryNotWritable, OptionOf(index) + ": " + error});
     return false;
   }
   StreamMeter::Callbacks callbacks;
@@ -160,7 +166,7 @@ void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
   const RunOptions& options = setting_.options;
   if (error_code != 0) {
     Fail(CameraStartFailure(options.camera_id, error_code, ""));
-  } else if (options.duration && IsLive(options, setting_.source)) {
+  } else if (options.duration && report_.paced) {
     setting_.loop->PostDelayed(
         BindOnce(&RunSession::Finish, weak_from_this(), Ending::kDurationOver),
         *options.duration + kStallSlack);
@@ -187,12 +193,15 @@ void RunSession::OnStreamEnd(std::size_t index, video::StreamEnd end) {
 
 void RunSession::OnWriteError(std::size_t index, media::WriteError error) {
   using Kind = media::WriteErrorKind;
-  // A reader that takes nothing is given up only when the run ends anyway.
-  if (error.kind == Kind::kClosedPipe) Finish(Ending::kReaderClosed);
-  if (error.kind == Kind::kClosedPipe || error.kind == Kind::kInterrupted) return;
-  const StreamReport& stream = report_.streams[index];
-  Fail({ExitCode::kWriteFailed,
-        "--" + std::string(StreamName(stream.plan.type)) + ": " + error.text});
+  streams_[index].error_told = true;
+  const std::string text = OptionOf(index) + ": " + error.text;
+  if (error.kind == Kind::kClosedPipe) {
+    Finish(Ending::kReaderClosed);
+  } else if (error.kind == Kind::kInterrupted && ending_ == Ending::kInterrupted) {
+    if (!setting_.options.quiet) setting_.console.Line("note: " + text);
+  } else {
+    Fail({ExitCode::kWriteFailed, text});
+  }
 }
 
 void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError error,
@@ -204,7 +213,7 @@ void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError e
 }
 
 void RunSession::ShowProgress() {
-  if (ending_ || setting_.options.quiet || !setting_.console.is_terminal()) return;
+  if (ending_ || !setting_.console.is_terminal()) return;
   ProgressSample sample;
   sample.wall_time = steady_clock::now() - capture_start_;
   for (std::size_t i = 0; i < streams_.size(); ++i) {
@@ -219,6 +228,19 @@ void RunSession::ShowProgress() {
   setting_.console.SetProgress(progress_.Text(sample));
   setting_.loop->PostDelayed(BindOnce(&RunSession::ShowProgress, weak_from_this()),
                              kProgressInterval);
+}
+
+void RunSession::LookForStall() {
+  if (ending_) return;
+  std::uint64_t frames = 0;
+  std::string reader;
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    frames += streams_[i].meter->Figures().packets;
+    if (streams_[i].file->waits_for_reader()) reader = OptionOf(i);
+  }
+  const std::string notice = stall_watch_->Notice(steady_clock::now(), frames, reader);
+  if (!notice.empty()) setting_.console.Line(notice);
+  setting_.loop->PostDelayed(BindOnce(&RunSession::LookForStall, weak_from_this()), kStallInterval);
 }
 
 void RunSession::Finish(Ending ending) {
@@ -240,56 +262,78 @@ void RunSession::Stop() {
 }
 
 void RunSession::StopProducer() {
-  const video::VideoProducerStats2 captured = producer_->GetStats(VideoStreamType::kBig);
-  report_.frames_captured = captured.capture_stat;
+  report_.frames_captured = producer_->GetStats(VideoStreamType::kBig).capture_stat;
   producer_->StopCapture({});
-  for (std::size_t i = 0; i < streams_.size(); ++i) {
-    StreamReport& stream = report_.streams[i];
-    // The figures go with the encoder.
-    const video::VideoProducerStats2 stats = producer_->GetStats(stream.plan.type);
-    report_.frames_processed = stats.preprocess_stat;
-    stream.encoder = stats.encoder_stats;
-    producer_->StopEncoder(stream.plan.type, kLongestDrainMs);
-    const media::EncodedFileWriter& file = *streams_[i].file;
-    streams_[i].file->Close();
-    stream.figures = streams_[i].meter->Figures();
-    stream.figures.frames = file.written().frames;
-    if (file.failed() && !stream.target.is_stdout() && !report_.failure) {
-      report_.failure = Failure{ExitCode::kWriteFailed, "'" + file.path() + "' is not complete"};
-    }
+  const bool in_haste = ending_ == Ending::kInterrupted;
+  for (const Stream& stream : streams_) {
+    stream.file->LimitWaits(in_haste ? kInterruptPatience : kLongestDrain);
   }
+  const auto deadline = steady_clock::now() + kLongestDrain;
+  for (std::size_t i = 0; i < streams_.size(); ++i) StopStream(i, deadline);
   report_.wall_time = steady_clock::now() - capture_start_;
   producer_->Uninitialize();
   producer_.reset();
 }
 
+void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline) {
+  StreamReport& report = report_.streams[index];
+  // The figures go with the encoder.
+  const video::VideoProducerStats2 stats = producer_->GetStats(report.plan.type);
+  report_.frames_processed = stats.preprocess_stat;
+  report.encoder = stats.encoder_stats;
+  const auto left =
+      std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
+  // Without any wait an encoder would not even be asked to finish.
+  producer_->StopEncoder(report.plan.type,
+                         static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1)));
+  streams_[index].file->Close();
+  const media::WrittenFigures written = streams_[index].file->written();
+  report.figures = streams_[index].meter->Figures();
+  report.figures.frames = written.frames;
+  report.figures.key_frames = written.key_frames;
+  report.figures.bytes = written.bytes;
+  report.figures.media_time = written.duration;
+}
+
 RunReport RunSession::Conclude() {
   report_.ending = *ending_;
   std::optional<steady_clock::time_point> first_frame;
-  const StreamReport* empty = nullptr;
   for (const StreamReport& stream : report_.streams) {
     const auto& first = stream.figures.first_frame;
-    if (!first) empty = &stream;
     if (first && (!first_frame || *first < *first_frame)) first_frame = first;
   }
   if (first_frame) report_.time_to_first_frame = *first_frame - setting_.program_start;
-  if (report_.failure) return report_;
-
-  const std::string& camera = setting_.options.camera_id;
-  if (source_end_.error_code != 0 && !first_frame) {
-    report_.failure = CameraStartFailure(camera, source_end_.error_code, source_end_.reason);
-  } else if (source_end_.error_code != 0 || source_end_.damaged_frames > 0) {
-    report_.failure = CameraDamageFailure(camera, source_end_.error_code, source_end_.reason,
-                                          source_end_.damaged_frames);
-  } else if (empty != nullptr && *ending_ != Ending::kInterrupted &&
-             *ending_ != Ending::kReaderClosed) {
-    report_.failure =
-        Failure{ExitCode::kNoFrames,
-                "the " + std::string(StreamName(empty->plan.type)) + " stream received no frame (" +
-                    std::to_string(report_.frames_captured) +
-                    " came from the source); give it more time, or another source"};
-  }
+  if (!report_.failure) report_.failure = FindFailure();
   return report_;
+}
+
+std::optional<Failure> RunSession::FindFailure() const {
+  for (const Stream& stream : streams_) {
+    if (stream.file->failed() && !stream.error_told) {
+      return Failure{ExitCode::kWriteFailed, "'" + stream.file->path() + "' is not complete"};
+    }
+  }
+  const auto is_empty = [](const StreamReport& stream) { return !stream.figures.first_frame; };
+  const auto& streams = report_.streams;
+  const std::string& camera = setting_.options.camera_id;
+  const video::StreamEnd& end = source_end_;
+  if (end.error_code != 0 && std::all_of(streams.begin(), streams.end(), is_empty)) {
+    return CameraStartFailure(camera, end.error_code, end.reason);
+  }
+  if (end.error_code != 0 || end.damaged_frames > 0) {
+    return CameraDamageFailure(camera, end.error_code, end.reason, end.damaged_frames);
+  }
+  const auto empty = std::find_if(streams.begin(), streams.end(), is_empty);
+  const bool was_cut_short = ending_ == Ending::kInterrupted || ending_ == Ending::kReaderClosed;
+  if (empty == streams.end() || was_cut_short) return std::nullopt;
+  return Failure{ExitCode::kNoFrames,
+                 "the " + std::string(StreamName(empty->plan.type)) +
+                     " stream received no frame (" + std::to_string(report_.frames_captured) +
+                     " came from the source); give it more time, or another source"};
+}
+
+std::string RunSession::OptionOf(std::size_t index) const {
+  return "--" + std::string(StreamName(report_.streams[index].plan.type));
 }
 
 }  // namespace movra::app

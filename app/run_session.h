@@ -16,6 +16,7 @@
 #include "app/progress_line.h"
 #include "app/run_options.h"
 #include "app/run_report.h"
+#include "app/stall_watch.h"
 #include "app/stream_meter.h"
 #include "core/run_loop.h"
 #include "media/output/encoded_file_writer.h"
@@ -56,6 +57,7 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
     std::shared_ptr<media::EncodedFileWriter> file;
     std::shared_ptr<StreamMeter> meter;  // In front of the file; what the encoder writes into.
     bool over = false;
+    bool error_told = false;  // Why the file broke off, if it did.
   };
 
   void Begin();
@@ -73,19 +75,25 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
                       const std::string& detail);
   void ShowProgress();
+  void LookForStall();
 
   // The first ending stands; the first failure is told, even if it comes while the run is ending.
   void Finish(Ending ending);
   void Fail(Failure failure);
   void Stop();
   void StopProducer();
+  void StopStream(std::size_t index, std::chrono::steady_clock::time_point deadline);
   [[nodiscard]] RunReport Conclude();
+  [[nodiscard]] std::optional<Failure> FindFailure() const;
+  // "--big"
+  [[nodiscard]] std::string OptionOf(std::size_t index) const;
 
   const RunSetting setting_;
   std::shared_ptr<EncoderErrorClient> client_;
   std::shared_ptr<video::IVideoProducer2> producer_;
   std::vector<Stream> streams_;
   ProgressLine progress_;
+  std::optional<StallWatch> stall_watch_;
   RunReport report_;
   std::optional<Ending> ending_;
   video::StreamEnd source_end_;  // Of a source that did not end well.

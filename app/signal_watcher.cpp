@@ -33,6 +33,7 @@ void HoldBackSignals() {
   const sigset_t set = WatchedSignals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 SignalWatcher::SignalWatcher(std::function<void(int)> on_first)

@@ -9,8 +9,9 @@
 namespace movra::app {
 
 // Holds back SIGINT, SIGTERM and SIGHUP (this one unless it is ignored already, as under nohup) in
-// the calling thread and those it starts from now on, and ignores SIGPIPE: a closed pipe is an
-// error of the write. Called first in main, so that no other thread can take the signals.
+// the calling thread and those it starts from now on, and ignores SIGPIPE and SIGXFSZ: a closed
+// pipe and a file that may not grow are errors of the write. Called first in main, so that no other
+// thread can take the signals.
 void HoldBackSignals();
 
 // Waits for the signals that are held back. The first one asks the program to end well; the second

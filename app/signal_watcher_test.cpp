@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -80,6 +82,18 @@ TEST_F(SignalWatcherTest, AClosedPipeIsAnErrorOfTheWrite) {
         if (pipe(ends) != 0) _exit(1);
         close(ends[0]);
         _exit(write(ends[1], "x", 1) == -1 && errno == EPIPE ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SignalWatcherTest, AFileThatMayNotGrowIsAnErrorOfTheWrite) {
+  EXPECT_EXIT(
+      {
+        HoldBackSignals();
+        const rlimit none{};
+        setrlimit(RLIMIT_FSIZE, &none);
+        const int file = memfd_create("full", 0);
+        _exit(write(file, "x", 1) == -1 && errno == EFBIG ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
 }

@@ -22,9 +22,13 @@ bool StreamMeter::IsBeyondLimit(const video::EncodedFrame& frame) const {
 }
 
 void StreamMeter::Write(const video::EncodedFrame& frame) {
+  CountPacket();
   if (limit_reached_) return;
   const bool is_first = !first_timestamp_;
-  if (is_first) first_timestamp_ = frame.timestamp;
+  if (is_first) {
+    first_timestamp_ = frame.timestamp;
+    first_capture_ = frame.capture_time;
+  }
   if (IsBeyondLimit(frame)) {
     limit_reached_ = true;
     if (callbacks_.on_limit) callbacks_.on_limit();
@@ -39,6 +43,11 @@ void StreamMeter::Write(const video::EncodedFrame& frame) {
 
 void StreamMeter::WriteEnd(const video::StreamEnd& end) { next_->WriteEnd(end); }
 
+void StreamMeter::CountPacket() {
+  const std::lock_guard lock(mutex_);
+  ++figures_.packets;
+}
+
 void StreamMeter::Count(const video::EncodedFrame& frame,
                         std::chrono::steady_clock::time_point arrival) {
   const std::lock_guard lock(mutex_);
@@ -47,14 +56,21 @@ void StreamMeter::Count(const video::EncodedFrame& frame,
   if (frame.key_frame) ++figures_.key_frames;
   figures_.bytes += frame.size_bytes;
   figures_.media_time = frame.timestamp - *first_timestamp_ + frame.duration;
-  latencies_.Add(arrival.time_since_epoch() - frame.capture_time);
+  const nanoseconds latency = arrival.time_since_epoch() - frame.capture_time;
+  encode_times_.Add(frame.encode_time);
+  latencies_.Add(latency);
+  roads_.Add(latency - frame.encode_time);
+  pacing_errors_.Add(std::chrono::abs(frame.capture_time - first_capture_ -
+                                      (frame.timestamp - *first_timestamp_)));
 }
 
 StreamFigures StreamMeter::Figures() const {
   const std::lock_guard lock(mutex_);
   StreamFigures figures = figures_;
-  figures.latency_p50 = latencies_.Percentile(0.5);
-  figures.latency_p95 = latencies_.Percentile(0.95);
+  figures.encode_time = encode_times_.Summary();
+  figures.latency = latencies_.Summary();
+  figures.road = roads_.Summary();
+  figures.pacing_error = pacing_errors_.Summary();
   return figures;
 }
 

@@ -16,12 +16,16 @@
 namespace movra::app {
 
 struct StreamFigures {
+  std::uint64_t packets = 0;  // That the encoder gave, those beyond the limit too.
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
   std::uint64_t bytes = 0;
-  std::chrono::nanoseconds media_time{0};    // From the first frame to the end of the last.
-  std::chrono::microseconds latency_p50{0};  // From capture until the frame is encoded.
-  std::chrono::microseconds latency_p95{0};
+  std::chrono::nanoseconds media_time{0};  // From the first frame to the end of the last.
+  DurationSummary encode_time;
+  DurationSummary latency;  // From the capture until the frame is encoded.
+  DurationSummary road;     // The latency without the encode time.
+  // How far the captures are from where the time stamps put them, reckoned from the first one.
+  DurationSummary pacing_error;
   // When the first frame came, on std::chrono::steady_clock.
   std::optional<std::chrono::steady_clock::time_point> first_frame;
 };
@@ -49,6 +53,7 @@ class StreamMeter : public video::IVideoFrameTrackWriter {
 
  private:
   [[nodiscard]] bool IsBeyondLimit(const video::EncodedFrame& frame) const;
+  void CountPacket();
   void Count(const video::EncodedFrame& frame, std::chrono::steady_clock::time_point arrival);
 
   const std::shared_ptr<video::IVideoFrameTrackWriter> next_;
@@ -57,11 +62,16 @@ class StreamMeter : public video::IVideoFrameTrackWriter {
 
   // The encoder's thread alone.
   std::optional<std::chrono::nanoseconds> first_timestamp_;
+  std::chrono::nanoseconds first_capture_{0};
   bool limit_reached_ = false;
 
   mutable std::mutex mutex_;
-  StreamFigures figures_;       // Guarded by mutex_.
-  LatencyHistogram latencies_;  // Guarded by mutex_.
+  // All guarded by mutex_.
+  StreamFigures figures_;
+  LatencyHistogram encode_times_;
+  LatencyHistogram latencies_;
+  LatencyHistogram roads_;
+  LatencyHistogram pacing_errors_;
 };
 
 }  // namespace movra::app

@@ -63,8 +63,36 @@ TEST_F(StreamMeterTest, PassesEverythingOnAndCountsIt) {
   EXPECT_EQ(figures.bytes, 200U);
   EXPECT_EQ(figures.media_time, milliseconds(80));
   EXPECT_TRUE(figures.first_frame);
-  EXPECT_GE(figures.latency_p50, milliseconds(9));
-  EXPECT_GE(figures.latency_p95, figures.latency_p50);
+}
+
+TEST_F(StreamMeterTest, MeasuresTheEncoderTheWholeLatencyAndTheRestOfIt) {
+  const auto meter = Make(std::nullopt);
+  video::EncodedFrame frame = Frame(0, seconds(0), true);
+  frame.capture_time = std::chrono::steady_clock::now().time_since_epoch() - seconds(100);
+  frame.encode_time = seconds(40);
+  meter->Write(frame);
+  const StreamFigures figures = meter->Figures();
+  EXPECT_EQ(figures.encode_time.max, seconds(40));
+  EXPECT_GE(figures.latency.max, seconds(100));
+  EXPECT_LT(figures.latency.max, seconds(130));
+  EXPECT_EQ(figures.latency.max - figures.road.max, seconds(40));
+}
+
+TEST_F(StreamMeterTest, ThePacingErrorIsTheDistanceOfTheCapturesFromTheirTimeStamps) {
+  const auto meter = Make(std::nullopt);
+  const nanoseconds begin = std::chrono::steady_clock::now().time_since_epoch();
+  const auto write = [&](std::uint64_t sequence, nanoseconds timestamp, nanoseconds captured) {
+    video::EncodedFrame frame = Frame(sequence, timestamp);
+    frame.capture_time = begin + captured;
+    meter->Write(frame);
+  };
+  write(0, seconds(7), milliseconds(0));
+  write(1, seconds(8), milliseconds(1000));
+  EXPECT_EQ(meter->Figures().pacing_error.max, milliseconds(0));
+  write(2, seconds(9), milliseconds(2003));
+  EXPECT_EQ(meter->Figures().pacing_error.max, milliseconds(3));
+  write(3, seconds(10), milliseconds(2996));
+  EXPECT_EQ(meter->Figures().pacing_error.max, milliseconds(4));
 }
 
 TEST_F(StreamMeterTest, SaysOnceThatTheFirstFrameIsWritten) {
@@ -83,6 +111,7 @@ TEST_F(StreamMeterTest, TheLimitCountsFromTheFirstFrameAndIsExclusive) {
   }
   EXPECT_THAT(recorder_->written, ElementsAre(0, 1, 2));
   EXPECT_EQ(meter->Figures().frames, 3U);
+  EXPECT_EQ(meter->Figures().packets, 6U);
   EXPECT_EQ(meter->Figures().media_time, milliseconds(120));
   EXPECT_EQ(limits_, 1);
 }

@@ -22,9 +22,12 @@ using std::chrono::steady_clock;
 constexpr mode_t kMode = 0666;  // Less what the process's mask takes away.
 constexpr char kStandardOutput[] = "-";
 
+std::string NameOf(const std::string& path) {
+  return path == kStandardOutput ? "standard output" : path;
+}
+
 std::string Explain(const char* what, const std::string& path, int error_number) {
-  return std::string("cannot ") + what + " " +
-         (path == kStandardOutput ? "standard output" : path) + ": " + std::strerror(error_number);
+  return std::string("cannot ") + what + " " + NameOf(path) + ": " + std::strerror(error_number);
 }
 
 WriteErrorKind KindOf(int error_number) {
@@ -173,7 +176,7 @@ std::size_t OutputFile::WaitForReader(std::size_t size) {
     Fail("write", errno);
   } else {
     error_ = WriteError{WriteErrorKind::kInterrupted,
-                        "broke off writing " + path_ + ": its reader takes nothing"};
+                        "broke off writing " + NameOf(path_) + ": its reader takes nothing"};
   }
   return 0;
 }
