@@ -82,7 +82,7 @@ void StdFunctionOfLambda(State& state) {
 void OnceCallbackOfMethod(State& state) {
   const auto counter = std::make_shared<Counter>();
   for (auto _ : state) {
-    auto callback = movra_base::BindOnce(&Counter::Add, counter);
+    auto callback = movra_base::BindOnce(&Counter::Add, std::shared_ptr(counter));
     benchmark::DoNotOptimize(callback);
     std::move(callback).Run(1);
   }
@@ -91,7 +91,7 @@ void OnceCallbackOfMethod(State& state) {
 void StdFunctionOfMethod(State& state) {
   const auto counter = std::make_shared<Counter>();
   for (auto _ : state) {
-    std::function<void(int)> callback = std::bind_front(&Counter::Add, counter);
+    std::function<void(int)> callback = std::bind_front(&Counter::Add, std::shared_ptr(counter));
     benchmark::DoNotOptimize(callback);
     callback(1);
   }

@@ -24,7 +24,7 @@ void NotificationCenter::UnsubscribeEvent(const NotificationId& id, const std::s
   // Callbacks end when this returns and not before, because their end may come back to the
   // registry.
   std::list<Observer> removed;
-  std::list<Observer>& observers = entry->second;
+  std::list<Observer>& observers = Writable(entry->second);
   for (auto it = observers.begin(); it != observers.end();) {
     const auto observer = it++;
     const std::shared_ptr<void> observing = observer->subscriber.lock();
@@ -38,7 +38,7 @@ void NotificationCenter::UnsubscribeEvent(const NotificationId& id, const std::s
 std::size_t NotificationCenter::ObserverCount(const NotificationId& id,
                                               const std::string& event) const {
   const auto entry = observers_.find(GenerateEventId(id, event));
-  return entry == observers_.end() ? 0 : entry->second.size();
+  return entry == observers_.end() ? 0 : entry->second->size();
 }
 
 bool NotificationCenter::HasKey(const NotificationId& id, const std::string& event) const {
@@ -48,12 +48,21 @@ bool NotificationCenter::HasKey(const NotificationId& id, const std::string& eve
 std::list<NotificationCenter::Observer> NotificationCenter::Observers(
     const NotificationId& id, const std::string& event) const {
   const auto entry = observers_.find(GenerateEventId(id, event));
-  return entry == observers_.end() ? std::list<Observer>() : entry->second;
+  return entry == observers_.end() ? std::list<Observer>() : *entry->second;
 }
 
 void NotificationCenter::Clear() {
   // The end of a callback may come back to the registry.
   const auto observers = std::exchange(observers_, {});
+}
+
+std::list<NotificationCenter::Observer>& NotificationCenter::Writable(SharedList& observers) {
+  if (observers == nullptr) {
+    observers = std::make_shared<std::list<Observer>>();
+  } else if (observers.use_count() > 1) {
+    observers = std::make_shared<std::list<Observer>>(*observers);
+  }
+  return *observers;
 }
 
 bool NotificationCenter::Contains(const std::list<Observer>& observers,

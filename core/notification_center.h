@@ -60,7 +60,7 @@ class NotificationCenter {
   template <class F>
   void SubscribeEvent(const NotificationId& id, const std::string& event, const Location& location,
                       std::weak_ptr<void> subscriber, F callback) {
-    std::list<Observer>& observers = observers_[GenerateEventId(id, event)];
+    std::list<Observer>& observers = Writable(observers_[GenerateEventId(id, event)]);
     if (Contains(observers, subscriber.lock())) return;
     observers.push_back(
         {std::move(subscriber), std::make_shared<F>(std::move(callback)), location});
@@ -79,11 +79,14 @@ class NotificationCenter {
   template <class... Args>
   void Publish(const NotificationId& id, const std::string& event,
                std::type_identity_t<Args>... args) const {
-    for (const Observer& observer : Observers(id, event)) {
+    const auto entry = observers_.find(GenerateEventId(id, event));
+    if (entry == observers_.end()) return;
+    const std::shared_ptr<const std::list<Observer>> observers = entry->second;
+    for (const Observer& observer : *observers) {
       const std::shared_ptr<void> subscriber = observer.subscriber.lock();
       if (subscriber == nullptr && WasSet(observer.subscriber)) continue;
       // One observer's call must leave the arguments to the next, so none of them is moved.
-      (*std::static_pointer_cast<std::function<void(Args...)>>(observer.callback))(args...);
+      (*static_cast<std::function<void(Args...)>*>(observer.callback.get()))(args...);
     }
   }
 
@@ -103,13 +106,18 @@ class NotificationCenter {
  private:
   NotificationCenter() = default;
 
+  // A list is shared with those who are publishing to it, so none that is shared is changed.
+  using SharedList = std::shared_ptr<std::list<Observer>>;
+
+  // The list to be changed: a copy in its place where it is shared, a new one for null.
+  static std::list<Observer>& Writable(SharedList& observers);
   // Whether the subscriber has an observer there; null has one where an observer's is gone.
   static bool Contains(const std::list<Observer>& observers,
                        const std::shared_ptr<void>& subscriber);
   // Whether the reference was ever set to an object, be it gone or not.
   static bool WasSet(const std::weak_ptr<void>& subscriber);
 
-  std::unordered_map<std::string, std::list<Observer>> observers_;
+  std::unordered_map<std::string, SharedList> observers_;  // never null, and never empty lists
 };
 
 // Subscribes a member function of an object, held weakly: the registry does not keep the object

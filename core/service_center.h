@@ -57,16 +57,16 @@ class ServiceCenter {
   template <class T>
   bool GetService(const ServiceId& id, std::shared_ptr<T>& out) {
     out.reset();
-    std::shared_ptr<T> service;
-    if (const auto entry = services_.find(id); entry != services_.end()) {
-      service = std::static_pointer_cast<T>(entry->second);
+    if (const auto entry = services_.find(id);
+        entry != services_.end() && entry->second != nullptr) {
+      // The registry keeps it alive; counting one more reference would double the cost.
+      out = static_cast<T*>(entry->second.get())->GetSelf();
+      return out != nullptr;
     }
-    if (service == nullptr) {
-      service = std::static_pointer_cast<T>(MakeService<T>());
-      if (service == nullptr) return false;
-      service->Init();
-      services_[id] = service;
-    }
+    const auto service = std::static_pointer_cast<T>(MakeService<T>());
+    if (service == nullptr) return false;
+    service->Init();
+    services_[id] = service;
     out = service->GetSelf();
     return out != nullptr;
   }
