@@ -21,6 +21,7 @@ namespace movra_base {
 
 template <class Sig>
 class OnceCallback;
+class ClosureInbox;
 
 namespace internal {
 
@@ -42,8 +43,11 @@ class BindStateBase {
   ~BindStateBase() = default;  // only the destroy function knows the whole object
 
  private:
+  friend class movra_base::ClosureInbox;
+
   const InvokeFunction invoke_;
   const DestroyFunction destroy_;
+  BindStateBase* next_ = nullptr;  // the inbox's, while the closure lies in one
 };
 
 template <class Method, class... BoundArgs>

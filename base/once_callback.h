@@ -50,6 +50,8 @@ class CallbackBase {
   internal::BindStatePtr TakeState() { return std::move(state_); }
 
  private:
+  friend class ClosureInbox;
+
   internal::BindStatePtr state_;
 };
 
@@ -69,6 +71,7 @@ class OnceCallback<R(Args...)> : public CallbackBase {
 
  private:
   friend struct internal::OnceCallbackMaker;
+  friend class ClosureInbox;
   using CallbackBase::CallbackBase;
 };
 

@@ -27,18 +27,20 @@ void TaskLoop::RunTasks(WhenIdle when_idle) {
 bool TaskLoop::Refill(WhenIdle when_idle) {
   running_.clear();
   next_ = 0;
-  std::unique_lock lock(mutex_);
-  if (when_idle == WhenIdle::kWait) WaitForTasks(lock);
-  running_.swap(posted_);
-  const auto due = delayed_.empty() ? delayed_.end() : delayed_.upper_bound(Clock::now());
-  for (auto it = delayed_.begin(); it != due; ++it) running_.push_back(std::move(it->second));
-  delayed_.erase(delayed_.begin(), due);
+  posted_.TakeAll(running_);
+  const bool must_wait = running_.empty() && when_idle == WhenIdle::kWait;
+  // Without delayed tasks a loop that has work takes no lock.
+  if (must_wait || has_delayed_.load(std::memory_order_relaxed)) {
+    std::unique_lock lock(mutex_);
+    if (must_wait) WaitForTasks(lock);
+    TakeDueTasks();
+  }
   return !running_.empty() || when_idle == WhenIdle::kWait;
 }
 
 void TaskLoop::WaitForTasks(std::unique_lock<std::mutex>& lock) {
-  waiting_ = true;
-  while (posted_.empty() && !quit_.load(std::memory_order_relaxed)) {
+  // The lock is held from falling asleep to waiting, and whoever posts takes it before waking.
+  while (posted_.FallAsleep() && !quit_.load(std::memory_order_relaxed)) {
     if (delayed_.empty()) {
       wake_.wait(lock);
       continue;
@@ -47,19 +49,21 @@ void TaskLoop::WaitForTasks(std::unique_lock<std::mutex>& lock) {
     if (next_due <= Clock::now()) break;
     wake_.wait_until(lock, next_due);
   }
-  waiting_ = false;
+  posted_.TakeAll(running_);
+}
+
+void TaskLoop::TakeDueTasks() {
+  if (delayed_.empty()) return;
+  const auto due = delayed_.upper_bound(Clock::now());
+  for (auto it = delayed_.begin(); it != due; ++it) running_.push_back(std::move(it->second));
+  delayed_.erase(delayed_.begin(), due);
+  has_delayed_.store(!delayed_.empty(), std::memory_order_relaxed);
 }
 
 void TaskLoop::Post(Task task) {
-  if (!task) return;
-  bool must_wake;
-  {
-    const std::lock_guard lock(mutex_);
-    posted_.push_back(std::move(task));
-    // The first post wakes; until the loop has come to its senses the others need not.
-    must_wake = std::exchange(waiting_, false);
-  }
-  if (must_wake) wake_.notify_one();
+  if (!task || !posted_.Put(std::move(task))) return;
+  { const std::lock_guard wait_until_it_waits(mutex_); }
+  wake_.notify_one();
 }
 
 void TaskLoop::PostDelayed(Task task, std::chrono::nanoseconds delay) {
@@ -73,6 +77,7 @@ void TaskLoop::PostDelayed(Task task, std::chrono::nanoseconds delay) {
   {
     const std::lock_guard lock(mutex_);
     delayed_.emplace(due, std::move(task));
+    has_delayed_.store(true, std::memory_order_relaxed);
   }
   wake_.notify_one();
 }
@@ -89,11 +94,12 @@ void TaskLoop::DestroyTasks() {
   // A task's destruction may post, so this goes on until nothing is left.
   for (;;) {
     std::vector<Task> posted;
+    posted_.TakeAll(posted);
     std::multimap<Clock::time_point, Task> delayed;
     {
       const std::lock_guard lock(mutex_);
-      posted.swap(posted_);
       delayed.swap(delayed_);
+      has_delayed_.store(false, std::memory_order_relaxed);
     }
     if (next_ == running_.size() && posted.empty() && delayed.empty()) return;
     std::exchange(running_, {}).clear();

@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/closure_inbox.h"
 #include "core/dispatch_queue.h"
 
 namespace core {
@@ -46,7 +47,9 @@ class TaskLoop {
   void RunTasks(WhenIdle when_idle);
   // Moves the tasks that are due into `running_`; returns whether there are any to run.
   bool Refill(WhenIdle when_idle);
+  // Both with the lock held.
   void WaitForTasks(std::unique_lock<std::mutex>& lock);
+  void TakeDueTasks();
 
   // The tasks taken off the lists and the next of them; the running thread alone. They survive a
   // `Quit`, so that the next run goes on where this one stopped.
@@ -56,12 +59,14 @@ class TaskLoop {
   std::atomic<std::thread::id> runner_{};  // written by the running thread, read by any
   std::atomic<bool> quit_ = false;         // written under the lock, read by the running thread
 
+  movra_base::ClosureInbox posted_;  // put into by any thread
+
   std::mutex mutex_;
   std::condition_variable wake_;
   // Guarded by mutex_.
-  std::vector<Task> posted_;
   std::multimap<Clock::time_point, Task> delayed_;  // equal times keep the order of posting
-  bool waiting_ = false;  // the running thread sleeps and wants to be woken
+  // Whether there are any of them; written under the lock, read by the running thread.
+  std::atomic<bool> has_delayed_ = false;
 };
 
 }  // namespace core
