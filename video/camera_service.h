@@ -34,6 +34,7 @@ struct CameraInfo {
   std::chrono::nanoseconds duration{0};  // 0: without end, or not known.
   bool is_file = false;
   bool has_audio = false;
+  bool is_interlaced = false;  // Each picture holds two half pictures of different times.
 };
 
 // How a camera that plays a file plays it. Devices ignore it.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "media/ffmpeg/ffmpeg_api.h"
+#include "media/frame/color_matrix.h"
 #include "media/frame/frame_layout.h"
 
 namespace movra::media {
@@ -72,6 +73,11 @@ ColorDescription ColorOf(const AVFrame& frame) {
   return color;
 }
 
+// Whether samples mean the same; how bright and how far apart the colours are is not looked at.
+bool IsSameCode(const ColorDescription& a, const ColorDescription& b) {
+  return a.matrix == b.matrix && a.full_range == b.full_range;
+}
+
 }  // namespace
 
 PixelFrame AvFrameWrapper::Wrap(AvFramePtr frame) {
@@ -79,38 +85,54 @@ PixelFrame AvFrameWrapper::Wrap(AvFramePtr frame) {
   info.format = SameFormat(frame->format);
   info.size = {frame->width, frame->height};
   info.color = ColorOf(*frame);
+  const auto av_format = static_cast<AVPixelFormat>(frame->format);
+  ColorDescription target = info.color;
+  if (IsRgb(av_format)) {
+    target.matrix = kMatrixBt709;
+    target.full_range = false;
+  } else {
+    info.color.matrix = target.matrix = MatrixOf(info);
+  }
+  if (!first_color_) first_color_ = target;
+  target.matrix = first_color_->matrix;
+  target.full_range = first_color_->full_range;
+
   const std::size_t planes = PlaneCount(info.format);
-  bool wrappable = planes > 0;
+  bool wrappable = planes > 0 && IsSameCode(info.color, target);
   for (std::size_t i = 0; i < planes; ++i) {
     info.planes[i] = {frame->data[i], frame->linesize[i]};
     // Pictures that lie upside down in memory have negative strides.
     wrappable = wrappable && frame->data[i] != nullptr && frame->linesize[i] > 0;
   }
-  if (!wrappable) return Convert(*frame, info.color);
+  if (!wrappable) return Convert(*frame, info.color, target);
   return {info, std::shared_ptr<const AVFrame>(std::move(frame))};
 }
 
-PixelFrame AvFrameWrapper::Convert(const AVFrame& frame, ColorDescription color) {
-  const auto format = WithoutRange(static_cast<AVPixelFormat>(frame.format));
-  const bool is_rgb = IsRgb(format);
-  const bool source_full_range = is_rgb || color.full_range;
-  if (is_rgb) {
-    color.matrix = AVCOL_SPC_BT709;
-    color.full_range = false;
-  }
-  scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, format,
-                                     frame.width, frame.height, AV_PIX_FMT_YUV420P,
-                                     SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr,
-                                     nullptr, nullptr));
-  if (scaler_ == nullptr) return {};
-  // One table for both sides, so that only RGB is multiplied by a matrix.
-  const int* const table = sws_getCoefficients(is_rgb ? SWS_CS_ITU709 : SWS_CS_DEFAULT);
-  sws_setColorspaceDetails(scaler_.get(), table, source_full_range ? 1 : 0, table,
-                           color.full_range ? 1 : 0, 0, 1 << 16, 1 << 16);
+bool AvFrameWrapper::Prepare(const Conversion& conversion) {
+  if (scaler_ != nullptr && conversion == conversion_) return true;
+  conversion_ = conversion;
+  const video::Size& size = conversion.size;
+  const auto format = static_cast<AVPixelFormat>(conversion.av_format);
+  scaler_.reset(sws_getCachedContext(
+      nullptr, size.width, size.height, format, size.width, size.height, AV_PIX_FMT_YUV420P,
+      SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
+  if (scaler_ == nullptr) return false;
+  // Where only the range differs, one table for both sides keeps the matrices out of it.
+  const bool source_full_range = IsRgb(format) || conversion.from.full_range;
+  const int* const target = sws_getCoefficients(conversion.to.matrix);
+  const int* const source = IsRgb(format) ? target : sws_getCoefficients(conversion.from.matrix);
+  sws_setColorspaceDetails(scaler_.get(), source, source_full_range ? 1 : 0, target,
+                           conversion.to.full_range ? 1 : 0, 0, 1 << 16, 1 << 16);
+  return true;
+}
 
+PixelFrame AvFrameWrapper::Convert(const AVFrame& frame, const ColorDescription& from,
+                                   const ColorDescription& to) {
+  const video::Size size{frame.width, frame.height};
+  if (!Prepare({WithoutRange(static_cast<AVPixelFormat>(frame.format)), size, from, to})) return {};
   PixelFrameInfo like;
-  like.color = color;
-  WritableFrame target = pool_.Allocate(PixelFormat::kI420, {frame.width, frame.height}, like);
+  like.color = to;
+  WritableFrame target = pool_.Allocate(PixelFormat::kI420, size, like);
   if (!target) return {};
   const std::array<std::uint8_t*, 4> planes{target.plane(0), target.plane(1), target.plane(2),
                                             nullptr};

@@ -24,6 +24,7 @@ struct CaptureRequest {
 struct SourceFrame {
   video::PixelFrame frame;   // May still be rotated, have pixels that are not square, or be larger.
   video::Size upright_size;  // The size it has once it is upright with square pixels.
+  bool mirrored = false;     // Left and right are still to be swapped, after the rotation.
 };
 
 // A frame, the end of the stream, or nothing this time.
@@ -39,8 +40,9 @@ struct SourcePolicy {
 
 // One opened camera: where the frames of one capture come from.
 //
-// Life: made on the main queue; then either Describe, or Open followed by Read until the end, all
-// on one thread, on which it need not be destroyed. Interrupt alone comes from another thread.
+// Life: made on the main queue; then Describe on that queue, or Open followed by Read until the end
+// on one other thread, or both in this order. It may be destroyed on either. Interrupt alone comes
+// from any thread at any time.
 //
 // A source delivers what it has. Dropping to the asked rate, scaling to the asked size, turning,
 // pacing and waiting for room are its caller's; the request tells a source that can choose (a

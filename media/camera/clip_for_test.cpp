@@ -1,10 +1,12 @@
 #include "media/camera/clip_for_test.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 #include "media/camera/test_picture.h"
 #include "media/frame/frame_layout.h"
@@ -51,6 +53,25 @@ std::string ClipDirectory::MakeTurned(const std::string& name, int frames, video
   // The option counts counter-clockwise: this asks for a quarter turn clockwise.
   RunFfmpeg("-i 'lying-" + name + "' -c copy -metadata:s:v rotate=270 '" + name + "'");
   return Path(name);
+}
+
+void ClipDirectory::SetDisplayMatrix(const std::string& path, int x_to_x, int x_to_y, int y_to_x,
+                                     int y_to_y) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  // In the track's header, behind its name, of nine numbers of four bytes; these are 16.16.
+  std::size_t at = bytes.find("tkhd");
+  if (at == std::string::npos) throw std::runtime_error("no track in " + path);
+  at += 4 + 40;
+  for (const auto& [index, value] : {std::pair{0U, x_to_x}, std::pair{1U, x_to_y},
+                                     std::pair{3U, y_to_x}, std::pair{4U, y_to_y}}) {
+    const auto high = static_cast<std::uint16_t>(value);
+    bytes[at + 4 * index] = static_cast<char>(high >> 8);
+    bytes[at + 4 * index + 1] = static_cast<char>(high & 0xFF);
+    bytes[at + 4 * index + 2] = 0;
+    bytes[at + 4 * index + 3] = 0;
+  }
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 void ClipDirectory::RunFfmpeg(const std::string& arguments) const {

@@ -23,6 +23,11 @@ class ClipDirectory {
   std::string MakeTurned(const std::string& name, int frames = 10,
                          video::Size size = {320, 180}) const;
 
+  // Makes an MP4 say how its pictures are to be shown: a stored x axis goes to (x_to_x, x_to_y), a
+  // stored y axis to (y_to_x, y_to_y), as whole numbers.
+  static void SetDisplayMatrix(const std::string& path, int x_to_x, int x_to_y, int y_to_x,
+                               int y_to_y);
+
   // Runs `ffmpeg arguments` in the directory. Throws if that fails.
   void RunFfmpeg(const std::string& arguments) const;
 

@@ -3,20 +3,30 @@
 #include <utility>
 
 #include "media/camera/picture_size.h"
+#include "media/frame/color_matrix.h"
+#include "media/frame/frame_layout.h"
 #include "media/frame/orient_frame.h"
 #include "media/frame/scale_frame.h"
 
 namespace movra::media {
 
-video::PixelFrame FitFrame(const SourceFrame& item, video::Size asked, FramePool& pool) {
-  const video::VideoRotation rotation = item.frame.info().rotation;
-  video::Size size = CoveringSize(item.upright_size, asked);
-  if (SwapsSides(rotation)) std::swap(size.width, size.height);
-  // Scaled first, because a smaller picture is cheaper to turn.
-  const video::PixelFrame scaled = ScaleFrame(item.frame, size, pool);
-  if (!scaled || rotation == video::VideoRotation::k0) return scaled;
+namespace {
 
-  const video::PixelFrame upright = OrientFrame(scaled, {.rotation = rotation}, pool);
+video::PixelFrame WithMatrix(const video::PixelFrame& frame) {
+  video::PixelFrameInfo info = frame.info();
+  if (!IsRgb(info.format)) info.color.matrix = MatrixOf(info);
+  return frame.WithInfo(info);
+}
+
+}  // namespace
+
+video::PixelFrame FitFrame(const SourceFrame& item, video::Size asked, FramePool& pool) {
+  const Orientation orientation{item.frame.info().rotation, item.mirrored};
+  video::Size size = CoveringSize(item.upright_size, asked);
+  if (SwapsSides(orientation.rotation)) std::swap(size.width, size.height);
+  // Scaled first, because a smaller picture is cheaper to turn.
+  const video::PixelFrame scaled = ScaleFrame(WithMatrix(item.frame), size, pool);
+  const video::PixelFrame upright = OrientFrame(scaled, orientation, pool);
   video::PixelFrameInfo info = upright.info();
   info.rotation = video::VideoRotation::k0;
   return upright.WithInfo(info);

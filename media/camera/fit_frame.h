@@ -8,9 +8,12 @@
 
 namespace movra::media {
 
-// The picture as a camera delivers it: upright, with square pixels, in the size that covers what is
-// asked (media/camera/picture_size.h). The frame itself, samples untouched, if it is that already.
-// Empty when there is no memory for it.
+// The picture as a camera delivers it: upright and not mirrored, with square pixels, in the size
+// that covers what is asked (media/camera/picture_size.h). The frame itself, samples untouched, if
+// it is that already. Empty when there is no memory for it.
+//
+// A YUV frame that does not state its matrix gets the one that its size stands for
+// (media/frame/color_matrix.h): in another size it would stand for another one.
 [[nodiscard]] video::PixelFrame FitFrame(const SourceFrame& item, video::Size asked,
                                          FramePool& pool);
 

@@ -5,6 +5,7 @@
 #include "media/camera/frame_marker.h"
 #include "media/camera/picture_size.h"
 #include "media/camera/test_picture.h"
+#include "media/frame/color_matrix.h"
 
 namespace movra::media {
 namespace {
@@ -67,6 +68,36 @@ TEST_F(FitFrameTest, TurnsThePictureUprightAndSaysSo) {
     EXPECT_EQ(back.info().size, (Size{320, 180}));
     EXPECT_EQ(ReadFrameMarker(back), 77u);
   }
+}
+
+TEST_F(FitFrameTest, UndoesAMirrorBehindTheRotation) {
+  const PixelFrame mirrored = FitFrame({picture_, {640, 360}, true}, {0, 0}, pool_);
+  EXPECT_EQ(ReadFrameMarker(mirrored), std::nullopt);
+  EXPECT_EQ(ReadFrameMarker(FitFrame({mirrored, {640, 360}, true}, {0, 0}, pool_)), 77u);
+
+  // A quarter turn and a mirror swap the axes, and twice is not at all.
+  SourceFrame swapped = Rotated(VideoRotation::k90);
+  swapped.mirrored = true;
+  SourceFrame again{FitFrame(swapped, {0, 0}, pool_), {640, 360}, true};
+  video::PixelFrameInfo info = again.frame.info();
+  info.rotation = VideoRotation::k90;
+  again.frame = again.frame.WithInfo(info);
+  EXPECT_EQ(ReadFrameMarker(FitFrame(again, {0, 0}, pool_)), 77u);
+}
+
+TEST_F(FitFrameTest, NamesTheMatrixThatTheSizeStandsFor) {
+  const auto fitted = [this](const PixelFrame& frame, std::int32_t matrix) {
+    video::PixelFrameInfo stated = frame.info();
+    stated.color.matrix = matrix;
+    return FitFrame({frame.WithInfo(stated), stated.size}, {320, 180}, pool_).info().color.matrix;
+  };
+  const PixelFrame large = pool_.Allocate(video::PixelFormat::kI420, {1280, 720}).Finish();
+  const PixelFrame small = pool_.Allocate(video::PixelFormat::kI420, {640, 360}).Finish();
+  const PixelFrame pixels = pool_.Allocate(video::PixelFormat::kBGRA, {1280, 720}).Finish();
+  EXPECT_EQ(fitted(large, kMatrixUnspecified), kMatrixBt709);
+  EXPECT_EQ(fitted(small, kMatrixUnspecified), kMatrixBt601);
+  EXPECT_EQ(fitted(large, kMatrixBt601), kMatrixBt601);
+  EXPECT_EQ(fitted(pixels, kMatrixIdentity), kMatrixIdentity);
 }
 
 TEST_F(FitFrameTest, IsEmptyWhereNoPictureCanBe) {

@@ -1,7 +1,9 @@
 #include "media/camera/video_file_decoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -32,17 +34,32 @@ CameraInfo Failure(CameraError error, std::string text) {
   return info;
 }
 
-// The turn that the display matrix asks for, to the nearest quarter.
-VideoRotation RotationOf(const AVStream& stream) {
+// What a display matrix asks for, to the nearest quarter of a turn. Its first two numbers tell
+// where the picture's x axis goes, the fourth and fifth where its y axis does. If the way from one
+// to the other has changed its sense, the picture is mirrored as well.
+Orientation OrientationOf(const std::uint8_t* data, std::size_t size) {
+  std::array<std::int32_t, 9> matrix{};
+  if (data == nullptr || size < sizeof matrix) return {};
+  std::memcpy(matrix.data(), data, sizeof matrix);
+  const double x_to_x = matrix[0];
+  const double x_to_y = matrix[1];
+  const double y_to_x = matrix[3];
+  const double y_to_y = matrix[4];
+  const bool mirrored = x_to_x * y_to_y < x_to_y * y_to_x;
+  const double degrees = std::atan2(x_to_y, mirrored ? -x_to_x : x_to_x) * 180 / std::acos(-1.0);
+  const auto quarters = (std::lround(degrees / 90) + 4) % 4;
+  return {static_cast<VideoRotation>(quarters * 90), mirrored};
+}
+
+Orientation OrientationOf(const AVStream& stream) {
   std::size_t size = 0;
   const std::uint8_t* const data =
       av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-  if (data == nullptr || size < 9 * sizeof(std::int32_t)) return VideoRotation::k0;
-  // FFmpeg counts counter-clockwise.
-  const double degrees = -av_display_rotation_get(reinterpret_cast<const std::int32_t*>(data));
-  if (std::isnan(degrees)) return VideoRotation::k0;
-  const auto quarters = (std::lround(degrees / 90) % 4 + 4) % 4;
-  return static_cast<VideoRotation>(quarters * 90);
+  return OrientationOf(data, size);
+}
+
+bool IsInterlaced(AVFieldOrder order) {
+  return order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
 }
 
 bool IsMp4(const AVFormatContext& container) {
@@ -98,7 +115,7 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
                    "the " + std::string(avcodec_get_name(stream_->codecpar->codec_id)) +
                        " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
   }
-  rotation_ = RotationOf(*stream_);
+  orientation_ = OrientationOf(*stream_);
   return Describe();
 }
 
@@ -141,8 +158,8 @@ CameraInfo VideoFileDecoder::Describe() const {
   info.is_file = true;
   const AVRational aspect = av_guess_sample_aspect_ratio(container_.get(), stream_, nullptr);
   const AVCodecParameters& parameters = *stream_->codecpar;
-  info.natural_size =
-      UprightSize({parameters.width, parameters.height}, aspect.num, aspect.den, rotation_);
+  info.natural_size = UprightSize({parameters.width, parameters.height}, aspect.num, aspect.den,
+                                  orientation_.rotation);
   const AVRational rate = av_guess_frame_rate(container_.get(), stream_, nullptr);
   if (rate.num > 0 && rate.den > 0) {
     info.rate_numerator = rate.num;
@@ -153,6 +170,7 @@ CameraInfo VideoFileDecoder::Describe() const {
   } else if (container_->duration > 0) {
     info.duration = InNanoseconds(container_->duration, AV_TIME_BASE_Q);
   }
+  info.is_interlaced = IsInterlaced(parameters.field_order);
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     info.has_audio =
         info.has_audio || container_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
@@ -228,6 +246,7 @@ bool VideoFileDecoder::EndsEarly() const {
 std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   const AVRational aspect = av_guess_sample_aspect_ratio(container_.get(), stream_, frame.get());
   const nanoseconds timestamp = Stamp(*frame);
+  const Orientation orientation = OrientationNow(*frame);
   const video::PixelFrame wrapped = wrapper_.Wrap(std::move(frame));
   if (!wrapped) {
     CountDamage();
@@ -236,10 +255,20 @@ std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   ++delivered_;
   video::PixelFrameInfo info = wrapped.info();
   info.timestamp = timestamp;
-  info.rotation = rotation_;
+  info.rotation = orientation.rotation;
   info.sequence = next_sequence_++;
   return SourceFrame{wrapped.WithInfo(info),
-                     UprightSize(info.size, aspect.num, aspect.den, rotation_)};
+                     UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
+                     orientation.mirror};
+}
+
+// What a picture says of itself goes before what the container says of all, up to the next picture
+// that a stream can begin with.
+Orientation VideoFileDecoder::OrientationNow(const AVFrame& frame) {
+  if (frame.key_frame != 0) own_orientation_.reset();
+  const AVFrameSideData* const own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
+  if (own != nullptr) own_orientation_ = OrientationOf(own->data, own->size);
+  return own_orientation_.value_or(orientation_);
 }
 
 nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {

@@ -10,6 +10,7 @@
 #include "media/camera/av_frame_wrapper.h"
 #include "media/camera/camera_source.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
+#include "media/frame/orient_frame.h"
 #include "video/camera_service.h"
 
 struct AVStream;
@@ -25,8 +26,8 @@ namespace movra::media {
 //
 // Every frame is delivered in the order of its showing, with its time stamp to the nanosecond,
 // counted from the first frame that could be decoded; time stamps always grow. Frames are as they
-// are stored: the rotation is in their description, and SourceFrame::upright_size says what pixels
-// that are not square make of the size. A file may change its size on the way.
+// are stored, and say how they are to be turned, mirrored and stretched. A file may change its size
+// on the way.
 //
 // Damage: what cannot be decoded, or only with made-up parts, is left out, counted, and leaves a
 // gap in the sequence numbers; decoding goes on behind it. The end says how much there was, and its
@@ -68,6 +69,7 @@ class VideoFileDecoder {
   [[nodiscard]] bool EndsEarly() const;
   // Stamps and wraps a decoded frame; nothing if it cannot be converted.
   [[nodiscard]] std::optional<SourceFrame> Deliver(AvFramePtr frame);
+  [[nodiscard]] Orientation OrientationNow(const AVFrame& frame);
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
   [[nodiscard]] video::StreamEnd End() const;
   [[nodiscard]] std::chrono::nanoseconds FrameDuration(const AVFrame& frame) const;
@@ -80,8 +82,9 @@ class VideoFileDecoder {
   AvCodecContextPtr codec_;
   AvPacketPtr packet_;
   AvFrameWrapper wrapper_;
-  AVStream* stream_ = nullptr;  // The container's.
-  video::VideoRotation rotation_ = video::VideoRotation::k0;
+  AVStream* stream_ = nullptr;                  // The container's.
+  Orientation orientation_;                     // By the container.
+  std::optional<Orientation> own_orientation_;  // By the pictures themselves.
 
   std::uint64_t next_sequence_ = 0;
   std::uint64_t damaged_frames_ = 0;

@@ -161,6 +161,44 @@ TEST_F(VideoFileDecoderTest, TellsTheRotationAndTheUprightSize) {
   EXPECT_THAT(decoded.Numbers(), ElementsAreArray(Range(0, 10)));
 }
 
+TEST_F(VideoFileDecoderTest, TellsEveryWayInWhichAPictureMayLie) {
+  struct Case {
+    std::string stored;  // As a filter of what is to be seen.
+    int x_to_x, x_to_y, y_to_x, y_to_y;
+    VideoRotation rotation;
+    bool mirrored;
+  };
+  for (const Case& c : {Case{"null", 1, 0, 0, 1, VideoRotation::k0, false},
+                        Case{"transpose=cclock", 0, 1, -1, 0, VideoRotation::k90, false},
+                        Case{"hflip,vflip", -1, 0, 0, -1, VideoRotation::k180, false},
+                        Case{"transpose=clock", 0, -1, 1, 0, VideoRotation::k270, false},
+                        Case{"hflip", -1, 0, 0, 1, VideoRotation::k0, true},
+                        Case{"transpose=cclock_flip", 0, 1, 1, 0, VideoRotation::k90, true},
+                        Case{"vflip", 1, 0, 0, -1, VideoRotation::k180, true},
+                        Case{"transpose=clock_flip", 0, -1, -1, 0, VideoRotation::k270, true}}) {
+    const std::string path =
+        clips_.Make("lying.mp4", std::string(kFastH264) + " -vf " + c.stored, 2);
+    ClipDirectory::SetDisplayMatrix(path, c.x_to_x, c.x_to_y, c.y_to_x, c.y_to_y);
+    const Decoded decoded = Decode(path);
+    ASSERT_THAT(decoded.frames, SizeIs(2));
+    EXPECT_EQ(decoded.frames[0].frame.info().rotation, c.rotation) << c.stored;
+    EXPECT_EQ(decoded.frames[0].mirrored, c.mirrored) << c.stored;
+    EXPECT_EQ(decoded.info.natural_size, (Size{320, 180})) << c.stored;
+    EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1)) << c.stored;
+  }
+}
+
+TEST_F(VideoFileDecoderTest, PicturesMayTellThemselvesHowTheyLie) {
+  clips_.Make("plain.mp4", std::string(kFastH264) + " -vf hflip", 2);
+  clips_.RunFfmpeg(
+      "-i plain.mp4 -c copy -bsf:v h264_metadata=display_orientation=insert:flip=horizontal "
+      "flip.mkv");
+  const Decoded decoded = Decode(clips_.Path("flip.mkv"));
+  EXPECT_TRUE(decoded.frames.at(0).mirrored);
+  EXPECT_EQ(decoded.frames.at(0).frame.info().rotation, VideoRotation::k0);
+  EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1));
+}
+
 TEST_F(VideoFileDecoderTest, TellsTheSizeWithSquarePixels) {
   const Decoded decoded =
       Decode(clips_.Make("wide.mp4", std::string(kFastH264) + " -vf scale=240:180,setsar=4/3"));
@@ -219,8 +257,41 @@ TEST_F(VideoFileDecoderTest, TellsTheColoursOfTheFile) {
   EXPECT_EQ(
       decoded.frames[0].frame.info().color,
       (video::ColorDescription{.primaries = 5, .transfer = 5, .matrix = 5, .full_range = true}));
+  // What is not told is what players assume of a small picture.
   const Decoded plain = Decode(clips_.Make("plain.mp4", kFastH264, 2));
-  EXPECT_EQ(plain.frames[0].frame.info().color, video::ColorDescription());
+  EXPECT_EQ(plain.frames[0].frame.info().color, (video::ColorDescription{.matrix = 6}));
+}
+
+TEST_F(VideoFileDecoderTest, ConvertsFramesWhoseColoursDifferFromTheFirst) {
+  // One flat colour, stored in two ways one behind the other.
+  const auto make = [this](const std::string& name, const std::string& matrix,
+                           const std::string& range) {
+    clips_.RunFfmpeg("-f lavfi -i color=0xC04080:s=64x64:r=30:d=0.2 -vf scale=out_color_matrix=" +
+                     matrix + ":out_range=" + range + ",format=yuv420p " + kFastH264 +
+                     " -colorspace " + matrix + " -color_range " + range + " " + name);
+  };
+  make("a.ts", "bt709", "tv");
+  make("b.ts", "bt470bg", "pc");
+  clips_.RunFfmpeg("-i b.ts -c copy -output_ts_offset 1 c.ts");
+  clips_.RunFfmpeg("-i 'concat:a.ts|c.ts' -c copy both.ts");
+  const Decoded decoded = Decode(clips_.Path("both.ts"));
+  ASSERT_THAT(decoded.frames, SizeIs(12));
+  const video::PixelFrameInfo& first = decoded.frames.front().frame.info();
+  const video::PixelFrameInfo& last = decoded.frames.back().frame.info();
+  EXPECT_EQ(first.color.matrix, 1);
+  EXPECT_FALSE(first.color.full_range);
+  EXPECT_EQ(last.color.matrix, first.color.matrix);
+  EXPECT_EQ(last.color.full_range, first.color.full_range);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_NEAR(last.planes[i].data[0], first.planes[i].data[0], 2) << i;
+  }
+}
+
+TEST_F(VideoFileDecoderTest, TellsWhetherPicturesAreInterlaced) {
+  const std::string coded = "-c:v mpeg2video -q:v 3 ";
+  EXPECT_FALSE(Decode(clips_.Make("whole.ts", coded, 5)).info.is_interlaced);
+  EXPECT_TRUE(Decode(clips_.Make("woven.ts", coded + "-flags +ildct+ilme -vf setfield=tff", 5))
+                  .info.is_interlaced);
 }
 
 TEST_F(VideoFileDecoderTest, DescribesConvertedRgbAsTheYuvThatItBecame) {

@@ -34,9 +34,9 @@ extern "C" {
   X(av_dict_get)                  \
   X(av_dict_set)                  \
   X(av_dict_set_int)              \
-  X(av_display_rotation_get)      \
   X(av_frame_alloc)               \
   X(av_frame_free)                \
+  X(av_frame_get_side_data)       \
   X(av_freep)                     \
   X(av_log_format_line2)          \
   X(av_log_set_callback)          \

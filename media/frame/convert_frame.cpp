@@ -9,6 +9,7 @@
 #include "libyuv/convert_from.h"
 #include "libyuv/convert_from_argb.h"
 #include "libyuv/planar_functions.h"
+#include "media/frame/color_matrix.h"
 #include "media/frame/frame_layout.h"
 
 namespace movra::media {
@@ -52,24 +53,9 @@ struct Target {
   int sy, su, sv;
 };
 
-// Code points of ITU-T H.273.
-constexpr int kMatrixIdentity = 0;
-constexpr int kMatrixBt709 = 1;
-constexpr int kMatrixUnspecified = 2;
-constexpr int kMatrixBt601 = 6;
-constexpr int kMatrixSmpte240 = 7;
-constexpr int kMatrixBt2020 = 9;
-constexpr int kMatrixBt2020Constant = 10;
-
 const libyuv::YuvConstants* ConstantsFor(const PixelFrameInfo& info) {
-  constexpr int kHighDefinitionLines = 720;
   const bool full = info.color.full_range;
-  int matrix = info.color.matrix;
-  if (matrix == kMatrixUnspecified) {
-    const int lines = std::min(info.size.width, info.size.height);
-    matrix = lines >= kHighDefinitionLines ? kMatrixBt709 : kMatrixBt601;
-  }
-  switch (matrix) {
+  switch (MatrixOf(info)) {
     case kMatrixBt709:
     case kMatrixSmpte240:
       return full ? &libyuv::kYuvF709Constants : &libyuv::kYuvH709Constants;
@@ -87,6 +73,16 @@ ColorDescription ColorAfter(const ColorDescription& color, PixelFormat from, Pix
   result.matrix = IsRgb(to) ? kMatrixIdentity : kMatrixBt601;
   result.full_range = IsRgb(to);
   return result;
+}
+
+// Ten bits to eight, to the nearest. libyuv cuts the last two off, which darkens by 3/8 of a level.
+void NarrowPlane(const std::uint16_t* source, int source_stride, std::uint8_t* target, int stride,
+                 int width, int height) {
+  for (int y = 0; y < height; ++y, source += source_stride, target += stride) {
+    for (int x = 0; x < width; ++x) {
+      target[x] = static_cast<std::uint8_t>(std::min((source[x] + 2) >> 2, 255));
+    }
+  }
 }
 
 // Each of these answers whether it knows the way in one step.
@@ -108,10 +104,14 @@ bool ToI420(PixelFormat from, const Source& s, const Target& t) {
       return 0 == libyuv::ARGBToI420(s.y, s.sy, t.y, t.sy, t.u, t.su, t.v, t.sv, s.w, s.h);
     case PixelFormat::kRGBA:
       return 0 == libyuv::ABGRToI420(s.y, s.sy, t.y, t.sy, t.u, t.su, t.v, t.sv, s.w, s.h);
-    case PixelFormat::kI010:
-      return 0 == libyuv::I010ToI420(Source::Wide(s.y), s.sy / 2, Source::Wide(s.u), s.su / 2,
-                                     Source::Wide(s.v), s.sv / 2, t.y, t.sy, t.u, t.su, t.v, t.sv,
-                                     s.w, s.h);
+    case PixelFormat::kI010: {
+      const int half_w = (s.w + 1) / 2;
+      const int half_h = (s.h + 1) / 2;
+      NarrowPlane(Source::Wide(s.y), s.sy / 2, t.y, t.sy, s.w, s.h);
+      NarrowPlane(Source::Wide(s.u), s.su / 2, t.u, t.su, half_w, half_h);
+      NarrowPlane(Source::Wide(s.v), s.sv / 2, t.v, t.sv, half_w, half_h);
+      return true;
+    }
     default:
       return false;
   }

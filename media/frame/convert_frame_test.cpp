@@ -5,8 +5,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "gtest/gtest.h"
 #include "media/frame/pictures_for_test.h"
@@ -20,6 +22,24 @@ using video::PixelFrame;
 using video::PixelFrameInfo;
 
 constexpr FlatColor kRustInGray{101, 101, 101, 101, 128, 128};
+
+TEST(ConvertFrame, TenBitsBecomeTheNearestEight) {
+  FramePool pool;
+  WritableFrame wide = pool.Allocate(PixelFormat::kI010, {4, 2});
+  const std::array<std::uint16_t, 4> levels{401, 402, 1021, 1023};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::size_t count = i == 0 ? 4 : 2;
+    const int rows = i == 0 ? 2 : 1;
+    for (int y = 0; y < rows; ++y) {
+      std::memcpy(wide.plane(i) + y * wide.stride(i), levels.data(), count * sizeof levels[0]);
+    }
+  }
+  const PixelFrame frame = ConvertFrame(std::move(wide).Finish(), PixelFormat::kI420, pool);
+  EXPECT_EQ(PlaneBytes(frame.info(), 0),
+            (std::vector<std::uint8_t>{100, 101, 255, 255, 100, 101, 255, 255}));
+  EXPECT_EQ(PlaneBytes(frame.info(), 1), (std::vector<std::uint8_t>{100, 101}));
+  EXPECT_EQ(PlaneBytes(frame.info(), 2), (std::vector<std::uint8_t>{100, 101}));
+}
 
 TEST(ConvertFrame, EveryFormatBecomesEveryOtherWithTheSameColour) {
   FramePool pool;
