@@ -21,6 +21,10 @@ using video::VideoDeviceInfo;
 
 constexpr char kLogFile[] = "../media/camera/camera_service_impl";
 
+// Longer than a program takes from looking at a file to playing it, and too short to miss the file
+// being replaced by another one.
+constexpr std::chrono::seconds kDescribedIsKept{2};
+
 int MillisecondsSince(std::chrono::steady_clock::time_point start) {
   return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
                               std::chrono::steady_clock::now() - start)
@@ -68,7 +72,7 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
 
   auto delivered = std::make_shared<std::atomic<std::uint32_t>>(0);
   delivered_[params.camera_id] = delivered;
-  std::unique_ptr<CameraSource> source = MakeSource(params.camera_id);
+  std::unique_ptr<CameraSource> source = TakeSource(params.camera_id);
   if (source == nullptr) {
     PostOpened(number, static_cast<int>(CameraError::kNoSuchCamera), started_at);
     return;
@@ -103,8 +107,16 @@ std::uint32_t CameraServiceImpl::GetCaptureStat(const CameraParams& params) {
 }
 
 CameraInfo CameraServiceImpl::GetCameraInfo(const std::string& camera_id) {
-  if (const std::unique_ptr<CameraSource> source = MakeSource(camera_id)) return source->Describe();
   CameraInfo info;
+  if (std::unique_ptr<CameraSource> source = MakeSource(camera_id)) {
+    info = source->Describe();
+    if (info.error_code != 0 || !info.is_file) return info;
+    described_ = {described_.number + 1, camera_id, PlaybackOf(camera_id), std::move(source)};
+    core::GetMainQueue()->PostDelayed(
+        BindOnce(&CameraServiceImpl::ForgetDescribed, weak_from_this(), described_.number),
+        kDescribedIsKept);
+    return info;
+  }
   info.error_code = static_cast<std::int32_t>(CameraError::kNoSuchCamera);
   info.error_text = "no camera is called '" + camera_id +
                     "': use test:, file:PATH or a device such as /dev/video0";
@@ -127,10 +139,24 @@ void CameraServiceImpl::FocusAtPoint(float /*x*/, float /*y*/) {
   }
 }
 
-std::unique_ptr<CameraSource> CameraServiceImpl::MakeSource(const std::string& camera_id) const {
+video::PlaybackParams CameraServiceImpl::PlaybackOf(const std::string& camera_id) const {
   const auto playback = playback_.find(camera_id);
-  return parts_.make_source(
-      camera_id, playback == playback_.end() ? video::PlaybackParams() : playback->second);
+  return playback == playback_.end() ? video::PlaybackParams() : playback->second;
+}
+
+std::unique_ptr<CameraSource> CameraServiceImpl::MakeSource(const std::string& camera_id) const {
+  return parts_.make_source(camera_id, PlaybackOf(camera_id));
+}
+
+std::unique_ptr<CameraSource> CameraServiceImpl::TakeSource(const std::string& camera_id) {
+  const bool is_described =
+      described_.camera_id == camera_id && described_.playback == PlaybackOf(camera_id);
+  std::unique_ptr<CameraSource> described = std::move(described_.source);
+  return described != nullptr && is_described ? std::move(described) : MakeSource(camera_id);
+}
+
+void CameraServiceImpl::ForgetDescribed(std::uint64_t number) {
+  if (described_.number == number) described_.source.reset();
 }
 
 void CameraServiceImpl::PostOpened(std::uint64_t start_number, int error_code,

@@ -72,7 +72,21 @@ class CameraServiceImpl final : public video::ICameraService,
     std::unique_ptr<CameraCapture> capture;               // Null if there is no such camera.
   };
 
+  // A file that was looked at. Whoever asks what it is mostly plays it next, and opening it may
+  // take as long as all that comes before its first frame, so it stays open for that, for a short
+  // while.
+  struct Described {
+    std::uint64_t number = 0;
+    std::string camera_id;
+    video::PlaybackParams playback;
+    std::unique_ptr<CameraSource> source;  // Null if there is none.
+  };
+
+  [[nodiscard]] video::PlaybackParams PlaybackOf(const std::string& camera_id) const;
   [[nodiscard]] std::unique_ptr<CameraSource> MakeSource(const std::string& camera_id) const;
+  // The source that was described, if it is this one, or a new one; null for no camera.
+  [[nodiscard]] std::unique_ptr<CameraSource> TakeSource(const std::string& camera_id);
+  void ForgetDescribed(std::uint64_t number);
   void PostOpened(std::uint64_t start_number, int error_code, SteadyTime started_at);
   void OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms);
   void StopCaptureInto(const video::IPixelFrameTrackWriter* writer);
@@ -88,6 +102,7 @@ class CameraServiceImpl final : public video::ICameraService,
   std::map<std::string, std::shared_ptr<std::atomic<std::uint32_t>>> delivered_;
   std::vector<video::VideoDeviceInfo> devices_;  // As they were last listed.
   std::unique_ptr<DirectoryWatcher> watcher_;
+  Described described_;
   bool focus_logged_ = false;
 };
 

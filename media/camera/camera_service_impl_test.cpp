@@ -1,5 +1,6 @@
 #include "media/camera/camera_service_impl.h"
 
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -47,6 +48,24 @@ VideoDeviceInfo Device(const std::string& id) {
   return device;
 }
 
+// A main queue whose delays are over when the test says so.
+class PatientQueue final : public core::DispatchQueue {
+ public:
+  [[nodiscard]] bool IsCurrent() const override { return true; }
+  void Post(core::Task /*task*/) override {}
+  void PostDelayed(core::Task task, std::chrono::nanoseconds delay) override {
+    EXPECT_GT(delay.count(), 0);
+    delayed_.push_back(std::move(task));
+  }
+  void RunFirst() {
+    std::move(delayed_.front()).Run();
+    delayed_.pop_front();
+  }
+
+ private:
+  std::deque<core::Task> delayed_;
+};
+
 class CameraServiceTest : public ::testing::Test {
  protected:
   CameraServiceTest() {
@@ -56,6 +75,7 @@ class CameraServiceTest : public ::testing::Test {
         [this](const std::string& id,
                const video::PlaybackParams& playback) -> std::unique_ptr<CameraSource> {
       playback_seen_[id] = playback;
+      made_.push_back(id);
       const auto script = scripts_.find(id);
       if (script == scripts_.end()) return nullptr;
       return std::make_unique<ScriptedSource>(script->second);
@@ -94,6 +114,7 @@ class CameraServiceTest : public ::testing::Test {
   const TemporaryDirectory directory_;
   std::map<std::string, std::shared_ptr<SourceScript>> scripts_;
   std::map<std::string, video::PlaybackParams> playback_seen_;
+  std::vector<std::string> made_;  // The ids that sources were made for.
   std::vector<VideoDeviceInfo> devices_;
   std::shared_ptr<CameraServiceImpl> service_;
   std::shared_ptr<CollectingWriter> writer_ = std::make_shared<CollectingWriter>();
@@ -269,6 +290,53 @@ TEST_F(CameraServiceTest, HandsThePlaybackOfACameraToItsNextSource) {
   EXPECT_EQ(playback_seen_["a"], (video::PlaybackParams{.loop = true, .realtime = true}));
   EXPECT_EQ(service_->GetCameraInfo("b").error_code, Code(CameraError::kNoSuchCamera));
   EXPECT_EQ(playback_seen_["b"], video::PlaybackParams());
+}
+
+TEST_F(CameraServiceTest, PlaysTheFileThatItLookedAtWithoutOpeningItAgain) {
+  scripts_["a"] = MakeScript(2);
+  scripts_["a"]->info.is_file = true;
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  Start(Params("a"), writer_);
+  writer_->WaitForEnd();
+  EXPECT_THAT(made_, ElementsAre("a"));
+  EXPECT_THAT(writer_->frames(), SizeIs(2));
+  Start(Params("a"), std::make_shared<CollectingWriter>());
+  EXPECT_THAT(made_, ElementsAre("a", "a"));
+}
+
+TEST_F(CameraServiceTest, ForgetsAFileThatItLookedAtAndThatIsNotPlayedSoon) {
+  const auto queue = std::make_shared<PatientQueue>();
+  core::SetMainQueue(queue);
+  scripts_["a"] = MakeScript(1);
+  scripts_["a"]->info.is_file = true;
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  queue->RunFirst();  // The time of the first look is over, which the second one has replaced.
+  Start(Params("a"), writer_);
+  EXPECT_THAT(made_, ElementsAre("a", "a"));
+  queue->RunFirst();
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  queue->RunFirst();
+  Start(Params("a"), std::make_shared<CollectingWriter>());
+  EXPECT_THAT(made_, ElementsAre("a", "a", "a", "a"));
+  core::SetMainQueue(loop_);
+}
+
+TEST_F(CameraServiceTest, OpensAnewWhatIsNotTheFileThatItLookedAt) {
+  scripts_["a"] = MakeScript(1);
+  scripts_["a"]->info.is_file = true;
+  scripts_["b"] = MakeScript(1);
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  Start(Params("b"), std::make_shared<CollectingWriter>());  // Another file.
+  Start(Params("a"), std::make_shared<CollectingWriter>());  // Too late.
+  EXPECT_THAT(made_, ElementsAre("a", "b", "a"));
+  EXPECT_EQ(service_->GetCameraInfo("b").error_code, 0);
+  Start(Params("b"), std::make_shared<CollectingWriter>());  // No file.
+  EXPECT_THAT(made_, ElementsAre("a", "b", "a", "b", "b"));
+  EXPECT_EQ(service_->GetCameraInfo("a").error_code, 0);
+  service_->SetPlaybackParams("a", {.loop = true, .realtime = false});
+  Start(Params("a"), std::make_shared<CollectingWriter>());  // To be played otherwise.
+  EXPECT_THAT(made_, ElementsAre("a", "b", "a", "b", "b", "a", "a"));
 }
 
 TEST_F(CameraServiceTest, StopsAndCancelsWhatRunsWhenItEnds) {

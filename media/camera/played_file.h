@@ -1,6 +1,7 @@
 #ifndef MOVRA_MEDIA_CAMERA_PLAYED_FILE_H_
 #define MOVRA_MEDIA_CAMERA_PLAYED_FILE_H_
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -25,9 +26,13 @@ class PlayedFile final : public CameraSource {
         reader_(std::forward<ReaderArgs>(reader_args)...) {}
 
   // CameraSource
-  [[nodiscard]] video::CameraInfo Describe() override { return reader_.Open(path_); }
+  [[nodiscard]] video::CameraInfo Describe() override {
+    if (!info_) info_ = reader_.Open(path_);
+    return *info_;
+  }
+  // A file that was described is open already.
   [[nodiscard]] video::CameraInfo Open(const CaptureRequest& /*request*/) override {
-    return reader_.Open(path_);
+    return Describe();
   }
 
   [[nodiscard]] SourcePolicy Policy() const override {
@@ -47,6 +52,7 @@ class PlayedFile final : public CameraSource {
   const std::string path_;
   const video::PlaybackParams playback_;
   Reader reader_;
+  std::optional<video::CameraInfo> info_;  // Once it was opened.
 };
 
 }  // namespace movra::media
