@@ -81,7 +81,8 @@ case_core_alone() {
   read -ra flags <<<"$(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name movra-producer.pc)") \
     pkg-config --cflags --libs movra-producer)"
   cd "$work/project"
-  "$CXX" -std=c++20 core_alone.cpp own_collaborators.cpp -o core_alone "${flags[@]}"
+  "$CXX" -std=c++20 core_alone.cpp "$work"/build/CMakeFiles/core_alone.dir/own_collaborators.cpp.o \
+    -o core_alone "${flags[@]}"
   [[ $(./core_alone | xargs) == "capturing stopped" ]]
 }
 
