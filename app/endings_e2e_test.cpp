@@ -1,167 +1,150 @@
-// How a run can end, and that what was written until then plays.
+// However a run ends, it says so in a line, its exit code says why, and what it wrote plays.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <string>
-#include <thread>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <ostream>
+#include <set>
 
-#include "app/program_for_test.h"
+#include "app/ending_for_test.h"
+#include "media/ffmpeg/decode_for_test.h"
 
 namespace movra::app {
+
+void PrintTo(const Ending& ending, std::ostream* out) { *out << ending.name; }
+
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
-class EndingsE2e : public ProgramTest {
+class EndingE2e : public testing::TestWithParam<Ending> {
  protected:
-  // Waits until the stream has so many bytes.
-  [[nodiscard]] bool WaitForBytes(const std::string& name, std::uintmax_t bytes) const {
-    return WaitUntil([&] {
-      std::error_code error;
-      const auto size = fs::file_size(directory_ / name, error);
-      return !error && size >= bytes;
-    });
+  EndingE2e() {
+    using namespace std::string_literals;
+    directory_.Write("empty.mp4", "");
+    directory_.Write("text.mp4", "This is no video, whatever its name says.\n");
+    directory_.Write("zeros.mp4", std::string(100'000, '\0'));
+    directory_.Write("header.mp4",
+                     "\0\0\0\x18"
+                     "ftypisom\0\0\0\0isommp42"s);
+    directory_.Write("file", "x");
+    directory_.Write("there.mp4", "mine");
+    for (const char* name : {"folder", "used", "sheet", "held", "locked", "full"}) {
+      fs::create_directory(directory_ / name);
+    }
+    directory_.Write("used/big.mp4", "mine");
+    directory_.Write("sheet/contact-sheet.png", "mine");
+    directory_.Write("held/big.mp4", "mine");
+    fs::permissions(directory_ / "held/big.mp4", fs::perms::owner_read);
+    fs::permissions(directory_ / "locked", fs::perms::owner_read | fs::perms::owner_exec);
+    fs::create_symlink("/dev/full", directory_ / "full/big.mp4");
+    fs::create_symlink("nowhere", directory_ / "dangling.mp4");
   }
 
-  // Plays to its end, and its frames are those of the clip from the first one on, without a gap.
-  void ExpectWholeStart(const std::string& file, std::uint32_t step, std::size_t period) const {
-    const PlayedFile played = Play(directory_ / file);
-    EXPECT_EQ(played.error, "") << file;
-    ASSERT_FALSE(played.numbers.empty()) << file;
+  // Every file with what is in it.
+  [[nodiscard]] std::map<std::string, std::string> Contents() const {
+    std::map<std::string, std::string> contents;
+    for (const std::string& name : directory_.Names()) {
+      std::string& content = contents[name];
+      if (!fs::is_regular_file(fs::symlink_status(directory_ / name))) continue;
+      std::ifstream file(directory_ / name, std::ios::binary);
+      content.assign(std::istreambuf_iterator<char>(file), {});
+    }
+    return contents;
+  }
+
+  void ExpectPlays(const LeftBehind& left) const {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(directory_ / left.file, error);
+    if (left.at_least == 0 && (error || size == 0)) return;
+    if (left.step == 0) {
+      const media::DecodedFile file = media::DecodeFile(directory_ / left.file);
+      EXPECT_EQ(file.error, "") << left.file;
+      EXPECT_GE(file.pictures.size(), left.at_least) << left.file;
+      return;
+    }
+    const PlayedFile played = Play(directory_ / left.file);
+    EXPECT_EQ(played.error, "") << left.file;
+    EXPECT_GE(played.numbers.size(), left.at_least) << left.file;
     for (std::size_t i = 0; i < played.numbers.size(); ++i) {
-      ASSERT_EQ(played.numbers[i], i * step % period) << file << " frame " << i;
+      ASSERT_EQ(played.numbers[i], i * left.step) << left.file << " frame " << i;
     }
   }
 
-  [[nodiscard]] std::vector<std::string> EndlessRun() const {
-    return {"run", "--camera", "file:" + MakeClip(60), "--loop", "--out", "out"};
+  static void ExpectEnd(const Ending& ending, const ProcessResult& result, EndingRun& run) {
+    if (ending.code < 0) {
+      EXPECT_EQ(result.signal, -ending.code) << result.err;
+    } else {
+      EXPECT_EQ(result.signal, 0) << result.err;
+      EXPECT_EQ(result.exit_code, ending.code) << result.err;
+    }
+    EXPECT_THAT(result.err, HasSubstr(run.Filled(ending.says)));
+    EXPECT_THAT(result.err, Not(HasSubstr("\033"))) << "is for terminals";
   }
+
+  const media::TemporaryDirectory directory_;
+  const media::ClipDirectory clips_;
 };
 
-TEST_F(EndingsE2e, CtrlCAndItsRelativesEndItLikeItsNaturalEnd) {
-  const std::vector<std::string> words = EndlessRun();
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    Process process(Program(words));
-    ASSERT_TRUE(WaitForBytes("out/big.mp4", 100'000));
-    process.Signal(number);
-    const ProcessResult result = process.Wait();
-    EXPECT_EQ(result.exit_code, 0) << result.err;
-    EXPECT_THAT(result.err, HasSubstr("interrupted"));
-    ExpectWholeStart("out/big.mp4", 1, 60);
-    ExpectWholeStart("out/small.mp4", 2, 60);
-    EXPECT_TRUE(Exists("out/contact-sheet.png"));
-    fs::remove_all(directory_ / "out");
+TEST_P(EndingE2e, SaysItsLineHasItsCodeAndWhatIsLeftPlays) {
+  const Ending& ending = GetParam();
+  EndingRun run(directory_, clips_);
+  std::vector<std::string> words;
+  for (const std::string& word : ending.words) words.push_back(run.Filled(word));
+  const std::string refusal = ending.prepare ? ending.prepare(run) : "";
+  if (!refusal.empty()) GTEST_SKIP() << refusal;
+  const auto before = Contents();
+  run.Start(words, ending.in_child);
+  if (ending.meanwhile) ending.meanwhile(run);
+  const ProcessResult result = run.process().Wait();
+  SCOPED_TRACE(run.note + "\n" + result.err);
+  ExpectEnd(ending, result, run);
+  for (const LeftBehind& left : ending.leaves) ExpectPlays(left);
+  if (!ending.leaves.empty()) return;
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+  EXPECT_THAT(result.err, StartsWith("movra-producer: "));
+  EXPECT_TRUE(Contents() == before) << "something was left behind or changed";
+}
+
+std::vector<Ending> AllEndings() {
+  std::vector<Ending> rows = EndingsOfWhatWasTyped();
+  for (auto more : {&EndingsOfSources, &EndingsOfOutputs, &EndingsOfProcesses}) {
+    for (Ending& row : more()) rows.push_back(std::move(row));
   }
+  return rows;
 }
 
-// Whatever the moment, the exit is clean and nothing that is left is broken.
-TEST_F(EndingsE2e, CtrlCAtTheVeryBeginningLeavesNothingBroken) {
-  const std::vector<std::string> words = EndlessRun();
-  for (int milliseconds = 0; milliseconds < 50; milliseconds += 7) {
-    Process process(Program(words));
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-    process.Signal(SIGINT);
-    const ProcessResult result = process.Wait();
-    // Before its first instruction a process knows nothing of signals.
-    EXPECT_TRUE(result.exit_code == 0 || result.signal == SIGINT) << result.err;
-    if (Exists("out/big.mp4")) ExpectWholeStart("out/big.mp4", 1, 60);
-    if (Exists("out")) {
-      EXPECT_FALSE(fs::is_empty(directory_ / "out"));
-    }
-    fs::remove_all(directory_ / "out");
+INSTANTIATE_TEST_SUITE_P(All, EndingE2e, testing::ValuesIn(AllEndings()),
+                         [](const testing::TestParamInfo<Ending>& row) { return row.param.name; });
+
+TEST(EndingTable, HasARowForEveryCodeThatTheHelpListsAndNoOther) {
+  std::set<std::string> seen;
+  for (const Ending& row : AllEndings()) {
+    const std::string code = std::to_string(row.code);
+    if (row.code >= 0) seen.insert(std::string(4 - code.size(), ' ') + code + "  ");
   }
-}
-
-TEST_F(EndingsE2e, ASecondCtrlCEndsItAtOnceWhateverItWaitsFor) {
-  int ends[2];
-  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-  auto options = Program({"run", "--camera", "file:" + MakeClip(60), "--loop", "--big",
-                          "640x360,20M,-", "--small", "off"});
-  options.out = ends[1];  // A pipe that fills up and is never read.
-  Process process(options);
-  // The first bytes are there; after them the writer blocks sooner or later.
-  char byte = 0;
-  ASSERT_EQ(read(ends[0], &byte, 1), 1);
-  ASSERT_TRUE(WaitUntil([&] {
-    int waiting = 0;
-    ioctl(ends[0], FIONREAD, &waiting);
-    return waiting > 60'000;
-  }));
-  const auto start = std::chrono::steady_clock::now();
-  process.Signal(SIGINT);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  process.Signal(SIGINT);
-  EXPECT_EQ(process.Wait().exit_code, 130);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
-  close(ends[0]);
-  close(ends[1]);
-}
-
-TEST_F(EndingsE2e, AReaderThatClosesThePipeEndsItWell) {
-  int ends[2];
-  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-  auto options =
-      Program({"run", "--camera", "file:" + MakeClip(60), "--loop", "--out", "out", "--big", "-"});
-  options.out = ends[1];
-  Process process(options);
-  close(ends[1]);
-  std::string bytes(50'000, '\0');
-  ASSERT_GT(read(ends[0], bytes.data(), bytes.size()), 0);
-  close(ends[0]);
-  const ProcessResult result = process.Wait();
-  EXPECT_EQ(result.signal, 0);
-  EXPECT_EQ(result.exit_code, 0) << result.err;
-  EXPECT_THAT(result.err, HasSubstr("reader closed the pipe"));
-  ExpectWholeStart("out/small.mp4", 2, 60);
-}
-
-TEST_F(EndingsE2e, AProcessThatIsKilledLeavesFilesThatPlay) {
-  Process process(Program(EndlessRun()));
-  ASSERT_TRUE(WaitForBytes("out/big.mp4", 200'000));
-  process.Signal(SIGKILL);
-  EXPECT_EQ(process.Wait().signal, SIGKILL);
-  const PlayedFile big = Play(directory_ / "out/big.mp4");
-  EXPECT_GE(big.numbers.size(), 15U);
-}
-
-TEST_F(EndingsE2e, AFullDiskIsNamed) {
-  fs::create_directory(directory_ / "out");
-  fs::create_symlink("/dev/full", directory_ / "out/big.mp4");
-  const ProcessResult result = Run({"--camera", "file:" + MakeClip(60), "--force"});
-  EXPECT_EQ(result.exit_code, 22) << result.err;
-  EXPECT_THAT(result.err, HasSubstr("movra-producer: --big: "));
-  EXPECT_THAT(result.err, HasSubstr("No space left on device"));
-}
-
-TEST_F(EndingsE2e, AFileThatBreaksOffIsKeptAndTold) {
-  const std::string broken = MakeClip(60, {640, 360}, "broken.mkv");
-  fs::resize_file(broken, fs::file_size(broken) / 2);
-  const ProcessResult result = Run({"--camera", "file:" + broken, "--small", "off"});
-  EXPECT_EQ(result.exit_code, 16) << result.err;
-  EXPECT_THAT(result.err, HasSubstr("broken.mkv"));
-  const PlayedFile big = Play(directory_ / "out/big.mp4");
-  EXPECT_EQ(big.error, "");
-  EXPECT_GE(big.numbers.size(), 20U);
-  EXPECT_LT(big.numbers.size(), 60U);
-}
-
-TEST_F(EndingsE2e, WithoutStandardDescriptorsItWorksAllTheSame) {
-  auto options = Program({"run", "--camera", "file:" + MakeClip(10), "--out", "out"});
-  options.in_child = [] {
-    close(STDIN_FILENO);
-    close(STDOUT_FILENO);
-    close(STDERR_FILENO);
-  };
-  EXPECT_EQ(RunProcess(options).exit_code, 0);
-  EXPECT_EQ(Play(directory_ / "out/big.mp4").numbers, Numbers(10));
+  const std::string help = RunProcess({.words = {MOVRA_PRODUCER_BINARY, "run", "--help"}}).out;
+  const std::string begin = "Exit codes:\n";
+  std::set<std::string> listed;
+  for (std::size_t at = help.find(begin) + begin.size(); help.compare(at, 1, " ") == 0;
+       at = help.find('\n', at) + 1) {
+    listed.insert(help.substr(at, 6));
+  }
+  // An error that should not happen, and a build without the encoder, which has a test of its own.
+  listed.erase("   1  ");
+  listed.erase("  32  ");
+  EXPECT_EQ(seen, listed);
+  EXPECT_GE(AllEndings().size(), 60U);
 }
 
 }  // namespace

@@ -66,7 +66,8 @@ std::optional<Failure> WhyNotWritableFile(const Output& output, bool force) {
                                                         " is a directory; name a file in it"};
   }
   if (fs::exists(status)) {
-    if (!force) {
+    // Writing into a pipe or a device replaces nothing.
+    if (!force && fs::is_regular_file(status)) {
       return Failure{
           ExitCode::kOutputExists,
           Quoted(output.path) + " is there already; add --force to replace it, or write elsewhere"};

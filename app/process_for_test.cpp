@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <thread>
 
 namespace movra::app {
@@ -62,6 +63,22 @@ Process::~Process() {
 }
 
 void Process::Signal(int number) const { kill(id_, number); }
+
+void Process::Pause() const {
+  kill(id_, SIGSTOP);
+  waitpid(id_, nullptr, WUNTRACED);
+}
+
+std::string Process::Said() const { return ContentOf(err_); }
+
+bool Process::HasSignal(const std::string& set, int number) const {
+  std::ifstream status("/proc/" + std::to_string(id_) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind(set + ":", 0) != 0) continue;
+    return (std::stoull(line.substr(set.size() + 1), nullptr, 16) >> (number - 1) & 1) != 0;
+  }
+  return false;
+}
 
 ProcessResult Process::Wait(std::chrono::seconds longest) {
   int status = 0;

@@ -37,10 +37,22 @@ class Process {
 
   void Signal(int number) const;
 
+  // Stops it, all of its threads, where it is.
+  void Pause() const;
+
+  // Its standard error so far, if that is kept.
+  [[nodiscard]] std::string Said() const;
+  // Whether it blocks the signal; whether one has come that it has not taken yet.
+  [[nodiscard]] bool HoldsBack(int number) const { return HasSignal("SigBlk", number); }
+  [[nodiscard]] bool HasPending(int number) const { return HasSignal("ShdPnd", number); }
+
   // Waits for the end; kills it when that takes longer.
   ProcessResult Wait(std::chrono::seconds longest = std::chrono::seconds(60));
 
  private:
+  // Whether the signal is in the set of that name, see proc(5), /proc/[pid]/status.
+  [[nodiscard]] bool HasSignal(const std::string& set, int number) const;
+
   pid_t id_ = -1;
   int out_ = -1;  // Unnamed files.
   int err_ = -1;

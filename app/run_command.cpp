@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -57,7 +59,10 @@ std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, 
   if (files.contact_sheet.empty()) return "";
   std::vector<media::ContactSheetRow> rows;
   for (const StreamReport& stream : report.streams) {
-    if (stream.target.is_stdout() || stream.figures.frames == 0) continue;
+    // A pipe cannot be read back.
+    std::error_code error;
+    const bool is_file = std::filesystem::is_regular_file(stream.target.path, error);
+    if (stream.target.is_stdout() || !is_file || stream.figures.frames == 0) continue;
     const double seconds = std::chrono::duration<double>(stream.figures.media_time).count();
     const auto frames = static_cast<double>(stream.figures.frames);
     const double bits = 8.0 * static_cast<double>(stream.figures.bytes);
@@ -137,6 +142,9 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
 
   if (ValueOf(source).has_audio && !options.quiet) {
     console.Line("note: the source has sound, which is not carried");
+  }
+  if (ValueOf(source).is_interlaced && !options.quiet) {
+    console.Line("note: the source is interlaced, and its pictures are left so");
   }
   const auto session = std::make_shared<RunSession>(
       RunSetting{options, ValueOf(source), plan, ValueOf(files), program_start, console, loop});
