@@ -26,6 +26,8 @@ struct Axis {
   int target_samples;
 
   [[nodiscard]] double ratio() const { return extent / target_samples; }
+
+  friend bool operator==(const Axis&, const Axis&) = default;
 };
 
 // Where averaging by two begins. Up to there the filter covers two groups, and what a quad reads
@@ -94,6 +96,24 @@ std::vector<QuadTaps> QuadsOf(const Axis& axis, int bytes_per_sample) {
   return quads;
 }
 
+// The planes of a stream's frames have two or three widths, so a thread asks for the same few again
+// and again; making them costs a fifth of what using them does.
+const std::vector<QuadTaps>& CachedQuads(const Axis& axis, int bytes_per_sample) {
+  struct Entry {
+    Axis axis;
+    int bytes_per_sample;
+    std::vector<QuadTaps> quads;
+  };
+  constexpr std::size_t kEntries = 4;
+  thread_local std::vector<Entry> entries;
+  for (const Entry& entry : entries) {
+    if (entry.axis == axis && entry.bytes_per_sample == bytes_per_sample) return entry.quads;
+  }
+  if (entries.size() == kEntries) entries.erase(entries.begin());
+  entries.push_back({axis, bytes_per_sample, QuadsOf(axis, bytes_per_sample)});
+  return entries.back().quads;
+}
+
 // One row of the target's height and the source's width.
 void MixRow(const SourcePlane& source, const Axis& down, int y, std::size_t bytes,
             std::uint8_t* target) {
@@ -114,8 +134,7 @@ void Mix(const SourcePlane& source, const Axis& across, const Axis& down,
   const int bytes_per_sample = source.bytes_per_sample;
   const bool same_width = across.ratio() == 1;
   const bool same_height = down.ratio() == 1;
-  const std::vector<QuadTaps> quads =
-      same_width ? std::vector<QuadTaps>() : QuadsOf(across, bytes_per_sample);
+  const QuadTaps* const quads = same_width ? nullptr : CachedQuads(across, bytes_per_sample).data();
   // Behind its end the row goes on as at its edge: a narrow one has fewer samples than the filter,
   // and sixteen bytes are read from each quad's start in any case.
   const auto bytes = static_cast<std::size_t>(source.size.width * bytes_per_sample);
@@ -133,7 +152,7 @@ void Mix(const SourcePlane& source, const Axis& across, const Axis& down,
     for (std::size_t i = 0; i < margin; ++i) {
       mixed[bytes + i] = mixed[bytes + i - static_cast<std::size_t>(bytes_per_sample)];
     }
-    FastestRowKernels().mix_samples(mixed, quads.data(), GroupsOf(across),
+    FastestRowKernels().mix_samples(mixed, quads, GroupsOf(across),
                                     target.size.width * bytes_per_sample, out);
   }
 }
