@@ -1,5 +1,6 @@
 #include "media/output/still_reader.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -50,20 +51,27 @@ class StillReader {
     return true;
   }
 
-  // The picture of the packet that was read last.
-  std::optional<Still> Decode() {
+  // How many packets lie between the last key frame and the one that was read last.
+  [[nodiscard]] std::uint64_t packets_since_key_frame() const {
+    return since_key_frame_.size() - 1;
+  }
+
+  // The picture of the packet that was read last, or that of the key frame it goes back to.
+  std::optional<Still> Decode(bool key_frame) {
     AvFramePtr last;
-    for (const AvPacketPtr& packet : since_key_frame_) {
-      if (avcodec_send_packet(codec_.get(), packet.get()) == 0) Receive(last);
+    const std::size_t count = key_frame ? 1 : since_key_frame_.size();
+    for (std::size_t i = 0; i < count; ++i) {
+      if (avcodec_send_packet(codec_.get(), since_key_frame_[i].get()) == 0) Receive(last);
     }
     avcodec_send_packet(codec_.get(), nullptr);  // What the decoder still holds.
     Receive(last);
     avcodec_flush_buffers(codec_.get());
     if (last == nullptr) return std::nullopt;
     Still still;
-    if (packet_->pts != AV_NOPTS_VALUE && *first_pts_ != AV_NOPTS_VALUE) {
-      still.time = nanoseconds(
-          av_rescale_q(packet_->pts - *first_pts_, stream_->time_base, {1, 1'000'000'000}));
+    const std::int64_t pts = since_key_frame_[count - 1]->pts;
+    if (pts != AV_NOPTS_VALUE && *first_pts_ != AV_NOPTS_VALUE) {
+      still.time =
+          nanoseconds(av_rescale_q(pts - *first_pts_, stream_->time_base, {1, 1'000'000'000}));
     }
     still.frame = wrapper_.Wrap(std::move(last));
     return still;
@@ -100,8 +108,11 @@ std::vector<Still> ReadStills(const std::string& path, std::uint64_t frames, int
   for (std::uint64_t number = 0; part < parts && reader.ReadPacket(); ++number) {
     // The middle of each part; a short video has fewer pictures than parts.
     if (number < (2 * part + 1) * frames / (2 * parts)) continue;
+    const std::uint64_t since_begin = number - std::min(number, part * frames / parts);
+    const bool key_frame = reader.packets_since_key_frame() <= since_begin;
     while (part < parts && number >= (2 * part + 1) * frames / (2 * parts)) ++part;
-    if (auto still = reader.Decode(); still && still->frame) stills.push_back(std::move(*still));
+    if (auto still = reader.Decode(key_frame); still && still->frame)
+      stills.push_back(std::move(*still));
   }
   if (stills.empty()) *error = "not one picture could be decoded";
   return stills;
