@@ -94,6 +94,20 @@ TEST_P(ContainerTest, HoldsEveryPictureAtItsTime) {
   }
 }
 
+// Sooner than was expected of the picture before, wherever a fragment may end, and much later.
+TEST_P(ContainerTest, HoldsEveryPictureOfAnUnevenRateAtItsTime) {
+  SampleStream stream;
+  const auto writer = Create(path_, GetParam().format);
+  const auto at = [](std::int64_t i) {
+    return milliseconds(25 * i + 7 * (i * i % 4) + (i > 40 ? 900 : 0));
+  };
+  for (std::int64_t i = 0; i < 60; ++i) stream.Write(*writer, at(i), {160, 96}, i % 30 == 0);
+  writer->Close();
+  const DecodedFile file = DecodeFile(path_);
+  ASSERT_THAT(file.pictures, SizeIs(60));
+  for (std::size_t i = 0; i < 60; ++i) Expect(file, i, at(static_cast<std::int64_t>(i)));
+}
+
 TEST_P(ContainerTest, ASizeThatChangesWithinTheFileDecodesAcrossTheChange) {
   SampleStream stream;
   const auto writer = Create(path_, GetParam().format);

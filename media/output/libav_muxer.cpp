@@ -2,6 +2,7 @@
 #include <array>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
@@ -88,6 +89,8 @@ class LibavMuxer final : public IContainerMuxer {
 
   std::string AddStream(const MuxHeader& header);
   std::string WriteHeader();
+  // Hands the held picture over, with the units that it lasts.
+  int WriteHeld(std::int64_t duration);
   // Begins a fragment or cluster if the packet would make the one before too long.
   int FlushIfFull(const MuxPacket& packet);
   // All pictures so far go into the file.
@@ -106,7 +109,16 @@ class LibavMuxer final : public IContainerMuxer {
   std::uint64_t pictures_ = 0;
   std::uint64_t pictures_in_file_ = 0;
   nanoseconds fragment_start_{0};
-  std::int64_t last_units_ = 0;
+
+  // An MP4 tells how long each picture lasts, which is known when the next one comes.
+  struct Held {
+    std::vector<std::uint8_t> data;
+    std::int64_t time = -1;  // In units.
+    bool key_frame = false;
+  };
+  Held held_;  // Or the picture before, if none is held.
+  bool is_holding_ = false;
+  std::int64_t last_duration_ = 0;
 };
 
 std::string LibavMuxer::Start(const MuxHeader& header) {
@@ -173,27 +185,37 @@ std::string LibavMuxer::WriteHeader() {
 }
 
 std::string LibavMuxer::Write(const MuxPacket& packet) {
-  int result = FlushIfFull(packet);
-  if (result >= 0) {
-    // Two pictures within one unit still need an order.
-    const std::int64_t units = ToUnits(packet.time);
-    last_units_ = pictures_ > 0 ? std::max(last_units_ + 1, units) : units;
-    // Only read: a packet without a buffer of its own is copied where it has to last.
-    packet_->data = const_cast<std::uint8_t*>(packet.data.data());
-    packet_->size = static_cast<int>(packet.data.size());
-    packet_->pts = last_units_;
-    packet_->dts = last_units_;
-    packet_->duration = ToUnits(packet.duration);
-    packet_->flags = packet.key_frame ? AV_PKT_FLAG_KEY : 0;
-    packet_->stream_index = 0;
-    result = av_write_frame(context_.get(), packet_.get());
-    av_packet_unref(packet_.get());
-    ++pictures_;
-    // A transport stream has nothing to collect pictures for.
-    if (result >= 0 && format_ == ContainerFormat::kMpegTs) result = Flush();
-  }
+  // Two pictures within one unit still need an order.
+  const std::int64_t time = std::max(held_.time + 1, ToUnits(packet.time));
+  int result = is_holding_ ? WriteHeld(time - held_.time) : 0;
+  if (result >= 0) result = FlushIfFull(packet);
+  held_.data.assign(packet.data.begin(), packet.data.end());
+  held_.time = time;
+  held_.key_frame = packet.key_frame;
+  is_holding_ = true;
+  last_duration_ = ToUnits(packet.duration);
+  // Others than MP4 do not tell how long a picture lasts.
+  if (result >= 0 && format_ != ContainerFormat::kMp4) result = WriteHeld(last_duration_);
+  // A transport stream has nothing to collect pictures for.
+  if (result >= 0 && format_ == ContainerFormat::kMpegTs) result = Flush();
   if (result < 0) return Explain("write a picture", result);
   return file_.error().has_value() ? "the file refused it" : "";
+}
+
+int LibavMuxer::WriteHeld(std::int64_t duration) {
+  is_holding_ = false;
+  // A packet without a buffer of its own is copied where it has to last.
+  packet_->data = held_.data.data();
+  packet_->size = static_cast<int>(held_.data.size());
+  packet_->pts = held_.time;
+  packet_->dts = held_.time;
+  packet_->duration = duration;
+  packet_->flags = held_.key_frame ? AV_PKT_FLAG_KEY : 0;
+  packet_->stream_index = 0;
+  const int result = av_write_frame(context_.get(), packet_.get());
+  av_packet_unref(packet_.get());
+  ++pictures_;
+  return result;
 }
 
 int LibavMuxer::FlushIfFull(const MuxPacket& packet) {
@@ -203,7 +225,7 @@ int LibavMuxer::FlushIfFull(const MuxPacket& packet) {
   if (const int result = pictures_ > 0 ? Flush() : 0; result < 0) return result;
   if (format_ != ContainerFormat::kMp4) return 0;
   // Asked for anew for each fragment: it begins at its first picture's own time rather than where
-  // the expected durations of those before it add up to.
+  // the durations of those before it add up to.
   return av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0);
 }
 
@@ -218,11 +240,11 @@ int LibavMuxer::Flush() {
 }
 
 std::string LibavMuxer::Finish() {
+  int result = is_holding_ ? WriteHeld(last_duration_) : 0;
   // Before the trailer, so that an error in it costs no picture.
-  if (const int result = pictures_ > 0 ? Flush() : 0; result < 0) {
-    return Explain("write a picture", result);
-  }
-  const int result = av_write_trailer(context_.get());
+  if (result >= 0 && pictures_ > 0) result = Flush();
+  if (result < 0) return Explain("write a picture", result);
+  result = av_write_trailer(context_.get());
   avio_flush(io_.get());
   if (result < 0) return Explain("finish the file", result);
   return file_.error().has_value() ? "the file refused it" : "";
