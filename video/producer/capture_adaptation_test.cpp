@@ -390,6 +390,16 @@ TEST_F(CameraSize, BecomesZeroWhenTheModeLosesItsNameWhileCapturing) {
                   "camera_service.GetSelf()", "camera_service.UpdateCaptureParams({cam-1 0x0})"));
 }
 
+TEST_F(CameraSize, CountsAsZeroWhileTheApplicationChoseNone) {
+  const auto producer = MakeProducer();
+  producer->SetProducerMode(ProducerMode::kOwnSize);
+  producer->StartCapture(Camera(), {});
+  producer->SetProducerMode(ProducerMode::kEncodeSize);
+  EXPECT_THAT(AdaptationBy(*producer, SizeOf(1280, 720)),
+              Contains(Info("Update camera capture size from Size{0x0} to Size{1280x720} in "
+                            "kEncodeSize")));
+}
+
 TEST_F(CameraSize, ChangesWhenOnlyOneSideDiffers) {
   const auto producer = MakeProducer();
   SetBigEncodeSize(*producer, 1280, 720);
