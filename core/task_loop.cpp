@@ -49,11 +49,9 @@ void TaskLoop::WaitForTasks(std::unique_lock<std::mutex>& lock) {
     if (next_due <= Clock::now()) break;
     wake_.wait_until(lock, next_due);
   }
-  posted_.TakeAll(running_);
 }
 
 void TaskLoop::TakeDueTasks() {
-  if (delayed_.empty()) return;
   const auto due = delayed_.upper_bound(Clock::now());
   for (auto it = delayed_.begin(); it != due; ++it) running_.push_back(std::move(it->second));
   delayed_.erase(delayed_.begin(), due);
@@ -99,7 +97,6 @@ void TaskLoop::DestroyTasks() {
     {
       const std::lock_guard lock(mutex_);
       delayed.swap(delayed_);
-      has_delayed_.store(false, std::memory_order_relaxed);
     }
     if (next_ == running_.size() && posted.empty() && delayed.empty()) return;
     std::exchange(running_, {}).clear();
