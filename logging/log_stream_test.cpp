@@ -41,6 +41,12 @@ std::ostream& operator<<(std::ostream& out, const Size& size) {
   return out << "Size{" << size.width << "x" << size.height << "}";
 }
 
+struct Breaking {};
+std::ostream& operator<<(std::ostream& out, Breaking) {
+  out.setstate(std::ios_base::failbit);
+  return out;
+}
+
 struct NotPrintable {};
 
 template <class T>
@@ -133,7 +139,19 @@ TEST(LogStream, HonoursTheFormatFlagsForNumbers) {
 
 TEST(LogStream, FormatFlagsEndWithTheirLine) {
   Text(std::hex, std::setfill('*'), std::setprecision(1), std::showpos, std::setw(9));
-  EXPECT_EQ(Text(255, std::setw(4), 255, 1.25, true), "255 2551.25true");
+  EXPECT_EQ(Text("", 255, std::setw(4), 255, 1.25, true), "255 2551.25true");
+  EXPECT_EQ(Text(3.14159265), "3.14159");
+}
+
+TEST(LogStream, AStreamThatAPrinterBrokeIsWholeInTheNextLine) {
+  Text(Breaking());
+  EXPECT_EQ(Text(1.25), "1.25");
+}
+
+TEST(LogStream, TheFirstLineOfAThreadPrintsLikeEveryOther) {
+  std::string first;
+  std::thread([&first] { first = Text(true, std::setw(3), 1); }).join();
+  EXPECT_EQ(first, "true  1");
 }
 
 TEST(LogStream, PrintsAnEnumerationByItsOwnPrinterOrElseAsItsNumber) {
