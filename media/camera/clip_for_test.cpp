@@ -30,6 +30,8 @@ void WriteFrame(std::FILE* out, const video::PixelFrame& frame) {
 
 }  // namespace
 
+ClipDirectory::ClipDirectory() = default;
+
 std::string ClipDirectory::Make(const std::string& name, const std::string& arguments, int frames,
                                 video::Size size) const {
   const std::string command = "cd '" + directory_.path().string() +

@@ -12,6 +12,8 @@ namespace movra::media {
 // A directory of video files that the `ffmpeg` command line makes; it goes with the object.
 class ClipDirectory {
  public:
+  ClipDirectory();  // Not defaulted here, or clang would not let a directory be const.
+
   [[nodiscard]] std::string Path(const std::string& name) const { return directory_ / name; }
 
   // Encodes `frames` test pictures, 30 a second and with the markers 0, 1, 2 ..., by
