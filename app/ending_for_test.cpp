@@ -5,8 +5,10 @@
 #include <linux/capability.h>
 #include <poll.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -83,6 +85,7 @@ void EndingRun::MakeSource(const std::string& name) {
   std::error_code error;
   if (fs::exists(Path(name), error)) return;
   if (name == "CLIP.mp4" || name == "UNREADABLE.mp4") encoded(5, {64, 64}, "");
+  if (name == "CLIP.y4m") fs::copy_file(clips_.Make("clip.y4m", "", 60, {320, 180}), Path(name));
   if (name == "UNREADABLE.mp4") fs::permissions(Path(name), fs::perms::none);
   if (name == "a clip, Führungs клип 你好.mp4") encoded(30, {640, 360}, "");
   if (name == "DAMAGED.mp4" || name == "DAMAGED.ts") encoded(60, {640, 360}, "-g 10");
@@ -132,6 +135,24 @@ std::string EndingRun::MountDisk(const std::string& options, unsigned long flags
   }
   mounted_ = true;
   return "";
+}
+
+void EndingRun::MakeSourcePipe() const {
+  EXPECT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+  signal(SIGPIPE, SIG_IGN);  // Writing fails if the program has ended.
+}
+
+int EndingRun::OpenSourcePipe() {
+  // Without a reader this fails.
+  const int flags = O_WRONLY | O_NONBLOCK | O_CLOEXEC;
+  EXPECT_TRUE(WaitUntil([&] { return (pipe_[1] = open(Path("pipe").c_str(), flags)) >= 0; }));
+  fcntl(pipe_[1], F_SETFL, 0);
+  return pipe_[1];
+}
+
+void EndingRun::CloseSourcePipe() {
+  close(pipe_[1]);
+  pipe_[1] = -1;
 }
 
 int EndingRun::OpenPipe() {

@@ -42,6 +42,13 @@ class EndingRun {
   void WaitForFile(const std::string& file) const;
   void WaitForText(const std::string& text) const;  // On the program's standard error.
 
+  // Makes the named pipe "pipe", for the program to read. The other end, once it does, which takes
+  // what is written as fast as the program reads it; closed when the run is over.
+  void MakeSourcePipe() const;
+  [[nodiscard]] int OpenSourcePipe();
+  [[nodiscard]] int source_pipe() const { return pipe_[1]; }
+  void CloseSourcePipe();
+
   // Puts a file system of so many bytes, with other options of mount, on the directory "disk".
   // Returns why that was refused, or nothing.
   [[nodiscard]] std::string MountDisk(const std::string& options, unsigned long flags = 0);

@@ -1,5 +1,14 @@
 // Sources that are not there, cannot be read, are damaged or break off.
 
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
 #include "app/ending_for_test.h"
 
 namespace movra::app {
@@ -63,11 +72,73 @@ std::vector<Ending> Damaged() {
   };
 }
 
+// A clip comes through a pipe, half of it.
+std::string BeginToSend(EndingRun& run) {
+  std::ifstream file(run.Path("CLIP.y4m"), std::ios::binary);
+  const std::string clip{std::istreambuf_iterator<char>(file), {}};
+  const int pipe = run.OpenSourcePipe();
+  EXPECT_GT(write(pipe, clip.data(), clip.size() / 2), 0);
+  return clip.substr(clip.size() / 2);
+}
+
+std::vector<Ending> Stalled() {
+  const std::string says = "note: the source gives nothing; waiting for it";
+  const std::vector<std::string> words{"run", "--camera", "file:DIR/pipe", "--out", "out"};
+  const auto prepare = [](EndingRun& run) {
+    run.MakeSourcePipe();
+    static_cast<void>(run.Filled("DIR/CLIP.y4m"));
+    return std::string();
+  };
+  return {
+      {"ASourceThatStallsForFiveSeconds",
+       words,
+       0,
+       says,
+       {{.file = "out/big.mp4", .at_least = 60}},
+       prepare,
+       {},
+       [says](EndingRun& run) {
+         const std::string rest = BeginToSend(run);
+         const auto stalled = std::chrono::steady_clock::now();
+         run.WaitForText(says);
+         std::this_thread::sleep_until(stalled + std::chrono::milliseconds(5100));
+         EXPECT_EQ(write(run.source_pipe(), rest.data(), rest.size()),
+                   static_cast<ssize_t>(rest.size()));
+         run.CloseSourcePipe();
+       }},
+      {"CtrlCWhileTheSourceStalls",
+       words,
+       0,
+       "; interrupted",
+       {{.file = "out/big.mp4", .at_least = 20}},
+       prepare,
+       {},
+       [says](EndingRun& run) {
+         static_cast<void>(BeginToSend(run));
+         run.WaitForText(says);
+         run.process().Signal(SIGINT);
+       }},
+      {"CtrlCBeforeTheSourceHasAWriter",
+       words,
+       0,
+       "nothing was written: interrupted",
+       {{.file = "out/big.mp4", .at_least = 0}},
+       prepare,
+       {},
+       [](EndingRun& run) {
+         EXPECT_TRUE(WaitUntil([&] { return run.process().HoldsBack(SIGINT); }));
+         run.process().Signal(SIGINT);
+       }},
+  };
+}
+
 }  // namespace
 
 std::vector<Ending> EndingsOfSources() {
   std::vector<Ending> rows = Refused();
-  for (Ending& row : Damaged()) rows.push_back(std::move(row));
+  for (auto more : {&Damaged, &Stalled}) {
+    for (Ending& row : more()) rows.push_back(std::move(row));
+  }
   return rows;
 }
 

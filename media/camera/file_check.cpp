@@ -32,6 +32,10 @@ FileCheck CheckReadableFile(const std::string& path) {
   if (S_ISDIR(status.st_mode)) {
     return {CameraError::kNotAFile, "'" + path + "' is a directory, not a video file"};
   }
+  if (S_ISFIFO(status.st_mode)) {
+    if (access(path.c_str(), R_OK) != 0) return FromErrno(path, errno);
+    return {CameraError::kNone, "", true};
+  }
   if (!S_ISREG(status.st_mode))
     return {CameraError::kNotAFile, "'" + path + "' is not a regular file"};
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);

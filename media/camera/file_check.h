@@ -10,10 +10,11 @@ namespace movra::media {
 struct FileCheck {
   CameraError error = CameraError::kNone;
   std::string text;  // For people; names the file.
+  bool is_pipe = false;
 };
 
-// Whether the path names a regular file that can be read and is not empty. Pipes and devices are
-// refused: opening one may wait for ever, and a video often cannot be read front to back.
+// Whether the path names a regular file that can be read and is not empty, or a named pipe, which
+// is not opened: that may wait. Devices are refused.
 [[nodiscard]] FileCheck CheckReadableFile(const std::string& path);
 
 }  // namespace movra::media

@@ -86,13 +86,12 @@ int VideoFileDecoder::IsInterrupted(void* decoder) {
 
 CameraInfo VideoFileDecoder::Open(const std::string& path) {
   path_ = path;
-  if (const FileCheck check = CheckReadableFile(path); check.error != CameraError::kNone) {
-    return Failure(check.error, check.text);
-  }
+  const FileCheck check = CheckReadableFile(path);
+  if (check.error != CameraError::kNone) return Failure(check.error, check.text);
   if (const std::string error = LoadFfmpeg(); !error.empty()) {
     return Failure(CameraError::kUnavailable, error);
   }
-  if (const int error = OpenContainer(path); error != 0) {
+  if (const int error = OpenContainer(path, check.is_pipe); error != 0) {
     return Failure(
         CameraError::kNotAVideo,
         "'" + path + "' is not a video, or its beginning is damaged (" + ErrorText(error) + ")");
@@ -119,10 +118,14 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
   return Describe();
 }
 
-int VideoFileDecoder::OpenContainer(const std::string& path) {
+int VideoFileDecoder::OpenContainer(const std::string& path, bool is_pipe) {
+  if (is_pipe) {
+    if (const int error = pipe_.Open(path); error != 0) return error;
+  }
   AVFormatContext* context = avformat_alloc_context();
   if (context == nullptr) return AVERROR(ENOMEM);
   context->interrupt_callback = {&IsInterrupted, this};
+  context->pb = pipe_.context();
   // The prefix keeps a file whose name looks like an address from being taken for one. The context
   // is freed where this fails.
   const std::string url = "file:" + path;
@@ -292,7 +295,8 @@ nanoseconds VideoFileDecoder::FrameDuration(const AVFrame& frame) const {
 }
 
 bool VideoFileDecoder::Rewind() {
-  if (delivered_ == 0) return false;
+  // What came through a pipe is gone.
+  if (delivered_ == 0 || pipe_.context() != nullptr) return false;
   // By the decoding time: what is decoded first is often shown later.
   const std::int64_t start = first_packet_dts_.value_or(0);
   if (av_seek_frame(container_.get(), stream_->index, start, AVSEEK_FLAG_BACKWARD) < 0 &&

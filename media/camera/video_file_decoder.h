@@ -9,6 +9,7 @@
 
 #include "media/camera/av_frame_wrapper.h"
 #include "media/camera/camera_source.h"
+#include "media/camera/pipe_input.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/frame/orient_frame.h"
 #include "video/camera_service.h"
@@ -53,13 +54,16 @@ class VideoFileDecoder {
   [[nodiscard]] bool Rewind();
 
   // Makes Open and Next give up soon. Any thread.
-  void Interrupt() { interrupted_ = true; }
+  void Interrupt() {
+    interrupted_ = true;
+    pipe_.Interrupt();
+  }
 
  private:
   static int IsInterrupted(void* decoder);
 
   // These answer 0 or FFmpeg's error.
-  int OpenContainer(const std::string& path);
+  int OpenContainer(const std::string& path, bool is_pipe);
   int OpenDecoder();
   [[nodiscard]] video::CameraInfo Describe() const;
 
@@ -78,6 +82,7 @@ class VideoFileDecoder {
   const int threads_;
   std::atomic<bool> interrupted_ = false;
   std::string path_;
+  PipeInput pipe_;  // What the container is read from if that is a pipe.
   AvInputPtr container_;
   AvCodecContextPtr codec_;
   AvPacketPtr packet_;

@@ -101,7 +101,8 @@ Y4mReader::~Y4mReader() {
 }
 
 bool Y4mReader::CanRead(const std::string& path) {
-  if (CheckReadableFile(path).error != CameraError::kNone) return false;
+  const FileCheck check = CheckReadableFile(path);
+  if (check.error != CameraError::kNone || check.is_pipe) return false;
   const OwnedFile file(path);
   return ParseY4mHeader(ReadLine(file.get(), 0, kLongestHeader)).has_value();
 }

@@ -8,6 +8,11 @@ namespace movra::media {
 
 void AvDeleter::operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
 
+void AvDeleter::operator()(AVIOContext* context) const {
+  av_freep(&context->buffer);
+  avio_context_free(&context);
+}
+
 void AvDeleter::operator()(AVFrame* frame) const { av_frame_free(&frame); }
 
 void AvDeleter::operator()(AVPacket* packet) const { av_packet_free(&packet); }

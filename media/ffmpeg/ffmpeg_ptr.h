@@ -7,6 +7,7 @@
 struct AVCodecContext;
 struct AVFormatContext;
 struct AVFrame;
+struct AVIOContext;
 struct AVPacket;
 struct SwsContext;
 
@@ -16,6 +17,7 @@ struct SwsContext;
 namespace movra::media {
 
 struct AvDeleter {
+  void operator()(AVIOContext* context) const;  // With its buffer.
   void operator()(AVCodecContext* context) const;
   void operator()(AVFrame* frame) const;
   void operator()(AVPacket* packet) const;
@@ -34,6 +36,7 @@ struct AvOutputDeleter {
 using AvInputPtr = std::unique_ptr<AVFormatContext, AvInputDeleter>;
 using AvOutputPtr = std::unique_ptr<AVFormatContext, AvOutputDeleter>;
 using AvCodecContextPtr = std::unique_ptr<AVCodecContext, AvDeleter>;
+using AvIoPtr = std::unique_ptr<AVIOContext, AvDeleter>;
 using AvFramePtr = std::unique_ptr<AVFrame, AvDeleter>;
 using AvPacketPtr = std::unique_ptr<AVPacket, AvDeleter>;
 using SwsContextPtr = std::unique_ptr<SwsContext, AvDeleter>;

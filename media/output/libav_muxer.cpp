@@ -30,14 +30,6 @@ constexpr std::array<std::uint8_t, 3> kMatroskaOurScale{0x00, 0x27, 0x10};
 // The element stands at the head of the file, before any picture.
 constexpr std::int64_t kMatroskaHeadBytes = 4096;
 
-struct AvIoDeleter {
-  void operator()(AVIOContext* context) const {
-    av_freep(&context->buffer);
-    avio_context_free(&context);
-  }
-};
-using AvIoPtr = std::unique_ptr<AVIOContext, AvIoDeleter>;
-
 class Options {
  public:
   Options() = default;
