@@ -131,6 +131,15 @@ TEST_F(RunLoopTest, RunUntilIdleRunsWhatTasksPostAndReturnsWithoutWaiting) {
   EXPECT_THAT(ran_, ElementsAre(1));
 }
 
+TEST_F(RunLoopTest, RunUntilIdleRunsADelayedTaskThatIsDueOnce) {
+  loop_.PostDelayed(Record(1), nanoseconds(1));
+  const auto posted = Clock::now();
+  while (Clock::now() <= posted + nanoseconds(1)) continue;
+  loop_.RunUntilIdle();
+  loop_.RunUntilIdle();
+  EXPECT_THAT(ran_, ElementsAre(1));
+}
+
 TEST_F(RunLoopTest, DelayedTasksRunInTheOrderInWhichTheyAreDueAndNotBefore) {
   const Clock::time_point begin = Clock::now();
   Clock::duration waited{};

@@ -43,11 +43,11 @@ void TaskLoop::WaitForTasks(std::unique_lock<std::mutex>& lock) {
   while (posted_.FallAsleep() && !quit_.load(std::memory_order_relaxed)) {
     if (delayed_.empty()) {
       wake_.wait(lock);
-      continue;
+    } else if (const auto next_due = delayed_.begin()->first; next_due > Clock::now()) {
+      wake_.wait_until(lock, next_due);
+    } else {
+      break;
     }
-    const Clock::time_point next_due = delayed_.begin()->first;
-    if (next_due <= Clock::now()) break;
-    wake_.wait_until(lock, next_due);
   }
 }
 
