@@ -258,9 +258,13 @@ INSTANTIATE_TEST_SUITE_P(
                           .big = {1280, 720},
                           .small = {320, 180},
                           .frames = 3},
-                      Row{.name = "Interlaced",
+                      Row{.name = "InterlacedMpeg2",
                           .file = "clip.ts",
                           .arguments = "-c:v mpeg2video -q:v 2 -flags +ildct+ilme -vf setfield=tff",
+                          .said = "interlaced"},
+                      Row{.name = "InterlacedH264",
+                          .file = "clip.mp4",
+                          .arguments = std::string(kH264) + "-flags +ildct+ilme -vf setfield=tff",
                           .said = "interlaced"}),
     NameOf);
 
