@@ -67,6 +67,11 @@ TEST_F(MainQueue, MissingItDestroysWhatIsPostedAndSaysSo) {
   EXPECT_THAT(sink.texts(), ElementsAre("No main queue is installed; the task is dropped",
                                         "No main queue is installed; the task is dropped"));
   EXPECT_EQ(sink.lines().front().level, movra_logging::kLogLevelError);
+
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelOff);
+  GetMainQueue()->Post(movra_base::BindOnce([] {}));
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelInfo);
+  EXPECT_EQ(sink.lines().size(), 2U) << "and nothing with logging off";
 }
 
 }  // namespace
