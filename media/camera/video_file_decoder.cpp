@@ -275,17 +275,29 @@ Orientation VideoFileDecoder::OrientationNow(const AVFrame& frame) {
 }
 
 nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {
-  nanoseconds timestamp = last_timestamp_ + last_duration_;
-  if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
-    if (!first_pts_) first_pts_ = frame.best_effort_timestamp;
-    timestamp =
-        pass_start_ + InNanoseconds(frame.best_effort_timestamp - *first_pts_, stream_->time_base);
+  const nanoseconds expected = last_timestamp_ + last_duration_;
+  nanoseconds timestamp = expected;
+  if (const std::int64_t pts = frame.best_effort_timestamp; pts != AV_NOPTS_VALUE) {
+    if (!first_pts_) first_pts_ = pts;
+    timestamp = pass_start_ + InNanoseconds(pts - *first_pts_, stream_->time_base);
+    // Recordings put one behind the other begin to count anew.
+    if (delivered_ > 0 && IsAnotherClock(timestamp - expected)) {
+      pass_start_ = expected;
+      first_pts_ = pts;
+      timestamp = expected;
+    }
   }
   // Broken files stamp two frames alike, or backwards.
   timestamp = std::max(timestamp, last_timestamp_ + nanoseconds(1));
   last_timestamp_ = timestamp;
   last_duration_ = FrameDuration(frame);
   return timestamp;
+}
+
+bool VideoFileDecoder::IsAnotherClock(nanoseconds jump) const {
+  // Forwards a picture may stand still for as long as it likes, but in what is broadcast.
+  const bool may_jump = (container_->iformat->flags & AVFMT_TS_DISCONT) != 0;
+  return jump < -milliseconds(500) || (may_jump && jump > seconds(10));
 }
 
 nanoseconds VideoFileDecoder::FrameDuration(const AVFrame& frame) const {

@@ -76,6 +76,7 @@ class VideoFileDecoder {
   [[nodiscard]] Orientation OrientationNow(const AVFrame& frame);
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
   [[nodiscard]] video::StreamEnd End() const;
+  [[nodiscard]] bool IsAnotherClock(std::chrono::nanoseconds jump) const;
   [[nodiscard]] std::chrono::nanoseconds FrameDuration(const AVFrame& frame) const;
   void CountDamage();
 

@@ -3,6 +3,7 @@
 #include <sys/fsuid.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <numeric>
@@ -136,6 +137,24 @@ TEST_F(VideoFileDecoderTest, RemovesTheOffsetAtWhichAFileStarts) {
       Decode(clips_.Make("offset.ts", std::string(kFastH264) + " -output_ts_offset 10", 10));
   EXPECT_THAT(decoded.Numbers(), ElementsAreArray(Range(0, 10)));
   EXPECT_THAT(decoded.Timestamps(), ElementsAreArray(TimestampsAt30(10, 90000)));
+}
+
+TEST_F(VideoFileDecoderTest, GoesOnCountingWhereAFileBeginsToCountAnew) {
+  const std::string arguments = std::string(kFastH264) + " -bf 0";
+  clips_.Make("now.ts", arguments, 30);
+  clips_.Make("later.ts", arguments + " -output_ts_offset 3600", 30);
+  for (const std::string order : {"now.ts later.ts", "later.ts now.ts"}) {
+    ASSERT_EQ(std::system(("cd '" + clips_.Path("") + "' && cat " + order + " > both.ts").c_str()),
+              0);
+    const Decoded decoded = Decode(clips_.Path("both.ts"));
+    ASSERT_THAT(decoded.frames, SizeIs(60)) << order;
+    const std::vector<nanoseconds> timestamps = decoded.Timestamps();
+    for (std::size_t i = 0; i < timestamps.size(); ++i) {
+      EXPECT_NEAR(static_cast<double>(timestamps[i].count()), static_cast<double>(i) / 30 * 1e9,
+                  1e6)
+          << order;
+    }
+  }
 }
 
 TEST_F(VideoFileDecoderTest, KeepsAVariableFrameRate) {
