@@ -26,7 +26,7 @@ inline constexpr char kReportGroup[] = "Reports";
 
 inline constexpr char kCameraText[] =
     "test: (a moving test picture; this is the default),\n"
-    "file:PATH (a video file) or /dev/videoN";
+    "file:PATH (a video file or a named pipe) or /dev/videoN";
 inline constexpr char kModeText[] =
     "How the size asked of the camera follows from the big\n"
     "stream's: 0, 2 limited to 1920x1080, 1 as it is,\n"

@@ -83,21 +83,18 @@ std::vector<Ending> Refused() {
   };
 }
 
-std::vector<Ending> Full() {
+std::string FillDisk(EndingRun& run) {
+  const std::string refusal = run.MountDisk("size=8k");
+  std::ofstream(run.Path("disk/mine")) << std::string(10'000, 'x');
+  return refusal;
+}
+
+std::vector<Ending> FullDisks() {
   const auto mounted = [](const char* options) {
     return [options](EndingRun& run) { return run.MountDisk(options); };
   };
   return {
-      {"ADiskThatIsFullAlready",
-       Into("disk"),
-       22,
-       "No space left on device",
-       {},
-       [](EndingRun& run) {
-         const std::string refusal = run.MountDisk("size=8k");
-         std::ofstream(run.Path("disk/mine")) << std::string(10'000, 'x');
-         return refusal;
-       }},
+      {"ADiskThatIsFullAlready", Into("disk"), 22, "No space left on device", {}, &FillDisk},
       {"ADiskThatFillsUp",
        Into("disk", {}, kEndless),
        22,
@@ -127,11 +124,12 @@ std::vector<Ending> Full() {
        22,
        "--stats: 'DIR/disk/stats.json' could not be written",
        {Big("out", 60), Small("out", 30)},
-       [](EndingRun& run) {
-         const std::string refusal = run.MountDisk("size=8k");
-         std::ofstream(run.Path("disk/mine")) << std::string(10'000, 'x');
-         return refusal;
-       }},
+       &FillDisk},
+  };
+}
+
+std::vector<Ending> SpecialFiles() {
+  return {
       {"AFileThatMayNotGrow",
        Into("out", {}, kEndless),
        22,
@@ -229,7 +227,7 @@ std::vector<Ending> Named() {
 
 std::vector<Ending> EndingsOfOutputs() {
   std::vector<Ending> rows = Refused();
-  for (auto more : {&Full, &Again, &Named}) {
+  for (auto more : {&FullDisks, &SpecialFiles, &Again, &Named}) {
     for (Ending& row : more()) rows.push_back(std::move(row));
   }
   return rows;

@@ -41,6 +41,20 @@ Meanwhile SignalAfter(const std::string& file, std::uintmax_t bytes, int number)
   };
 }
 
+Meanwhile SignalWhenThere(const std::string& file) {
+  return [=](EndingRun& run) {
+    run.WaitForFile(file);
+    run.process().Signal(SIGINT);
+  };
+}
+
+Meanwhile SignalWhenItSays(const std::string& text) {
+  return [=](EndingRun& run) {
+    run.WaitForText(text);
+    run.process().Signal(SIGINT);
+  };
+}
+
 std::vector<Ending> Interrupted() {
   const std::vector<LeftBehind> both{Big(15), Small(7)};
   const auto at = [](int number) { return SignalAfter("out/small.mp4", 6000, number); };
@@ -61,7 +75,12 @@ std::vector<Ending> Interrupted() {
          run.WaitForBytes("out/small.mp4", 20'000);
          run.process().Signal(SIGINT);
        }},
-      // The first 50 ms, by what the program has come to.
+  };
+}
+
+// In the first 50 ms, by what the program has come to.
+std::vector<Ending> InterruptedAtTheBeginning() {
+  return {
       {"CtrlCAsSoonAsItMinds",
        Run(kEndless),
        0,
@@ -80,10 +99,7 @@ std::vector<Ending> Interrupted() {
        {Big(0), Small(0)},
        {},
        {},
-       [](EndingRun& run) {
-         run.WaitForFile("out");
-         run.process().Signal(SIGINT);
-       }},
+       SignalWhenThere("out")},
       {"CtrlCWhenItsFileIsThere",
        Run(kEndless),
        0,
@@ -91,10 +107,7 @@ std::vector<Ending> Interrupted() {
        {Big(0), Small(0)},
        {},
        {},
-       [](EndingRun& run) {
-         run.WaitForFile("out/big.mp4");
-         run.process().Signal(SIGINT);
-       }},
+       SignalWhenThere("out/big.mp4")},
       {"CtrlCAtTheFirstByte",
        Run(kEndless),
        0,
@@ -103,7 +116,12 @@ std::vector<Ending> Interrupted() {
        {},
        {},
        SignalAfter("out/big.mp4", 1, SIGINT)},
-      // The last 50 ms, likewise.
+  };
+}
+
+// In the last 50 ms, likewise.
+std::vector<Ending> InterruptedAtTheEnd() {
+  return {
       {"CtrlCAtTheLastBytes",
        Run(kFinite),
        0,
@@ -119,10 +137,7 @@ std::vector<Ending> Interrupted() {
        {Big(60), Small(30)},
        {},
        {},
-       [](EndingRun& run) {
-         run.WaitForFile("out/contact-sheet.png");
-         run.process().Signal(SIGINT);
-       }},
+       SignalWhenThere("out/contact-sheet.png")},
       {"CtrlCWhenItHasSaidHowItWent",
        Run(kFinite),
        0,
@@ -130,10 +145,7 @@ std::vector<Ending> Interrupted() {
        {Big(60), Small(30)},
        {},
        {},
-       [](EndingRun& run) {
-         run.WaitForText("source ended");
-         run.process().Signal(SIGINT);
-       }},
+       SignalWhenItSays("source ended")},
   };
 }
 
@@ -174,19 +186,20 @@ std::vector<Ending> Killed() {
   return rows;
 }
 
-// Reads some bytes of the program's standard output, then closes it.
+std::string ReadItsOutput(EndingRun& run) {
+  EXPECT_GE(run.OpenPipe(), 0);
+  return "";
+}
+
+// They read some bytes of the program's standard output, then close it.
 std::vector<Ending> ReadersThatGo() {
-  const auto open = [](EndingRun& run) {
-    EXPECT_GE(run.OpenPipe(), 0);
-    return std::string();
-  };
   const auto row = [&](const std::string& name, const std::string& spec) {
     return Ending{name,
                   Run(kEndless, {"--big", spec}),
                   0,
                   "; reader closed the pipe",
                   {Small(0)},
-                  open,
+                  &ReadItsOutput,
                   {},
                   [](EndingRun& run) {
                     std::string bytes(50'000, '\0');
@@ -203,17 +216,22 @@ std::vector<Ending> ReadersThatGo() {
        0,
        "; reader closed the pipe",
        {Small(0)},
-       [open](EndingRun& run) {
-         const std::string refusal = open(run);
+       [](EndingRun& run) {
+         ReadItsOutput(run);
          run.ClosePipe();
-         return refusal;
+         return std::string();
        }},
+  };
+}
+
+std::vector<Ending> ReadersThatTakeNothing() {
+  return {
       {"CtrlCWhileAReaderTakesNothing",
        Run(kEndless, {"--big", "640x360,20M,-"}),
        0,
        "note: --big: broke off writing standard output: its reader takes nothing",
        {Small(1)},
-       open,
+       &ReadItsOutput,
        {},
        [](EndingRun& run) {
          run.WaitForFullPipe();
@@ -224,18 +242,15 @@ std::vector<Ending> ReadersThatGo() {
        0,
        "note: the reader of --big takes nothing; waiting for it",
        {Small(1)},
-       open,
+       &ReadItsOutput,
        {},
-       [](EndingRun& run) {
-         run.WaitForText("takes nothing");
-         run.process().Signal(SIGINT);
-       }},
+       SignalWhenItSays("takes nothing")},
       {"ASecondCtrlCWhateverItWaitsFor",
        Run(kEndless, {"--big", "640x360,20M,-"}),
        130,
        "",
        {Small(0)},
-       open,
+       &ReadItsOutput,
        {},
        [](EndingRun& run) {
          run.WaitForFullPipe();
@@ -361,7 +376,8 @@ std::vector<Ending> LittleOfEverything() {
 
 std::vector<Ending> EndingsOfProcesses() {
   std::vector<Ending> rows = Interrupted();
-  for (auto more : {&Killed, &ReadersThatGo, &Descriptors, &LittleOfEverything}) {
+  for (auto more : {&InterruptedAtTheBeginning, &InterruptedAtTheEnd, &Killed, &ReadersThatGo,
+                    &ReadersThatTakeNothing, &Descriptors, &LittleOfEverything}) {
     for (Ending& row : more()) rows.push_back(std::move(row));
   }
   return rows;

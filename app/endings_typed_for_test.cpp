@@ -4,7 +4,9 @@
 
 namespace movra::app {
 
-std::vector<Ending> EndingsOfWhatWasTyped() {
+namespace {
+
+std::vector<Ending> NotUnderstood() {
   const std::string clip = "file:DIR/CLIP.mp4";
   return {
       {"NoCommand", {}, 2, "a command is missing; use run or devices"},
@@ -30,6 +32,11 @@ std::vector<Ending> EndingsOfWhatWasTyped() {
       {"UnknownMode", {"run", "--mode", "7"}, 4, "--mode: '7' is not a mode; use 0 to 3"},
       {"UnknownLevel", {"run", "--log-level", "loud"}, 4, "use off, error, warning or info"},
       {"EmptyDirectoryName", {"run", "--out", ""}, 4, "--out: the name is empty"},
+  };
+}
+
+std::vector<Ending> OutOfRange() {
+  return {
       {"SizeOfZero", {"run", "--size", "0x0"}, 5, "the width is 0"},
       {"SpecSizeOfZero", {"run", "--big", "1280x0"}, 5, "the height is 0"},
       {"RateOfZero", {"run", "--fps", "0"}, 5, "--fps: the rate is 0"},
@@ -46,6 +53,12 @@ std::vector<Ending> EndingsOfWhatWasTyped() {
       {"EndlessTime", {"run", "--duration", "100000h"}, 6, "1000h is the longest"},
       {"UnknownEnding", {"run", "--big", "talk.avi"}, 7, "use .mp4, .mkv, .ts or .h264"},
       {"UnknownEndingOfStandardOutput", {"run", "--big", "-.avi"}, 7, "'-.avi'"},
+  };
+}
+
+std::vector<Ending> InEachOthersWay() {
+  const std::string clip = "file:DIR/CLIP.mp4";
+  return {
       {"OneFileForBoth",
        {"run", "--camera", clip, "--big", "a.mp4", "--small", "a.mp4"},
        8,
@@ -67,6 +80,16 @@ std::vector<Ending> EndingsOfWhatWasTyped() {
        8,
        "--big would overwrite the source"},
   };
+}
+
+}  // namespace
+
+std::vector<Ending> EndingsOfWhatWasTyped() {
+  std::vector<Ending> rows = NotUnderstood();
+  for (auto more : {&OutOfRange, &InEachOthersWay}) {
+    for (Ending& row : more()) rows.push_back(std::move(row));
+  }
+  return rows;
 }
 
 }  // namespace movra::app
