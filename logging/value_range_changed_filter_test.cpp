@@ -216,6 +216,13 @@ TEST(ValueRangeChangedFilter, BoundsOfAnotherNumberStartAnew) {
   EXPECT_FALSE(fed(5));
 }
 
+TEST(ValueRangeChangedFilter, NewBoundsForgetTheRangeOfTheOldOnes) {
+  Fed filter({10}, {.absolute = 5});
+  EXPECT_TRUE(filter(12));
+  filter.Use({5, 11, 20});
+  EXPECT_THAT(filter({12, 14, 17}), ElementsAre(true, false, false));
+}
+
 TEST(ValueRangeChangedFilter, BoundsOfTheSameNumberAreNotCompared) {
   Fed fed({10, 20});
   EXPECT_TRUE(fed(5));
