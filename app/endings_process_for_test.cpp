@@ -125,7 +125,7 @@ std::vector<Ending> InterruptedAtTheEnd() {
       {"CtrlCAtTheLastBytes",
        Run(kFinite),
        0,
-       "60 frames in, none lost",
+       " frames in, none lost; ",
        {Big(45), Small(20)},
        {},
        {},

@@ -49,6 +49,20 @@ static_assert(std::is_nothrow_move_assignable_v<Optional<std::string>>);
 static_assert(
     std::is_same_v<decltype(std::declval<Optional<std::string>>().value()), std::string&&>);
 
+// Takes an int in one of the two ways that an optional needs.
+struct OnlyAssignable {
+  OnlyAssignable& operator=(int);
+};
+struct OnlyConstructible {
+  explicit OnlyConstructible(int);
+  OnlyConstructible& operator=(int) = delete;
+  OnlyConstructible& operator=(OnlyConstructible&&);  // may throw
+};
+static_assert(!std::is_constructible_v<Optional<int>, std::string>);
+static_assert(!std::is_constructible_v<Optional<OnlyAssignable>, int>);
+static_assert(!std::is_assignable_v<Optional<OnlyConstructible>&, int>);
+static_assert(!std::is_nothrow_move_assignable_v<Optional<OnlyConstructible>>);
+
 // Tells what happens to it.
 class Traced {
  public:
@@ -247,6 +261,15 @@ TEST_F(OptionalOfTraced, AssigningAValueConstructsItOrAssignsIt) {
 TEST_F(OptionalOfTraced, EmplaceDestroysTheOldValueFirst) {
   present_.emplace(events_, 3);
   EXPECT_THAT(events_, ElementsAre("destroy1", "make3"));
+}
+
+TEST(Optional, StaysAbsentWhereAConstructorThrows) {
+  struct Throwing {
+    Throwing() { throw 1; }
+  };
+  Optional<Throwing> optional;
+  EXPECT_THROW(optional.emplace(), int);
+  EXPECT_FALSE(optional.has_value());
 }
 
 TEST_F(OptionalOfTraced, ResetDestroysTheValueOnce) {

@@ -29,6 +29,7 @@ static_assert(offsetof(NotificationCenter::Observer, subscriber) == 0);
 static_assert(offsetof(NotificationCenter::Observer, callback) == 16);
 static_assert(offsetof(NotificationCenter::Observer, location) == 32);
 static_assert(kHere.line() == 354);
+static_assert(NotificationId{} == NotificationId{0} && NotificationId{1} != NotificationId{2});
 
 class Subscriber {
  public:

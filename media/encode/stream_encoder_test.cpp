@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -259,6 +260,19 @@ TEST_F(StreamEncoderTest, LatencyIsMeasuredFromCapture) {
   controller_->Stop(kLongWaitMs);
   EXPECT_GE(controller_->GetStats().record.latency_mean_us, 5'000'000U);
   EXPECT_LT(controller_->GetStats().record.encode_time_mean_us, 5'000'000U);
+}
+
+TEST_F(StreamEncoderTest, EachPictureTellsHowLongItTook) {
+  for (int i = 0; i < 3; ++i) Write(i);
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  std::chrono::nanoseconds longest{0};
+  for (const auto& packet : recorder_->packets()) {
+    EXPECT_GT(packet.frame.encode_time.count(), 0);
+    longest = std::max(longest, packet.frame.encode_time);
+  }
+  EXPECT_EQ(controller_->GetStats().record.encode_time_max_us,
+            std::chrono::duration_cast<std::chrono::microseconds>(longest).count());
 }
 
 }  // namespace
