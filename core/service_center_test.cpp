@@ -67,6 +67,7 @@ namespace {
 
 static_assert(sizeof(ServiceId) == 4);
 static_assert(ServiceId{9} == ServiceId{9} && ServiceId{9} != ServiceId{8});
+static_assert(ServiceId{} == ServiceId{0});
 
 class ServiceCenterTest : public ::testing::Test {
  protected:
