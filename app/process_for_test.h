@@ -47,7 +47,7 @@ class Process {
   [[nodiscard]] bool HasPending(int number) const { return HasSignal("ShdPnd", number); }
 
   // Waits for the end; kills it when that takes longer.
-  ProcessResult Wait(std::chrono::seconds longest = std::chrono::seconds(60));
+  ProcessResult Wait(std::chrono::seconds longest = std::chrono::seconds(90));
 
  private:
   // Whether the signal is in the set of that name, see proc(5), /proc/[pid]/status.
