@@ -70,10 +70,13 @@ TEST(RecordDefaults, ACameraOfWhichNothingIsKnown) {
   const CameraInfo info;
   EXPECT_EQ(info.error_code, 0);
   EXPECT_EQ(info.rate_numerator, 0);
+  EXPECT_EQ(info.rate_denominator, 1);
   EXPECT_EQ(info.duration, nanoseconds(0));
   EXPECT_FALSE(info.is_file || info.has_audio || info.is_interlaced);
   const PlaybackParams playback;
-  EXPECT_FALSE(playback.loop || playback.realtime);
+  EXPECT_EQ(playback, (PlaybackParams{.loop = false, .realtime = false}));
+  EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kAll), 0);
+  EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kPhysical), 1);
   EXPECT_EQ(VideoDeviceInfo().capabilities, 0U);
   const ScreenSource source;
   EXPECT_EQ(source.id, 0);
@@ -99,6 +102,8 @@ TEST(RecordDefaults, ProcessingThatIsOff) {
   EXPECT_EQ(params.height, 0);
   EXPECT_EQ(params.reserved, 0);
   EXPECT_FALSE(params.enabled);
+  EXPECT_TRUE(params == CustomProcessParams());
+  EXPECT_TRUE(PixelFrameFormat() == PixelFrameFormat());
   const GreenScreenParams screen;
   EXPECT_FALSE(screen.enabled);
   EXPECT_EQ(screen.key_color, 0x00FF00U);
