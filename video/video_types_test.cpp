@@ -58,6 +58,14 @@ TEST(VideoTypes, TheNumbersThatOtherComponentsAreBuiltAgainst) {
   EXPECT_EQ(Number(CameraListInterface::GetCameraListMode::kAll), 0);
 }
 
+TEST(VideoTypes, TheStatesOfADevice) {
+  EXPECT_EQ(static_cast<int>(CameraDeviceState::kUnknown), 0);
+  EXPECT_EQ(static_cast<int>(CameraDeviceState::kOpened), 1);
+  EXPECT_EQ(static_cast<int>(CameraDeviceState::kClosed), 2);
+  EXPECT_EQ(static_cast<int>(CameraDeviceState::kAdded), 3);
+  EXPECT_EQ(static_cast<int>(CameraDeviceState::kRemoved), 4);
+}
+
 TEST(VideoTypes, TheIdsOfTheCameraService) {
   EXPECT_EQ(kCameraServiceId.value, 9);
   EXPECT_EQ(kCameraDeviceStateNotification.value, 3);
