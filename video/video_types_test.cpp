@@ -59,11 +59,11 @@ TEST(VideoTypes, TheNumbersThatOtherComponentsAreBuiltAgainst) {
 }
 
 TEST(VideoTypes, TheStatesOfADevice) {
-  EXPECT_EQ(static_cast<int>(CameraDeviceState::kUnknown), 0);
-  EXPECT_EQ(static_cast<int>(CameraDeviceState::kOpened), 1);
-  EXPECT_EQ(static_cast<int>(CameraDeviceState::kClosed), 2);
-  EXPECT_EQ(static_cast<int>(CameraDeviceState::kAdded), 3);
-  EXPECT_EQ(static_cast<int>(CameraDeviceState::kRemoved), 4);
+  EXPECT_EQ(Number(CameraDeviceState::kUnknown), 0);
+  EXPECT_EQ(Number(CameraDeviceState::kOpened), 1);
+  EXPECT_EQ(Number(CameraDeviceState::kClosed), 2);
+  EXPECT_EQ(Number(CameraDeviceState::kAdded), 3);
+  EXPECT_EQ(Number(CameraDeviceState::kRemoved), 4);
 }
 
 TEST(VideoTypes, TheIdsOfTheCameraService) {
