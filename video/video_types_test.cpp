@@ -66,6 +66,20 @@ TEST(VideoTypes, TheStatesOfADevice) {
   EXPECT_EQ(Number(CameraDeviceState::kRemoved), 4);
 }
 
+TEST(VideoTypes, TheNumbersOfScreensAndRenderers) {
+  EXPECT_EQ(Number(CapturerMode::kUnknown), 0);
+  EXPECT_EQ(Number(CapturerMode::kDisplay), 1);
+  EXPECT_EQ(Number(CapturerMode::kWindow), 2);
+  EXPECT_EQ(Number(CapturerMode::kRegion), 3);
+  EXPECT_EQ(Number(VideoRenderError::kNone), 0);
+  EXPECT_EQ(Number(VideoRenderError::kNoDisplay), 1);
+  EXPECT_EQ(Number(VideoRenderError::kViewLost), 2);
+  EXPECT_EQ(Number(VideoScreenSharingPausedReason::kByRequest), 0);
+  EXPECT_EQ(Number(VideoScreenSharingPausedReason::kMinimised), 1);
+  EXPECT_EQ(Number(VideoScreenSharingResumedReason::kByRequest), 0);
+  EXPECT_EQ(Number(VideoScreenSharingResumedReason::kRestored), 1);
+}
+
 TEST(VideoTypes, TheIdsOfTheCameraService) {
   EXPECT_EQ(kCameraServiceId.value, 9);
   EXPECT_EQ(kCameraDeviceStateNotification.value, 3);
