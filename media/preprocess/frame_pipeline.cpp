@@ -42,6 +42,8 @@ std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
   return width * (tap.params.height > 0 ? tap.params.height : own.height);
 }
 
+bool IsEncoders(const Tap& tap) { return tap.position == InterceptPosition::kEncoder; }
+
 }  // namespace
 
 PixelFrame FramePipeline::Process(PixelFrame frame, const PipelineSettings& settings,
@@ -88,23 +90,34 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
   for (const Tap& tap : pass.settings.taps) {
     if (tap.position == position) taps.push_back(&tap);
   }
-  // The largest first: it is the longest to encode, and smaller ones are made from it.
+  // Made with the largest first, because smaller ones are made from it.
   const video::Size own = pass.frame.info().size;
   std::stable_sort(taps.begin(), taps.end(),
                    [&](const Tap* a, const Tap* b) { return AreaOf(*a, own) > AreaOf(*b, own); });
+  std::vector<Output> outputs;
+  for (const Tap* const tap : taps) {
+    if (auto output = MakeOutput(pass, *tap)) outputs.push_back(std::move(*output));
+  }
+  // Written with the smallest first: it is soon encoded, but would wait for a processor until the
+  // longer work is done. The largest gives away what making the others took.
+  for (auto output = outputs.rbegin(); output != outputs.rend(); ++output) {
+    // Scaling took its time: asked again right before the write.
+    if ((!IsEncoders(*output->tap) && !*output->tap->attached) || pass.is_stopped()) continue;
+    static_cast<void>(output->writer->Write(std::move(output->frame)));
+  }
+}
+
+std::optional<FramePipeline::Output> FramePipeline::MakeOutput(Pass& pass, const Tap& tap) {
   // An encoder's tap that is being removed still gets the frame that was on its way to it: it may
   // be added anew with another size, and a lossless frame must not fall in between.
-  const bool is_encoder = position == InterceptPosition::kEncoder;
-  for (const Tap* const tap : taps) {
-    const auto writer = is_encoder ? tap->target.lock() : tap->Lock();
-    if (writer == nullptr) continue;
-    if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
-    const PixelFrame made =
-        pass.outputs->Make({tap->params.width, tap->params.height}, tap->params.pixel_format);
-    // Scaling took its time: asked again right before the write.
-    if (!made || (!is_encoder && !*tap->attached) || pass.is_stopped()) continue;
-    static_cast<void>(writer->Write(is_encoder ? made : WithDelivery(made, FrameDelivery::kLive)));
-  }
+  auto writer = IsEncoders(tap) ? tap.target.lock() : tap.Lock();
+  if (writer == nullptr) return std::nullopt;
+  if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
+  PixelFrame made =
+      pass.outputs->Make({tap.params.width, tap.params.height}, tap.params.pixel_format);
+  if (!made) return std::nullopt;
+  if (!IsEncoders(tap)) made = WithDelivery(made, FrameDelivery::kLive);
+  return Output{&tap, std::move(writer), std::move(made)};
 }
 
 void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
@@ -121,7 +134,7 @@ void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
 
 bool EncodersHaveRoom(const PipelineSettings& settings) {
   return std::all_of(settings.taps.begin(), settings.taps.end(), [](const Tap& tap) {
-    if (tap.position != InterceptPosition::kEncoder) return true;
+    if (!IsEncoders(tap)) return true;
     const auto writer = tap.Lock();
     return writer == nullptr || writer->HasRoom();
   });

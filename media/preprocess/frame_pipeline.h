@@ -63,10 +63,17 @@ class FramePipeline {
     video::PixelFrame frame;
     std::optional<OutputMaker> outputs;
   };
+  // A picture on its way into a tap.
+  struct Output {
+    const Tap* tap;
+    std::shared_ptr<video::IPixelFrameTrackWriter> writer;
+    video::PixelFrame frame;
+  };
 
   void Visit(Pass& pass, video::InterceptPosition position);
   void Intercept(Pass& pass, const Interceptor& interceptor);
   void WriteToTaps(Pass& pass, video::InterceptPosition position);
+  [[nodiscard]] std::optional<Output> MakeOutput(Pass& pass, const Tap& tap);
   void Turn(Pass& pass, const Orientation& orientation);
 
   FramePool pool_;

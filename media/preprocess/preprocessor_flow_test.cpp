@@ -255,6 +255,19 @@ TEST_F(PreprocessorFlow, OnlyEncodersReceiveLosslessFramesAndOnlyTheyHoldThemBac
   }
 }
 
+TEST_F(PreprocessorFlow, TheSmallestPictureIsWrittenFirst) {
+  const auto tap = std::make_shared<RecordingWriter>();
+  for (const std::int32_t width : {32, 64, 16}) {
+    preprocessor->AddOutputTrack(kEncoder, Params({width, 18}), tap);
+  }
+  preprocessor->StartProcessing();
+  ASSERT_EQ(Send(0, kLossless), TrackWriteResult::kAccepted);
+  queue->RunAll();
+  std::vector<std::int32_t> widths;
+  for (const video::PixelFrame& frame : tap->frames) widths.push_back(frame.info().size.width);
+  EXPECT_THAT(widths, ElementsAre(16, 32, 64));
+}
+
 TEST_F(PreprocessorFlow, ALiveFrameDoesNotWaitForTheEncoder) {
   const auto track = AddTrack(kEncoder);
   preprocessor->StartProcessing();
