@@ -33,7 +33,7 @@ Failure FailureOfWords(const Words& words) {
 TEST(Cli, ARunWithoutOptionsIsTheTestCameraAndLeavesTheRestToTheSource) {
   const RunOptions options = RunOf({});
   EXPECT_EQ(options.camera_id, "test:");
-  EXPECT_EQ(options.mode, video::ProducerMode::kDefault);
+  EXPECT_FALSE(options.mode);
   EXPECT_EQ(options.big, StreamSpec{});
   EXPECT_EQ(options.small, StreamSpec{});
   EXPECT_FALSE(options.size || options.frame_rate || options.loop || options.realtime ||

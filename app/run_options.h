@@ -20,7 +20,7 @@ inline constexpr char kFilePrefix[] = "file:";
 // A field that is absent was not typed and follows from the source.
 struct RunOptions {
   std::string camera_id = "test:";
-  video::ProducerMode mode = video::ProducerMode::kDefault;
+  std::optional<video::ProducerMode> mode;
   std::optional<video::Size> size;  // With mode kOwnSize only.
   std::optional<std::int32_t> frame_rate;
   StreamSpec big;

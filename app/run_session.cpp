@@ -152,11 +152,11 @@ void RunSession::StartCapture() {
   video::CameraParams params;
   params.camera_id = options.camera_id;
   if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
-  if (options.size) {
-    params.width = options.size->width;
-    params.height = options.size->height;
+  if (setting_.plan.size) {
+    params.width = setting_.plan.size->width;
+    params.height = setting_.plan.size->height;
   }
-  producer_->SetProducerMode(options.mode);
+  producer_->SetProducerMode(setting_.plan.mode);
   capture_start_ = steady_clock::now();
   producer_->StartCapture(params, BindOnce(&RunSession::OnCaptureStarted, weak_from_this()));
 }

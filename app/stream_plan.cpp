@@ -68,6 +68,15 @@ std::optional<std::int32_t> CaptureFrameRate(const RunOptions& options,
   return needed;
 }
 
+// A camera delivers what the big stream needs. A small one that is no smaller than half of that
+// would lose by being scaled from a picture that was scaled already.
+bool NeedsWholePictures(const std::vector<StreamPlan>& streams) {
+  if (streams.size() < 2) return false;
+  const Size& big = streams[0].size;
+  const Size& small = streams[1].size;
+  return small.width > big.width / 2 || small.height > big.height / 2;
+}
+
 }  // namespace
 
 const char* StreamName(video::VideoStreamType type) {
@@ -85,6 +94,12 @@ CapturePlan PlanCapture(const RunOptions& options, const video::CameraInfo& sour
   CapturePlan plan;
   if (!options.big.off) plan.streams.push_back(big);
   if (!options.small.off) plan.streams.push_back(small);
+  plan.mode = options.mode.value_or(plan.mode);
+  plan.size = options.size;
+  if (!options.mode && source.is_file && NeedsWholePictures(plan.streams)) {
+    plan.mode = video::ProducerMode::kOwnSize;
+    plan.size = source.natural_size;
+  }
   plan.frame_rate = CaptureFrameRate(options, source, plan.streams, source_rate);
   return plan;
 }

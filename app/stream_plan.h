@@ -24,8 +24,11 @@ struct StreamPlan {
 };
 
 struct CapturePlan {
-  std::vector<StreamPlan> streams;         // The big one first; at least one.
-  std::optional<std::int32_t> frame_rate;  // Asked of the camera; absent: the source's own.
+  std::vector<StreamPlan> streams;  // The big one first; at least one.
+  video::ProducerMode mode = video::ProducerMode::kDefault;
+  // Asked of the camera; absent: what follows from the mode, and the source's own rate.
+  std::optional<video::Size> size;
+  std::optional<std::int32_t> frame_rate;
 };
 
 [[nodiscard]] const char* StreamName(video::VideoStreamType type);  // "big", "small"

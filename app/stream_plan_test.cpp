@@ -122,6 +122,37 @@ TEST(StreamPlan, AStreamThatIsOffIsLeftOut) {
 }
 
 // The encoder's own default, so that leaving the bit rate out means the same everywhere.
+TEST(StreamPlan, AFileIsReadWholeForASmallStreamOfMoreThanHalfTheBigOnesSize) {
+  const video::CameraInfo file = File({1920, 1080}, 30);
+  RunOptions options;
+  options.big.size = Size{1280, 720};
+  for (const Size half : {Size{640, 360}, Size{640, 180}, Size{320, 360}}) {
+    options.small.size = half;
+    EXPECT_FALSE(PlanCapture(options, file).size);
+    EXPECT_EQ(PlanCapture(options, file).mode, video::ProducerMode::kDefault);
+  }
+  for (const Size more : {Size{642, 360}, Size{640, 362}, Size{1920, 1080}}) {
+    options.small.size = more;
+    EXPECT_EQ(PlanCapture(options, file).size, (Size{1920, 1080}));
+    EXPECT_EQ(PlanCapture(options, file).mode, video::ProducerMode::kOwnSize);
+  }
+  EXPECT_FALSE(PlanCapture(options, Device({1920, 1080}, 30)).size) << "it chooses its own modes";
+  options.small.off = true;
+  EXPECT_FALSE(PlanCapture(options, file).size);
+}
+
+TEST(StreamPlan, WhatWasTypedOfTheCaptureSizeHolds) {
+  RunOptions options;
+  options.small.size = Size{1280, 720};
+  options.mode = video::ProducerMode::kEncodeSize;
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).mode, video::ProducerMode::kEncodeSize);
+  EXPECT_FALSE(PlanCapture(options, File({1920, 1080}, 30)).size);
+  options.mode = video::ProducerMode::kOwnSize;
+  options.size = Size{960, 540};
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).mode, video::ProducerMode::kOwnSize);
+  EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).size, (Size{960, 540}));
+}
+
 TEST(StreamPlan, TheBitRateFollowsTheSizeAndTheRateThatIsExpected) {
   RunOptions options;
   options.big.size = Size{1920, 1080};
