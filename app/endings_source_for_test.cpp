@@ -72,6 +72,45 @@ std::vector<Ending> Damaged() {
   };
 }
 
+std::vector<std::string> PlayAnd(const std::string& name, const std::vector<std::string>& more) {
+  std::vector<std::string> words = Play(name);
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
+// No end of the source tells of the damage, because the run ends before it.
+std::vector<Ending> DamagedAndEndedEarly() {
+  const std::string damage = "could not be decoded whole; the rest is kept";
+  return {
+      {"ADamagedMp4UpToADuration",
+       PlayAnd("DAMAGED.mp4", {"--duration", "1.9s"}),
+       16,
+       damage,
+       {{.file = "out/big.mp4", .at_least = 20, .step = 0}}},
+      {"ADamagedMp4UpToADurationBeforeTheDamage",
+       PlayAnd("DAMAGED.mp4", {"--duration", "0.2s"}),
+       0,
+       "; duration over",
+       {{.file = "out/big.mp4", .at_least = 6}}},
+      {"AnMkvThatBreaksOffPlayedAgainAndAgain",
+       PlayAnd("BROKEN.mkv", {"--loop", "--duration", "4s"}),
+       16,
+       damage,
+       {{.file = "out/big.mp4", .at_least = 60, .step = 0}}},
+      {"CtrlCInADamagedMp4",
+       PlayAnd("DAMAGED.mp4", {"--loop"}),
+       16,
+       damage,
+       {{.file = "out/big.mp4", .at_least = 60, .step = 0}},
+       {},
+       {},
+       [](EndingRun& run) {
+         run.WaitForBytes("out/big.mp4", 2'000'000);
+         run.process().Signal(SIGINT);
+       }},
+  };
+}
+
 // A clip comes through a pipe, half of it.
 std::string BeginToSend(EndingRun& run) {
   std::ifstream file(run.Path("CLIP.y4m"), std::ios::binary);
@@ -106,6 +145,17 @@ std::vector<Ending> Stalled() {
                    static_cast<ssize_t>(rest.size()));
          run.CloseSourcePipe();
        }},
+      {"AWriterThatGoesInTheMiddleOfAPicture",
+       words,
+       16,
+       "DIR/pipe' breaks off after",
+       {{.file = "out/big.mp4", .at_least = 25}},
+       prepare,
+       {},
+       [](EndingRun& run) {
+         static_cast<void>(BeginToSend(run));
+         run.CloseSourcePipe();
+       }},
       {"CtrlCWhileTheSourceStalls",
        words,
        0,
@@ -136,7 +186,7 @@ std::vector<Ending> Stalled() {
 
 std::vector<Ending> EndingsOfSources() {
   std::vector<Ending> rows = Refused();
-  for (auto more : {&Damaged, &Stalled}) {
+  for (auto more : {&Damaged, &DamagedAndEndedEarly, &Stalled}) {
     for (Ending& row : more()) rows.push_back(std::move(row));
   }
   return rows;

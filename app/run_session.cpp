@@ -187,7 +187,7 @@ void RunSession::OnStreamOver(std::size_t index, Ending ending) {
 void RunSession::OnStreamEnd(std::size_t index, video::StreamEnd end) {
   // Each stream tells of the same source.
   report_.damaged_frames = std::max(report_.damaged_frames, end.damaged_frames);
-  if (end.error_code != 0 || end.damaged_frames > 0) source_end_ = std::move(end);
+  if (end.error_code != 0) source_end_ = std::move(end);
   OnStreamOver(index, Ending::kSourceEnded);
 }
 
@@ -289,6 +289,8 @@ void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline
   streams_[index].file->Close();
   const media::WrittenFigures written = streams_[index].file->written();
   report.figures = streams_[index].meter->Figures();
+  // A run that ends before its source has no end mark to tell of damage.
+  report_.damaged_frames = std::max(report_.damaged_frames, report.figures.damaged_frames);
   report.figures.frames = written.frames;
   report.figures.key_frames = written.key_frames;
   report.figures.bytes = written.bytes;
@@ -320,8 +322,9 @@ std::optional<Failure> RunSession::FindFailure() const {
   if (end.error_code != 0 && std::all_of(streams.begin(), streams.end(), is_empty)) {
     return CameraStartFailure(camera, end.error_code, end.reason);
   }
-  if (end.error_code != 0 || end.damaged_frames > 0) {
-    return CameraDamageFailure(camera, end.error_code, end.reason, end.damaged_frames);
+  // A device delivers its next picture whole, but a file stays damaged.
+  if (end.error_code != 0 || (report_.damaged_frames > 0 && report_.source.is_file)) {
+    return CameraDamageFailure(camera, end.error_code, end.reason, report_.damaged_frames);
   }
   const auto empty = std::find_if(streams.begin(), streams.end(), is_empty);
   const bool was_cut_short = ending_ == Ending::kInterrupted || ending_ == Ending::kReaderClosed;

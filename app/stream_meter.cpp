@@ -55,6 +55,7 @@ void StreamMeter::Count(const video::EncodedFrame& frame,
   ++figures_.frames;
   if (frame.key_frame) ++figures_.key_frames;
   figures_.bytes += frame.size_bytes;
+  figures_.damaged_frames = frame.damaged_frames;
   figures_.media_time = frame.timestamp - *first_timestamp_ + frame.duration;
   const nanoseconds latency = arrival.time_since_epoch() - frame.capture_time;
   encode_times_.Add(frame.encode_time);

@@ -20,6 +20,7 @@ struct StreamFigures {
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
   std::uint64_t bytes = 0;
+  std::uint64_t damaged_frames = 0;        // In the source, up to the last frame.
   std::chrono::nanoseconds media_time{0};  // From the first frame to the end of the last.
   DurationSummary encode_time;
   DurationSummary latency;  // From the capture until the frame is encoded.

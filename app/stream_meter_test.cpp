@@ -65,6 +65,17 @@ TEST_F(StreamMeterTest, PassesEverythingOnAndCountsIt) {
   EXPECT_TRUE(figures.first_frame);
 }
 
+TEST_F(StreamMeterTest, KnowsTheDamageUpToTheLastFrameThatIsKept) {
+  const auto meter = Make(milliseconds(80));
+  EXPECT_EQ(meter->Figures().damaged_frames, 0U);
+  for (std::uint64_t i = 0; i < 4; ++i) {
+    video::EncodedFrame frame = Frame(i, milliseconds(40) * static_cast<int>(i));
+    frame.damaged_frames = 3 * i;
+    meter->Write(frame);
+  }
+  EXPECT_EQ(meter->Figures().damaged_frames, 3U);
+}
+
 TEST_F(StreamMeterTest, MeasuresTheEncoderTheWholeLatencyAndTheRestOfIt) {
   const auto meter = Make(std::nullopt);
   video::EncodedFrame frame = Frame(0, seconds(0), true);

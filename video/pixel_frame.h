@@ -52,6 +52,7 @@ struct PixelFrameInfo {
   // When the source delivered it, on std::chrono::steady_clock; what latency is measured from.
   std::chrono::nanoseconds capture_time{0};
   std::uint64_t sequence = 0;  // Counts the source's frames from 0; gaps are losses at the source.
+  std::uint64_t damaged_frames = 0;  // That the source could not deliver whole, up to this one.
 };
 
 // A cheap handle to an immutable picture: its description and a share in whatever owns the samples

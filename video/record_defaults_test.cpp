@@ -35,6 +35,7 @@ TEST(RecordDefaults, ALiveFrameWithoutPlanesAtTimeZero) {
   EXPECT_EQ(info.timestamp, nanoseconds(0));
   EXPECT_EQ(info.capture_time, nanoseconds(0));
   EXPECT_EQ(info.sequence, 0U);
+  EXPECT_EQ(info.damaged_frames, 0U);
   EXPECT_EQ(static_cast<int>(FrameDelivery::kLive), 0);
   EXPECT_EQ(static_cast<int>(FrameDelivery::kLossless), 1);
 }
@@ -54,6 +55,7 @@ TEST(RecordDefaults, AnEncodedFrameOfNothing) {
   EXPECT_EQ(frame.capture_time, nanoseconds(0));
   EXPECT_EQ(frame.encode_time, nanoseconds(0));
   EXPECT_EQ(frame.sequence, 0U);
+  EXPECT_EQ(frame.damaged_frames, 0U);
 }
 
 TEST(RecordDefaults, RegionsAndAcknowledgementsOfZero) {

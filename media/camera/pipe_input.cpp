@@ -23,9 +23,12 @@ int PipeInput::Open(const std::string& path) {
   fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd_ < 0) return AVERROR(errno);
   constexpr int kBufferBytes = 1 << 16;
-  auto* const buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+  auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+  if (buffer == nullptr) return AVERROR(ENOMEM);
   context_.reset(avio_alloc_context(buffer, kBufferBytes, 0, this, &Read, nullptr, nullptr));
-  return context_ == nullptr ? AVERROR(ENOMEM) : 0;
+  if (context_ != nullptr) return 0;
+  av_freep(&buffer);
+  return AVERROR(ENOMEM);
 }
 
 void PipeInput::Interrupt() { eventfd_write(wake_fd_, 1); }

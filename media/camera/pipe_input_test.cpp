@@ -58,6 +58,19 @@ TEST_F(PipeInputTest, AVideoThroughAPipeIsReadToItsEnd) {
   }
 }
 
+TEST_F(PipeInputTest, ARawVideoThatStopsWithinAPictureBreaksOff) {
+  const std::string clip = Clip("clip.y4m");
+  std::thread writer(
+      [&] { std::ofstream(pipe_, std::ios::binary).write(clip.data(), std::ssize(clip) - 1); });
+  VideoFileDecoder decoder;
+  ASSERT_EQ(decoder.Open(pipe_).error_code, 0);
+  for (std::uint32_t i = 0; i < 9; ++i) EXPECT_EQ(NextNumber(decoder), i);
+  const SourceItem end = decoder.Next();
+  ASSERT_TRUE(std::holds_alternative<StreamEnd>(end));
+  EXPECT_EQ(std::get<StreamEnd>(end).error_code, static_cast<int>(CameraError::kBrokenOff));
+  writer.join();
+}
+
 TEST_F(PipeInputTest, AWriterThatStallsIsWaitedForUntilTheReaderIsInterrupted) {
   const std::string clip = Clip("clip.y4m");
   constexpr std::size_t kFrameBytes = 6 + 320 * 180 * 3 / 2;

@@ -280,6 +280,7 @@ void V4l2Camera::Stamp(const v4l2_buffer& buffer, PixelFrameInfo& info) {
   }
   last_driver_sequence_ = buffer.sequence;
   info.sequence = next_sequence_++;
+  info.damaged_frames = damaged_frames_;
 }
 
 }  // namespace movra::media

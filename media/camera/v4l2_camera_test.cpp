@@ -201,7 +201,9 @@ TEST_F(V4l2CameraTest, CountsFramesThatArriveDamaged) {
   EXPECT_TRUE(ReadNothing());
   EXPECT_TRUE(ReadNothing());
   EXPECT_TRUE(ReadNothing());
-  EXPECT_EQ(ReadFrame().info().sequence, 3u);
+  const video::PixelFrameInfo last = ReadFrame().info();
+  EXPECT_EQ(last.sequence, 3u);
+  EXPECT_EQ(last.damaged_frames, 3u);
   EXPECT_EQ(ReadEnd().damaged_frames, 3u);
 }
 

@@ -66,6 +66,15 @@ bool IsMp4(const AVFormatContext& container) {
   return std::string_view(container.iformat->name).starts_with("mov,");
 }
 
+bool IsY4m(const AVFormatContext& container) {
+  return std::string_view(container.iformat->name) == "yuv4mpegpipe";
+}
+
+// Whether a picture may say itself how it is to be turned, without a word in the container.
+bool MayTurnItself(AVCodecID codec) {
+  return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
+}
+
 nanoseconds InNanoseconds(std::int64_t value, AVRational unit) {
   return nanoseconds(av_rescale_q(value, unit, kNanoseconds));
 }
@@ -115,7 +124,13 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
                        " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
   }
   orientation_ = OrientationOf(*stream_);
-  return Describe();
+  CameraInfo info = Describe();
+  if (MayTurnItself(stream_->codecpar->codec_id)) {
+    first_ = Next();
+    const auto* const frame = std::get_if<SourceFrame>(&first_);
+    if (frame != nullptr) info.natural_size = frame->upright_size;
+  }
+  return info;
 }
 
 int VideoFileDecoder::OpenContainer(const std::string& path, bool is_pipe) {
@@ -182,6 +197,7 @@ CameraInfo VideoFileDecoder::Describe() const {
 }
 
 SourceItem VideoFileDecoder::Next() {
+  if (!std::holds_alternative<std::monostate>(first_)) return std::exchange(first_, {});
   while (!interrupted_) {
     AvFramePtr frame(av_frame_alloc());
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
@@ -223,6 +239,7 @@ void VideoFileDecoder::FeedDecoder() {
 
 void VideoFileDecoder::TrackPacket() {
   last_packet_incomplete_ = (packet_->flags & AV_PKT_FLAG_CORRUPT) != 0;
+  last_packet_end_ = packet_->pos + packet_->size;
   if (!first_packet_dts_) {
     first_packet_dts_ = packet_->dts != AV_NOPTS_VALUE ? packet_->dts : packet_->pts;
   }
@@ -233,6 +250,8 @@ void VideoFileDecoder::TrackPacket() {
 
 bool VideoFileDecoder::EndsEarly() const {
   if (last_packet_incomplete_) return true;
+  // Here the library keeps quiet about a last picture that is not whole.
+  if (IsY4m(*container_)) return avio_seek(container_->pb, 0, SEEK_CUR) > last_packet_end_;
   // MP4 says so itself, and may hold less than its duration where it was edited. In other
   // containers only a duration that the file states can be held against what there was.
   const bool stated = container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM;
@@ -260,6 +279,7 @@ std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   info.timestamp = timestamp;
   info.rotation = orientation.rotation;
   info.sequence = next_sequence_++;
+  info.damaged_frames = damaged_frames_;
   return SourceFrame{wrapped.WithInfo(info),
                      UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
                      orientation.mirror};
@@ -316,6 +336,8 @@ bool VideoFileDecoder::Rewind() {
     return false;
   }
   avcodec_flush_buffers(codec_.get());
+  // No end mark will tell of what the file lacks.
+  if (std::exchange(broken_off_, false)) CountDamage();
   pass_start_ = last_timestamp_ + last_duration_;
   first_pts_.reset();
   return true;

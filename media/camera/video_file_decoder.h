@@ -49,8 +49,8 @@ class VideoFileDecoder {
   [[nodiscard]] SourceItem Next();
 
   // Goes back to the first frame. Time stamps and sequence numbers go on: the frames that follow
-  // are stamped as if the file were stored twice. False if it cannot go back, or had no frame to
-  // show.
+  // are stamped as if the file were stored twice. A file that breaks off counts as one damaged
+  // frame more. False if it cannot go back, or had no frame to show.
   [[nodiscard]] bool Rewind();
 
   // Makes Open and Next give up soon. Any thread.
@@ -92,6 +92,7 @@ class VideoFileDecoder {
   Orientation orientation_;                     // By the container.
   std::optional<Orientation> own_orientation_;  // By the pictures themselves.
 
+  SourceItem first_;  // Decoded while opening, and not yet asked for.
   std::uint64_t next_sequence_ = 0;
   std::uint64_t damaged_frames_ = 0;
   std::uint64_t delivered_ = 0;
@@ -101,6 +102,7 @@ class VideoFileDecoder {
   std::optional<std::int64_t> first_packet_dts_;
   std::optional<std::int64_t> earliest_pts_;
   std::int64_t latest_pts_end_ = 0;
+  std::int64_t last_packet_end_ = 0;  // In the file.
   bool last_packet_incomplete_ = false;
 
   // Of this pass through the file: its place on the time line, and the stream time it begins at.

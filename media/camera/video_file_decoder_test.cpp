@@ -218,6 +218,19 @@ TEST_F(VideoFileDecoderTest, PicturesMayTellThemselvesHowTheyLie) {
   EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1));
 }
 
+TEST_F(VideoFileDecoderTest, PicturesThatTurnThemselvesSettleTheNaturalSize) {
+  for (const auto& [turn, stored] : {std::pair{"90", "clock"}, std::pair{"270", "cclock"}}) {
+    clips_.Make("plain.mp4", std::string(kFastH264) + " -bf 2 -vf transpose=" + stored, 4);
+    clips_.RunFfmpeg(
+        "-i plain.mp4 -c copy -bsf:v h264_metadata=display_orientation=insert:rotate=" +
+        std::string(turn) + " turned.mkv");
+    const Decoded decoded = Decode(clips_.Path("turned.mkv"));
+    EXPECT_EQ(decoded.info.natural_size, (Size{320, 180}));
+    EXPECT_EQ(decoded.frames.at(0).upright_size, (Size{320, 180}));
+    EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1, 2, 3));
+  }
+}
+
 TEST_F(VideoFileDecoderTest, TellsTheSizeWithSquarePixels) {
   const Decoded decoded =
       Decode(clips_.Make("wide.mp4", std::string(kFastH264) + " -vf scale=240:180,setsar=4/3"));
@@ -375,6 +388,34 @@ TEST_F(VideoFileDecoderTest, KeepsWhatComesBeforeTheEndOfATruncatedFile) {
   }
 }
 
+TEST_F(VideoFileDecoderTest, APictureThatIsNotWholeAtTheEndOfAY4mFileIsABreak) {
+  const std::string whole = clips_.Make("whole.y4m", "-pix_fmt yuv422p", 3);
+  for (const double part : {0.4, 0.9}) {
+    const std::string name = std::to_string(part) + ".y4m";
+    const Decoded decoded = Decode(clips_.MakeTruncated(whole, name, part));
+    EXPECT_EQ(decoded.end.error_code, static_cast<int>(CameraError::kBrokenOff)) << part;
+    EXPECT_EQ(decoded.frames.size(), part < 0.5 ? 1U : 2U);
+  }
+  EXPECT_EQ(Decode(whole).end.error_code, 0);
+}
+
+TEST_F(VideoFileDecoderTest, AFileThatBreaksOffCountsAsDamagedEachTimeItIsPlayed) {
+  VideoFileDecoder decoder;
+  Decoded decoded;
+  const std::string whole = clips_.Make("whole.y4m", "-pix_fmt yuv422p", 3);
+  ASSERT_EQ(decoder.Open(clips_.MakeTruncated(whole, "cut.y4m", 0.5)).error_code, 0);
+  for (int pass = 0; pass < 3; ++pass) {
+    ReadToTheEnd(decoder, decoded);
+    EXPECT_EQ(decoded.end.error_code, static_cast<int>(CameraError::kBrokenOff));
+    ASSERT_TRUE(decoder.Rewind());
+  }
+  ASSERT_EQ(decoded.frames.size(), 3U);
+  for (std::uint64_t pass = 0; pass < 3; ++pass) {
+    EXPECT_EQ(decoded.frames[pass].frame.info().damaged_frames, pass);
+    EXPECT_EQ(decoded.frames[pass].frame.info().sequence, 2 * pass) << "a loss leaves a gap";
+  }
+}
+
 TEST_F(VideoFileDecoderTest, CountsDamageAndGoesOnBehindIt) {
   const std::string path = clips_.Make("damaged.ts", std::string(kFastH264) + " -g 15 -bf 0", 60);
   {
@@ -389,8 +430,11 @@ TEST_F(VideoFileDecoderTest, CountsDamageAndGoesOnBehindIt) {
   EXPECT_LT(decoded.frames.size(), 60u);
   EXPECT_EQ(decoded.Numbers().back(), 59);
   EXPECT_EQ(decoded.end.error_code, 0);
-  const std::uint64_t last = decoded.frames.back().frame.info().sequence;
-  EXPECT_EQ(last + 1, decoded.frames.size() + decoded.end.damaged_frames);
+  const video::PixelFrameInfo& first = decoded.frames.front().frame.info();
+  const video::PixelFrameInfo& last = decoded.frames.back().frame.info();
+  EXPECT_EQ(last.sequence + 1, decoded.frames.size() + decoded.end.damaged_frames);
+  EXPECT_EQ(first.damaged_frames, 0U);
+  EXPECT_EQ(last.damaged_frames, decoded.end.damaged_frames);
 }
 
 TEST_F(VideoFileDecoderTest, CountsFramesThatLackTheirBeginning) {

@@ -148,6 +148,7 @@ SourceItem Y4mReader::Next() {
   like.color.full_range = header_.full_range;
   like.timestamp = TimeOf(frames_);
   like.sequence = frames_ + damaged_frames_;
+  like.damaged_frames = damaged_frames_;
   WritableFrame frame = pool_.Allocate(video::PixelFormat::kI420, header_.size, like);
   if (!ReadSamples(frame)) return BreakOff();
   ++frames_;

@@ -161,6 +161,7 @@ TEST_F(Y4mReaderTest, RewoundItBeginsAgainAndTimeGoesOn) {
   EXPECT_EQ(SamplesOf(frame), Samples(0));
   EXPECT_EQ(frame.info().timestamp, nanoseconds(66'733'333));
   EXPECT_EQ(frame.info().sequence, 3U);  // The one that was lost leaves a gap.
+  EXPECT_EQ(frame.info().damaged_frames, 1U);
 }
 
 TEST_F(Y4mReaderTest, OpenedAgainItBeginsAnew) {

@@ -109,6 +109,7 @@ const video::EncodedFrame* StreamEncoder::Encode(const video::PixelFrame& frame)
               ExpectedDuration(),
               info.capture_time,
               info.sequence,
+              info.damaged_frames,
               steady_clock::now() - begin};
   CountEncoded(info);
   return &encoded_;

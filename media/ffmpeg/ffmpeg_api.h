@@ -82,7 +82,8 @@ extern "C" {
   X(avformat_write_header)          \
   X(avio_alloc_context)             \
   X(avio_context_free)              \
-  X(avio_flush)
+  X(avio_flush)                     \
+  X(avio_seek)
 
 #define MOVRA_SWSCALE_FUNCTIONS(X) \
   X(sws_freeContext)               \

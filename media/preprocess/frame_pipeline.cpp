@@ -28,6 +28,7 @@ PixelFrame WithStreamInfoOf(const PixelFrame& frame, const PixelFrameInfo& strea
   info.timestamp = stream.timestamp;
   info.capture_time = stream.capture_time;
   info.sequence = stream.sequence;
+  info.damaged_frames = stream.damaged_frames;
   return frame.WithInfo(info);
 }
 

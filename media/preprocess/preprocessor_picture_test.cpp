@@ -214,13 +214,17 @@ TEST_F(PreprocessorPicture, AnInterceptorsFrameGoesOnWithTheStreamsTimesAndDeliv
   const auto before = AddWriter(InterceptPosition::kBeautified, Params(kSize));
   const auto encoder = AddWriter(kEncoder, Params(kSize));
   preprocessor->StartProcessing();
-  const PixelFrame frame = MakeFrame(9, kLossless);
+  const PixelFrame plain = MakeFrame(9, kLossless);
+  video::PixelFrameInfo info = plain.info();
+  info.damaged_frames = 4;
+  const PixelFrame frame = plain.WithInfo(info);
   Process(frame);
   EXPECT_EQ(replacing->frames.at(0).info().format, PixelFormat::kBGRA);
   EXPECT_LE(DistanceFrom(replacing->frames[0].info(), kRust), 3);
   EXPECT_EQ(DistanceFrom(before->frames.at(0).info(), kRust), 0);
   EXPECT_LE(DistanceFrom(encoder->frames.at(0).info(), kGray), 2);
   EXPECT_EQ(encoder->frames[0].info().sequence, 9U);
+  EXPECT_EQ(encoder->frames[0].info().damaged_frames, 4U);
   EXPECT_EQ(encoder->frames[0].info().timestamp, frame.info().timestamp);
   EXPECT_EQ(encoder->frames[0].info().capture_time, frame.info().capture_time);
   EXPECT_EQ(encoder->frames[0].info().delivery, kLossless);
