@@ -71,11 +71,36 @@ class PixelFrame {
   [[nodiscard]] const std::shared_ptr<const void>& owner() const { return owner_; }
 
   // The same samples under another description (a new time stamp, a crop by moved plane pointers).
-  [[nodiscard]] PixelFrame WithInfo(const PixelFrameInfo& info) const { return {info, owner_}; }
+  [[nodiscard]] PixelFrame WithInfo(const PixelFrameInfo& info) const {
+    PixelFrame frame(info, owner_);
+    const bool is_whole = info.size == info_.size && info.planes[0].data == info_.planes[0].data;
+    if (is_whole) frame.enlarged_from_ = enlarged_from_;
+    return frame;
+  }
+
+  // The same picture as another frame of the stream `info` is of: with its times and its counts.
+  [[nodiscard]] PixelFrame InStreamOf(const PixelFrameInfo& info) const {
+    PixelFrameInfo own = info_;
+    own.delivery = info.delivery;
+    own.timestamp = info.timestamp;
+    own.capture_time = info.capture_time;
+    own.sequence = info.sequence;
+    own.damaged_frames = info.damaged_frames;
+    return WithInfo(own);
+  }
+
+  // The picture that this one was enlarged from, to make smaller ones from: it shows the same in
+  // fewer samples, and nothing has softened it. Null if there is none. Its times are not the
+  // stream's.
+  [[nodiscard]] const PixelFrame* enlarged_from() const { return enlarged_from_.get(); }
+  void set_enlarged_from(PixelFrame frame) {
+    enlarged_from_ = std::make_shared<const PixelFrame>(std::move(frame));
+  }
 
  private:
   PixelFrameInfo info_;
   std::shared_ptr<const void> owner_;
+  std::shared_ptr<const PixelFrame> enlarged_from_;
 };
 
 // Travels behind the last frame of a stream, through every track, to each stream's writer.

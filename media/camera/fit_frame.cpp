@@ -25,7 +25,10 @@ video::PixelFrame FitFrame(const SourceFrame& item, video::Size asked, FramePool
   video::Size size = CoveringSize(item.upright_size, asked);
   if (SwapsSides(orientation.rotation)) std::swap(size.width, size.height);
   // Scaled first, because a smaller picture is cheaper to turn.
-  const video::PixelFrame scaled = ScaleFrame(WithMatrix(item.frame), size, pool);
+  const video::PixelFrame stored = WithMatrix(item.frame);
+  video::PixelFrame scaled = ScaleFrame(stored, size, pool);
+  const video::Size& own = stored.info().size;
+  if (size.width > own.width || size.height > own.height) scaled.set_enlarged_from(stored);
   const video::PixelFrame upright = OrientFrame(scaled, orientation, pool);
   video::PixelFrameInfo info = upright.info();
   info.rotation = video::VideoRotation::k0;

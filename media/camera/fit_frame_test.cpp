@@ -52,6 +52,21 @@ TEST_F(FitFrameTest, MakesPixelsSquare) {
   EXPECT_EQ(ReadFrameMarker(frame), 77u);
 }
 
+TEST_F(FitFrameTest, AnEnlargedPictureBringsTheOneItWasMadeFrom) {
+  const PixelFrame wide = FitFrame({picture_, {854, 360}}, {0, 0}, pool_);
+  ASSERT_NE(wide.enlarged_from(), nullptr);
+  EXPECT_EQ(wide.enlarged_from()->owner(), picture_.owner());
+  const PixelFrame high = FitFrame({picture_, {640, 480}}, {0, 0}, pool_);
+  ASSERT_NE(high.enlarged_from(), nullptr);
+  EXPECT_EQ(high.enlarged_from()->info().color, high.info().color);
+
+  EXPECT_EQ(FitFrame({picture_, {640, 360}}, {0, 0}, pool_).enlarged_from(), nullptr);
+  EXPECT_EQ(FitFrame({picture_, {640, 360}}, {320, 180}, pool_).enlarged_from(), nullptr);
+  EXPECT_EQ(FitFrame({picture_, {854, 360}}, {640, 270}, pool_).enlarged_from(), nullptr);
+  const PixelFrame mirrored = FitFrame({picture_, {854, 360}, true}, {0, 0}, pool_);
+  EXPECT_EQ(mirrored.enlarged_from(), nullptr) << "it shows something else";
+}
+
 TEST_F(FitFrameTest, TurnsThePictureUprightAndSaysSo) {
   for (const VideoRotation rotation :
        {VideoRotation::k90, VideoRotation::k180, VideoRotation::k270}) {

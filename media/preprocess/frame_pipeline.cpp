@@ -21,17 +21,6 @@ bool IsSamePicture(const PixelFrame& a, const PixelFrame& b) {
          a.info().size == b.info().size && a.info().format == b.info().format;
 }
 
-// What belongs to the stream and not to the picture; an interceptor's new frame may lack it.
-PixelFrame WithStreamInfoOf(const PixelFrame& frame, const PixelFrameInfo& stream) {
-  PixelFrameInfo info = frame.info();
-  info.delivery = stream.delivery;
-  info.timestamp = stream.timestamp;
-  info.capture_time = stream.capture_time;
-  info.sequence = stream.sequence;
-  info.damaged_frames = stream.damaged_frames;
-  return frame.WithInfo(info);
-}
-
 PixelFrame WithDelivery(const PixelFrame& frame, FrameDelivery delivery) {
   PixelFrameInfo info = frame.info();
   info.delivery = delivery;
@@ -82,7 +71,8 @@ void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
   const PixelFrame answer = listener->OnInterceptFrame(interceptor.position, offered);
   // A listener that only looked shall not cost the frame a conversion.
   if (answer && IsSamePicture(answer, offered)) return;
-  pass.frame = answer ? WithStreamInfoOf(answer, pass.frame.info()) : PixelFrame();
+  // An interceptor's new frame may lack what belongs to the stream and not to the picture.
+  pass.frame = answer ? answer.InStreamOf(pass.frame.info()) : PixelFrame();
   pass.outputs.reset();
 }
 

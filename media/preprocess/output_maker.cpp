@@ -1,5 +1,6 @@
 #include "media/preprocess/output_maker.h"
 
+#include <array>
 #include <cstdint>
 #include <utility>
 
@@ -60,19 +61,16 @@ PixelFrame OutputMaker::Resized(const Size& size, PixelFormat format) {
     if (made.size == size && made.frame.info().format == format) return made.frame;
   }
   const Placement placement = Place(frame_.info().size, size, mode_);
-  const Scaled* const larger = FindSource(placement, format);
-  const PixelFrame source = larger != nullptr ? larger->frame : Make({}, format);
-  if (!source) return {};
-  PixelFrame made = Scale(size, placement, source,
-                          larger != nullptr ? larger->placement.target : placement.source);
+  const Source source = FindSource(placement, format);
+  if (!source.frame) return {};
+  PixelFrame made = Scale(size, placement, source);
   if (made) scaled_.push_back({size, placement, made});
   return made;
 }
 
-PixelFrame OutputMaker::Scale(const Size& size, const Placement& placement,
-                              const PixelFrame& source, const Region& part) {
-  const video::PixelFrameInfo cropped = CropTo(source.info(), part);
-  if (cropped.size == size) return source.WithInfo(cropped);
+PixelFrame OutputMaker::Scale(const Size& size, const Placement& placement, const Source& source) {
+  const video::PixelFrameInfo cropped = CropTo(source.frame.info(), source.part);
+  if (cropped.size == size) return source.frame.WithInfo(cropped);
   WritableFrame target = pool_.Allocate(cropped.format, size, cropped);
   if (!target) return {};
   ScaleInto(cropped, target, placement.target, pool_);
@@ -80,7 +78,37 @@ PixelFrame OutputMaker::Scale(const Size& size, const Placement& placement,
   return std::move(target).Finish();
 }
 
-const OutputMaker::Scaled* OutputMaker::FindSource(const Placement& placement,
+OutputMaker::Source OutputMaker::FindSource(const Placement& placement, PixelFormat format) {
+  if (const auto part = PartBeforeEnlarging(placement)) {
+    const PixelFrame picture = frame_.enlarged_from()->InStreamOf(frame_.info());
+    return {ConvertFrame(picture, format, pool_), *part};
+  }
+  const Scaled* const larger = FindScaled(placement, format);
+  if (larger != nullptr) return {larger->frame, larger->placement.target};
+  return {Make({}, format), placement.source};
+}
+
+std::optional<Region> OutputMaker::PartBeforeEnlarging(const Placement& placement) const {
+  const PixelFrame* const picture = frame_.enlarged_from();
+  if (picture == nullptr) return std::nullopt;
+  const Size& from = frame_.info().size;
+  const Size& to = picture->info().size;
+  const Region& part = placement.source;
+  const std::array along_x{part.x * to.width, part.width * to.width};
+  const std::array along_y{part.y * to.height, part.height * to.height};
+  // Only where it begins and ends at whole samples, of chroma too.
+  const auto is_whole = [](const std::array<std::int32_t, 2>& sides, std::int32_t unit) {
+    return sides[0] % (2 * unit) == 0 && sides[1] % unit == 0;
+  };
+  if (!is_whole(along_x, from.width) || !is_whole(along_y, from.height)) return std::nullopt;
+  const Region found{along_x[0] / from.width, along_y[0] / from.height, along_x[1] / from.width,
+                     along_y[1] / from.height};
+  const bool serves =
+      found.width >= placement.target.width && found.height >= placement.target.height;
+  return serves ? std::optional(found) : std::nullopt;
+}
+
+const OutputMaker::Scaled* OutputMaker::FindScaled(const Placement& placement,
                                                    PixelFormat format) const {
   const Scaled* best = nullptr;
   for (const Scaled& made : scaled_) {

@@ -1,10 +1,12 @@
 #ifndef MOVRA_MEDIA_PREPROCESS_OUTPUT_MAKER_H_
 #define MOVRA_MEDIA_PREPROCESS_OUTPUT_MAKER_H_
 
+#include <optional>
 #include <vector>
 
 #include "media/frame/frame_pool.h"
 #include "media/preprocess/placement.h"
+#include "video/capture_params.h"
 #include "video/pixel_frame.h"
 #include "video/size.h"
 #include "video/video_types.h"
@@ -15,7 +17,8 @@ namespace movra::media {
 //
 // A picture at most half as large as one made before of the same part of the frame is made from
 // that one: averaging hides that it was scaled before, and there is less to read. So ask for the
-// largest first. What needs no change costs nothing, and a crop alone moves plane pointers.
+// largest first. One that the frame was enlarged from is better than both, where it is large
+// enough. What needs no change costs nothing, and a crop alone moves plane pointers.
 //
 // One thread at a time; `pool` outlives it.
 class OutputMaker {
@@ -38,11 +41,20 @@ class OutputMaker {
     video::PixelFrame frame;
   };
 
+  // What a picture is made from.
+  struct Source {
+    video::PixelFrame frame;
+    video::Region part;
+  };
+
   video::PixelFrame Resized(const video::Size& size, video::PixelFormat format);
   video::PixelFrame Scale(const video::Size& size, const Placement& placement,
-                          const video::PixelFrame& source, const video::Region& part);
-  // The smallest picture that `placement` can be made from; null: the frame itself.
-  [[nodiscard]] const Scaled* FindSource(const Placement& placement,
+                          const Source& source);
+  [[nodiscard]] Source FindSource(const Placement& placement, video::PixelFormat format);
+  // The part of the picture that the frame was enlarged from; absent if it does not serve.
+  [[nodiscard]] std::optional<video::Region> PartBeforeEnlarging(const Placement& placement) const;
+  // The smallest of those made before; null if none serves.
+  [[nodiscard]] const Scaled* FindScaled(const Placement& placement,
                                          video::PixelFormat format) const;
 
   const video::PixelFrame frame_;

@@ -102,6 +102,65 @@ TEST(OutputMaker, ASmallPictureFromTheBigOneLooksLikeOneFromTheFrame) {
   EXPECT_LE(error / static_cast<double>(direct.size()), 1.0) << "48 dB apart at least";
 }
 
+// A frame that was enlarged from 480x360; what is made from that picture is rust, all else gray.
+class OutputMakerOfEnlarged : public ::testing::Test {
+ protected:
+  OutputMakerOfEnlarged() {
+    video::PixelFrameInfo like;
+    like.sequence = 7;
+    frame_ = FlatFrame(pool_, PixelFormat::kI420, {640, 360}, kGray, like);
+    frame_.set_enlarged_from(FlatFrame(pool_, PixelFormat::kNV12, {480, 360}, kRust));
+  }
+
+  bool IsFromTheSmallerPicture(const Size& size, FrameAdaptiveMode mode, const Size& before = {}) {
+    OutputMaker maker(frame_, mode, pool_);
+    if (before != Size{}) static_cast<void>(maker.Make(before, PixelFormat::kI420));
+    const PixelFrame made = maker.Make(size, PixelFormat::kI420);
+    EXPECT_EQ(made.info().size, size);
+    EXPECT_EQ(made.info().format, PixelFormat::kI420);
+    EXPECT_EQ(made.info().sequence, 7U);
+    const bool is_rust = DistanceFrom(made.info(), kRust) <= 2;
+    EXPECT_NE(is_rust, DistanceFrom(made.info(), kGray) <= 2);
+    return is_rust;
+  }
+
+  FramePool pool_;
+  PixelFrame frame_;
+};
+
+TEST_F(OutputMakerOfEnlarged, SmallerPicturesAreMadeFromTheOneBefore) {
+  for (const Size size : {Size{160, 90}, Size{320, 180}, Size{480, 270}}) {
+    EXPECT_TRUE(IsFromTheSmallerPicture(size, FrameAdaptiveMode::kCrop));
+    EXPECT_TRUE(IsFromTheSmallerPicture(size, FrameAdaptiveMode::kCrop, {640, 360}));
+  }
+  EXPECT_TRUE(IsFromTheSmallerPicture({160, 90}, FrameAdaptiveMode::kCrop, {600, 338}))
+      << "though a larger one was made that would do";
+}
+
+TEST_F(OutputMakerOfEnlarged, OnesThatItIsTooSmallForAreMadeFromTheFrame) {
+  EXPECT_FALSE(IsFromTheSmallerPicture({640, 360}, FrameAdaptiveMode::kCrop));
+  EXPECT_FALSE(IsFromTheSmallerPicture({482, 272}, FrameAdaptiveMode::kCrop));
+  EXPECT_FALSE(IsFromTheSmallerPicture({480, 362}, FrameAdaptiveMode::kStretch));
+}
+
+TEST_F(OutputMakerOfEnlarged, TheSameHoldsForRows) {
+  frame_ = FlatFrame(pool_, PixelFormat::kI420, {360, 640}, kGray, frame_.info());
+  frame_.set_enlarged_from(FlatFrame(pool_, PixelFormat::kI420, {360, 480}, kRust));
+  EXPECT_TRUE(IsFromTheSmallerPicture({90, 160}, FrameAdaptiveMode::kCrop));
+  EXPECT_TRUE(IsFromTheSmallerPicture({180, 160}, FrameAdaptiveMode::kCrop));
+  EXPECT_FALSE(IsFromTheSmallerPicture({180, 180}, FrameAdaptiveMode::kCrop));
+}
+
+TEST_F(OutputMakerOfEnlarged, APartIsTakenWhereItBeginsAndEndsAtWholeSamples) {
+  EXPECT_TRUE(IsFromTheSmallerPicture({160, 180}, FrameAdaptiveMode::kCrop))
+      << "from 160, which is 120 there, 320 wide, which is 240";
+  EXPECT_TRUE(IsFromTheSmallerPicture({160, 80}, FrameAdaptiveMode::kCrop)) << "all of a row";
+  EXPECT_FALSE(IsFromTheSmallerPicture({180, 180}, FrameAdaptiveMode::kCrop))
+      << "from 140, which is 105";
+  EXPECT_FALSE(IsFromTheSmallerPicture({239, 180}, FrameAdaptiveMode::kCrop))
+      << "from 80, which is 60, 478 wide, which is no whole number";
+}
+
 TEST(OutputMaker, CropShowsTheMiddleWithoutCopyingWhenTheSizeFits) {
   FramePool pool;
   const PixelFrame frame = WideWithRustMiddle(pool, PixelFormat::kI420);
