@@ -30,6 +30,8 @@ ExitCode StartCode(CameraError error) {
   }
 }
 
+bool IsFile(const std::string& camera_id) { return camera_id.starts_with(kFilePrefix); }
+
 std::string Reason(std::int32_t error_code, const std::string& text) {
   return text.empty() ? media::CameraErrorToString(static_cast<CameraError>(error_code)) : text;
 }
@@ -39,7 +41,7 @@ std::string Reason(std::int32_t error_code, const std::string& text) {
 Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
                            const std::string& text) {
   std::string reason = Reason(error_code, text);
-  const bool is_file = camera_id.rfind(kFilePrefix, 0) == 0;
+  const bool is_file = IsFile(camera_id);
   const std::string name = is_file ? camera_id.substr(sizeof kFilePrefix - 1) : camera_id;
   // The camera's own sentence often names it already.
   const bool names_it = reason.find(name) != std::string::npos;
@@ -50,15 +52,16 @@ Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code
   return {code, "--camera" + (names_it ? "" : " " + camera_id) + ": " + reason};
 }
 
-Failure CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
-                            const std::string& text, std::uint64_t damaged_frames) {
+std::optional<Failure> CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
+                                           const std::string& text, std::uint64_t damaged_frames) {
+  if (error_code == 0 && (damaged_frames == 0 || !IsFile(camera_id))) return std::nullopt;
   std::string what;
   if (error_code != 0) what = " broke off: " + Reason(error_code, text);
   if (damaged_frames > 0) {
     what += (what.empty() ? ": " : "; ") + std::to_string(damaged_frames) +
             (damaged_frames == 1 ? " frame" : " frames") + " could not be decoded whole";
   }
-  return {ExitCode::kDamagedInput, camera_id + what + "; the rest is kept"};
+  return Failure{ExitCode::kDamagedInput, camera_id + what + "; the rest is kept"};
 }
 
 }  // namespace movra::app

@@ -4,6 +4,7 @@
 #define MOVRA_APP_CAMERA_FAILURE_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "app/result.h"
@@ -15,9 +16,12 @@ namespace movra::app {
 [[nodiscard]] Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
                                          const std::string& text);
 
-// A source that broke off in the middle, or delivered frames that were not whole.
-[[nodiscard]] Failure CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
-                                          const std::string& text, std::uint64_t damaged_frames);
+// A source that broke off in the middle, or a file with frames that were not whole. A device whose
+// next frame may be whole again has only losses, which are none of this.
+[[nodiscard]] std::optional<Failure> CameraDamageFailure(const std::string& camera_id,
+                                                         std::int32_t error_code,
+                                                         const std::string& text,
+                                                         std::uint64_t damaged_frames);
 
 }  // namespace movra::app
 

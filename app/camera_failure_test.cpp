@@ -47,13 +47,24 @@ TEST(CameraFailure, NamesTheCameraOnce) {
 }
 
 TEST(CameraFailure, DamageSaysWhatIsLostAndThatTheRestIsKept) {
-  const Failure broken = CameraDamageFailure("file:a.mp4", 12, "ends at 0:03", 0);
-  EXPECT_EQ(broken.code, ExitCode::kDamagedInput);
-  EXPECT_EQ(broken.text, "file:a.mp4 broke off: ends at 0:03; the rest is kept");
-  EXPECT_EQ(CameraDamageFailure("file:a.mp4", 0, "", 1).text,
-            "file:a.mp4: 1 frame could not be decoded whole; the rest is kept");
-  EXPECT_THAT(CameraDamageFailure("file:a.mp4", 12, "ends", 3).text,
-              HasSubstr("broke off: ends; 3 frames could not be decoded whole"));
+  const auto broken = CameraDamageFailure("file:a.mp4", 12, "ends at 0:03", 0);
+  ASSERT_TRUE(broken);
+  EXPECT_EQ(broken->code, ExitCode::kDamagedInput);
+  EXPECT_EQ(broken->text, "file:a.mp4 broke off: ends at 0:03; the rest is kept");
+  const auto damaged = CameraDamageFailure("file:a.mp4", 0, "", 1);
+  ASSERT_TRUE(damaged);
+  EXPECT_EQ(damaged->text, "file:a.mp4: 1 frame could not be decoded whole; the rest is kept");
+  const auto both = CameraDamageFailure("file:a.mp4", 12, "ends", 3);
+  ASSERT_TRUE(both);
+  EXPECT_THAT(both->text, HasSubstr("broke off: ends; 3 frames could not be decoded whole"));
+  EXPECT_FALSE(CameraDamageFailure("file:a.mp4", 0, "", 0));
+}
+
+TEST(CameraFailure, FramesThatADeviceLostOnTheWayAreNoFailure) {
+  EXPECT_FALSE(CameraDamageFailure("/dev/video0", 0, "", 3));
+  const auto gone = CameraDamageFailure("/dev/video0", 12, "is gone", 3);
+  ASSERT_TRUE(gone);
+  EXPECT_EQ(gone->code, ExitCode::kDamagedInput);
 }
 
 }  // namespace

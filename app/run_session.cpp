@@ -322,10 +322,8 @@ std::optional<Failure> RunSession::FindFailure() const {
   if (end.error_code != 0 && std::all_of(streams.begin(), streams.end(), is_empty)) {
     return CameraStartFailure(camera, end.error_code, end.reason);
   }
-  // A device delivers its next picture whole, but a file stays damaged.
-  if (end.error_code != 0 || (report_.damaged_frames > 0 && report_.source.is_file)) {
-    return CameraDamageFailure(camera, end.error_code, end.reason, report_.damaged_frames);
-  }
+  auto damage = CameraDamageFailure(camera, end.error_code, end.reason, report_.damaged_frames);
+  if (damage) return damage;
   const auto empty = std::find_if(streams.begin(), streams.end(), is_empty);
   const bool was_cut_short = ending_ == Ending::kInterrupted || ending_ == Ending::kReaderClosed;
   if (empty == streams.end() || was_cut_short) return std::nullopt;
