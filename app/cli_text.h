@@ -30,7 +30,8 @@ inline constexpr char kCameraText[] =
 inline constexpr char kModeText[] =
     "How the size asked of the camera follows from the big\n"
     "stream's: 0, 2 limited to 1920x1080, 1 as it is,\n"
-    "3 by --size (default: 0)";
+    "3 by --size (default: 0; 3 with a file's own size if\n"
+    "the small stream is more than half as large as the big)";
 inline constexpr char kSizeText[] = "Size asked of the camera; means --mode 3";
 inline constexpr char kFrameRateText[] =
     "Highest rate taken from the source, frames per second\n"
