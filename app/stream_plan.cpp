@@ -68,8 +68,8 @@ std::optional<std::int32_t> CaptureFrameRate(const RunOptions& options,
   return needed;
 }
 
-// A camera delivers what the big stream needs. A small one that is no smaller than half of that
-// would lose by being scaled from a picture that was scaled already.
+// A camera delivers what the big stream needs. A small one of more than half of that would lose by
+// being scaled from a picture that was scaled already.
 bool NeedsWholePictures(const std::vector<StreamPlan>& streams) {
   if (streams.size() < 2) return false;
   const Size& big = streams[0].size;

@@ -24,9 +24,9 @@ struct EncodedFrame {
   std::chrono::nanoseconds timestamp{0};
   std::chrono::nanoseconds duration{0};      // Expected; 0 if the rate is not known.
   std::chrono::nanoseconds capture_time{0};  // Of the source frame, std::chrono::steady_clock.
-  std::uint64_t sequence = 0;                // Of the source frame, as the next.
-  std::uint64_t damaged_frames = 0;
-  std::chrono::nanoseconds encode_time{0};  // That the encoder took for this picture.
+  std::uint64_t sequence = 0;                // Of the source frame.
+  std::uint64_t damaged_frames = 0;          // In the source, up to this frame.
+  std::chrono::nanoseconds encode_time{0};   // That the encoder took for this picture.
 };
 
 // Where encoded frames go; implemented by the application, which keeps it alive. Both operations

@@ -197,8 +197,8 @@ CameraInfo VideoFileDecoder::Describe() const {
 }
 
 SourceItem VideoFileDecoder::Next() {
-  if (!std::holds_alternative<std::monostate>(first_)) return std::exchange(first_, {});
   while (!interrupted_) {
+    if (!std::holds_alternative<std::monostate>(first_)) return std::exchange(first_, {});
     AvFramePtr frame(av_frame_alloc());
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
     if (result == AVERROR(EAGAIN)) {

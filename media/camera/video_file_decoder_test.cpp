@@ -510,6 +510,11 @@ TEST_F(VideoFileDecoderTest, GivesUpWhenItIsInterrupted) {
   EXPECT_TRUE(std::holds_alternative<SourceFrame>(decoder.Next()));
   decoder.Interrupt();
   EXPECT_TRUE(std::holds_alternative<std::monostate>(decoder.Next()));
+
+  VideoFileDecoder opened;
+  ASSERT_EQ(opened.Open(clips_.Path("a.mp4")).error_code, 0);
+  opened.Interrupt();
+  EXPECT_TRUE(std::holds_alternative<std::monostate>(opened.Next()));
 }
 
 TEST_F(VideoFileDecoderTest, ItsFramesOutliveIt) {

@@ -32,7 +32,7 @@ std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
   return width * (tap.params.height > 0 ? tap.params.height : own.height);
 }
 
-bool IsEncoders(const Tap& tap) { return tap.position == InterceptPosition::kEncoder; }
+bool IsForEncoder(const Tap& tap) { return tap.position == InterceptPosition::kEncoder; }
 
 }  // namespace
 
@@ -93,7 +93,7 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
   // longer work is done. The largest gives away what making the others took.
   for (auto output = outputs.rbegin(); output != outputs.rend(); ++output) {
     // Scaling took its time: asked again right before the write.
-    if ((!IsEncoders(*output->tap) && !*output->tap->attached) || pass.is_stopped()) continue;
+    if ((!IsForEncoder(*output->tap) && !*output->tap->attached) || pass.is_stopped()) continue;
     static_cast<void>(output->writer->Write(std::move(output->frame)));
   }
 }
@@ -101,13 +101,13 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
 std::optional<FramePipeline::Output> FramePipeline::MakeOutput(Pass& pass, const Tap& tap) {
   // An encoder's tap that is being removed still gets the frame that was on its way to it: it may
   // be added anew with another size, and a lossless frame must not fall in between.
-  auto writer = IsEncoders(tap) ? tap.target.lock() : tap.Lock();
+  auto writer = IsForEncoder(tap) ? tap.target.lock() : tap.Lock();
   if (writer == nullptr) return std::nullopt;
   if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
   PixelFrame made =
       pass.outputs->Make({tap.params.width, tap.params.height}, tap.params.pixel_format);
   if (!made) return std::nullopt;
-  if (!IsEncoders(tap)) made = WithDelivery(made, FrameDelivery::kLive);
+  if (!IsForEncoder(tap)) made = WithDelivery(made, FrameDelivery::kLive);
   return Output{&tap, std::move(writer), std::move(made)};
 }
 
@@ -125,7 +125,7 @@ void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
 
 bool EncodersHaveRoom(const PipelineSettings& settings) {
   return std::all_of(settings.taps.begin(), settings.taps.end(), [](const Tap& tap) {
-    if (!IsEncoders(tap)) return true;
+    if (!IsForEncoder(tap)) return true;
     const auto writer = tap.Lock();
     return writer == nullptr || writer->HasRoom();
   });
