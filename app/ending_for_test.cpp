@@ -178,9 +178,9 @@ void DropTheRightsOfRoot() {
   prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
-std::string WhyMemoryHasNoLimit() {
+std::string WhyLimitsAreTooNarrow() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return "a sanitizer reserves more memory than any limit";
+  return "a sanitizer reserves more memory than any limit, and descriptors for its checks";
 #else
   return "";
 #endif

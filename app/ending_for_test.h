@@ -100,8 +100,8 @@ struct Ending {
 // For Ending::in_child: takes from root what would let it read and write everything.
 void DropTheRightsOfRoot();
 
-// For Ending::prepare: why the memory of the program cannot be limited, or nothing.
-[[nodiscard]] std::string WhyMemoryHasNoLimit();
+// For Ending::prepare: why the program cannot do with little memory or few descriptors, or nothing.
+[[nodiscard]] std::string WhyLimitsAreTooNarrow();
 
 // The rows, by concern.
 [[nodiscard]] std::vector<Ending> EndingsOfWhatWasTyped();

@@ -101,7 +101,7 @@ TEST_P(EndingE2e, SaysItsLineHasItsCodeAndWhatIsLeftPlays) {
   std::vector<std::string> words;
   for (const std::string& word : ending.words) words.push_back(run.Filled(word));
   const std::string refusal = ending.prepare ? ending.prepare(run) : "";
-  // Some need a mount, which containers refuse, or a limit of memory, which sanitizers exceed.
+  // Some need a mount, which containers refuse, or narrow limits, which sanitizers exceed.
   if (!refusal.empty()) GTEST_SKIP() << refusal;
   const auto before = Contents();
   run.Start(words, ending.in_child);
