@@ -16,7 +16,7 @@ using media::ClipDirectory;
 using video::Size;
 
 std::size_t LumaBytes(const Size& size) {
-  return static_cast<std::size_t>(size.width * size.height);
+  return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
 std::size_t FrameBytes(const Size& size) {
@@ -90,6 +90,7 @@ std::vector<Pictures> ReadPictures(const ClipDirectory& clips,
   }
   clips.RunFfmpeg(inputs + outputs);
   std::vector<Pictures> pictures;
+  pictures.reserve(videos.size());
   for (const StoredVideo& video : videos) {
     pictures.push_back(ReadRaw(clips, RawName(pictures.size()), video.size));
   }

@@ -11,8 +11,6 @@
 namespace movra::app {
 namespace {
 
-using movra_logging::LogRecord;
-
 class ConsoleLogSinkTest : public testing::Test {
  protected:
   ConsoleLogSinkTest() { EXPECT_EQ(pipe2(ends_, O_NONBLOCK), 0); }

@@ -84,7 +84,7 @@ std::vector<Ending> Refused() {
 }
 
 std::string FillDisk(EndingRun& run) {
-  const std::string refusal = run.MountDisk("size=8k");
+  std::string refusal = run.MountDisk("size=8k");
   std::ofstream(run.Path("disk/mine")) << std::string(10'000, 'x');
   return refusal;
 }

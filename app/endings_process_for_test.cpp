@@ -151,8 +151,10 @@ std::vector<Ending> InterruptedAtTheEnd() {
 
 // Each at a moment of its own, by the bytes that are on the disk.
 std::vector<Ending> Killed() {
+  constexpr int kTimes = 10;
   std::vector<Ending> rows;
-  for (int i = 0; i < 10; ++i) {
+  rows.reserve(kTimes);
+  for (int i = 0; i < kTimes; ++i) {
     rows.push_back({"KilledAtARandomMoment" + std::to_string(i),
                     Run(kEndless),
                     -SIGKILL,

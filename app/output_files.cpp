@@ -102,7 +102,7 @@ OutputFiles NamesAsTyped(const RunOptions& options, const std::vector<StreamPlan
 
 std::optional<Failure> PutIntoDirectory(OutputDirectory& directory, std::string& path) {
   if (path.empty() || !LandsInDirectory(path)) return std::nullopt;
-  const auto failure = directory.MakeParentOf(path);
+  auto failure = directory.MakeParentOf(path);
   path = (directory.path() / path).string();
   return failure;
 }

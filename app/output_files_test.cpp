@@ -12,7 +12,6 @@ namespace movra::app {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;

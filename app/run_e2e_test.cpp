@@ -17,7 +17,6 @@ namespace movra::app {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -336,7 +336,7 @@ void PlainQueueUncontended(State& state) {
 class NullSink : public movra_logging::LogSink {
  public:
   NullSink() { movra_logging::AddLogSink(this); }
-  ~NullSink() { movra_logging::RemoveLogSink(this); }
+  ~NullSink() override { movra_logging::RemoveLogSink(this); }
   void Send(const movra_logging::LogRecord& record) override {
     benchmark::DoNotOptimize(record.text.data());
   }

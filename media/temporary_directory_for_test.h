@@ -34,7 +34,7 @@ class TemporaryDirectory {
   }
 
   std::string Write(const std::string& name, const std::string& text) const {
-    const std::string file = *this / name;
+    std::string file = *this / name;
     std::ofstream(file) << text;
     return file;
   }

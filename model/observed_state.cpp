@@ -85,7 +85,7 @@ void ObservePreprocessor(const testing::PreprocessorDouble& preprocessor, Observ
 }
 
 void ObserveRenderer(const testing::RendererDouble& renderer, ObservedState& state) {
-  const std::string name = renderer.name();
+  const std::string& name = renderer.name();
   state[name + " started"] = Describe(renderer.is_started());
   state[name + " input"] = NameOf(renderer.input().get());
   state[name + " view"] = NameOf(renderer.view().get());
@@ -99,7 +99,7 @@ void ObserveRenderer(const testing::RendererDouble& renderer, ObservedState& sta
 }
 
 void ObserveEncoder(const testing::EncoderDouble& encoder, ObservedState& state) {
-  const std::string name = encoder.name();
+  const std::string& name = encoder.name();
   state[name + " started"] = Describe(encoder.is_started());
   state[name + " params"] = OrNothing(encoder.params());
   state[name + " input"] = NameOfWeak(encoder.input());

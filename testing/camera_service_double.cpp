@@ -47,8 +47,11 @@ void CameraServiceDouble::StartCapture(int requester, const video::CameraParams&
   Called("StartCapture", requester, params, writer, callback);
   captures_.push_back({requester, params, std::move(writer)});
   if (!callback) return;
-  if (start_policy == CallbackPolicy::kKeep) starts_.push_back(std::move(callback));
-  if (start_policy == CallbackPolicy::kRun) std::move(callback).Run(start_error, start_ms);
+  if (start_policy == CallbackPolicy::kKeep) {
+    starts_.push_back(std::move(callback));
+  } else if (start_policy == CallbackPolicy::kRun) {
+    std::move(callback).Run(start_error, start_ms);
+  }
 }
 
 void CameraServiceDouble::StopCapture(const video::CameraParams& params,
@@ -58,8 +61,11 @@ void CameraServiceDouble::StopCapture(const video::CameraParams& params,
   Called("StopCapture", params, writer, callback);
   std::erase_if(captures_, [&](const Capture& capture) { return capture.writer == writer; });
   if (!callback) return;
-  if (stop_policy == CallbackPolicy::kKeep) stops_.push_back(std::move(callback));
-  if (stop_policy == CallbackPolicy::kRun) std::move(callback).Run();
+  if (stop_policy == CallbackPolicy::kKeep) {
+    stops_.push_back(std::move(callback));
+  } else if (stop_policy == CallbackPolicy::kRun) {
+    std::move(callback).Run();
+  }
 }
 
 void CameraServiceDouble::UpdateCaptureParams(const video::CameraParams& params) {
