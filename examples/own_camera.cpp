@@ -5,6 +5,7 @@
 //   own_camera file:talk.mp4 talk-2.mp4   the cameras that there were before are still there
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -71,7 +72,7 @@ class StripesCamera final : public movra::media::CameraSource {
     const int width = plane == 0 ? kSize.width : kSize.width / 2;
     const int height = plane == 0 ? kSize.height : kSize.height / 2;
     for (int y = 0; y < height; ++y) {
-      std::uint8_t* const row = picture.plane(plane) + y * picture.stride(plane);
+      std::uint8_t* const row = picture.plane(plane) + std::ptrdiff_t{y} * picture.stride(plane);
       const auto phase = static_cast<int>(next_ % 64);
       for (int x = 0; x < width; ++x) row[x] = (x + phase) / 32 % 2 == 0 ? 100 : 156;
     }

@@ -13,6 +13,8 @@ using video::Size;
 constexpr int kColumns = 8;
 constexpr int kRows = 4;
 constexpr int kCells = kColumns * kRows;
+constexpr int ColumnOf(int cell) { return cell % kColumns; }
+constexpr int RowOf(int cell) { return cell / kColumns; }
 constexpr double kCellsPerShortSide = 16;
 constexpr double kFrameWidth = 0.5;  // In cells.
 constexpr std::uint8_t kWhite = 235;
@@ -75,7 +77,7 @@ class MarkerReader {
 
     std::array<double, kCells> levels{};
     for (int i = 0; i < kCells; ++i) {
-      levels[static_cast<std::size_t>(i)] = Mean(at, i % kColumns + 0.25, i / kColumns + 0.25, 0.5);
+      levels[static_cast<std::size_t>(i)] = Mean(at, ColumnOf(i) + 0.25, RowOf(i) + 0.25, 0.5);
     }
     const auto [low, high] = std::minmax_element(levels.begin(), levels.end());
     if (*high - *low < kMinContrast) return std::nullopt;
@@ -129,8 +131,8 @@ class MarkerReader {
   // A cell of a block read at a wrong scale straddles others: its quarters disagree.
   [[nodiscard]] bool IsUniform(const Geometry& at, int cell, double threshold, bool white) const {
     for (int quarter = 0; quarter < 4; ++quarter) {
-      const double column = cell % kColumns + (quarter % 2 == 0 ? 0.25 : 0.5);
-      const double row = cell / kColumns + (quarter / 2 == 0 ? 0.25 : 0.5);
+      const double column = ColumnOf(cell) + (quarter % 2 == 0 ? 0.25 : 0.5);
+      const double row = RowOf(cell) + (quarter / 2 == 0 ? 0.25 : 0.5);
       if ((Mean(at, column, row, 0.25) > threshold) != white) return false;
     }
     return true;
@@ -155,8 +157,8 @@ void PaintFrameMarker(std::uint8_t* luma, int stride, Size size, std::uint32_t n
   const std::uint32_t word = bits << 8 | Checksum(bits);
   for (int i = 0; i < kCells; ++i) {
     if (word >> (kCells - 1 - i) & 1) continue;
-    const int column = i % kColumns;
-    const int row = i / kColumns;
+    const int column = ColumnOf(i);
+    const int row = RowOf(i);
     FillCells(luma, stride, at, column, row, column + 1, row + 1, kBlack);
   }
 }

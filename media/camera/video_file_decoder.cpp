@@ -20,7 +20,6 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using video::CameraInfo;
-using video::Size;
 using video::StreamEnd;
 using video::VideoRotation;
 
@@ -205,9 +204,8 @@ SourceItem VideoFileDecoder::Next() {
       FeedDecoder();
     } else if (result == AVERROR_EOF) {
       return End();
-    } else if (result < 0) {
-      CountDamage();
-    } else if ((frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0) {
+    } else if (result < 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
+               frame->decode_error_flags != 0) {
       CountDamage();
     } else if (auto item = Deliver(std::move(frame))) {
       return std::move(*item);

@@ -34,6 +34,7 @@
 
 namespace movra::media {
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared stands in none.
 #define MOVRA_IMPORT(name) inline ImportedFunction<decltype(::name)> name;
 MOVRA_CAIRO_FUNCTIONS(MOVRA_IMPORT)
 #undef MOVRA_IMPORT

@@ -97,6 +97,7 @@ namespace movra::media {
 // Some carry hints for the compiler that a template's argument cannot.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wignored-attributes"
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared stands in none.
 #define MOVRA_IMPORT(name) inline ImportedFunction<decltype(::name)> name;
 MOVRA_AVUTIL_FUNCTIONS(MOVRA_IMPORT)
 MOVRA_AVCODEC_FUNCTIONS(MOVRA_IMPORT)

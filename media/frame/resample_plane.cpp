@@ -51,7 +51,7 @@ void Quantise(const std::array<double, kMostTaps>& shares, Taps& taps) {
   int given = 0;
   for (std::size_t i = 0; i < shares.size(); ++i) {
     so_far += shares[i];
-    const int weight = static_cast<int>(so_far * kWeightSum / sum + 0.5) - given;
+    const int weight = static_cast<int>(std::lround(so_far * kWeightSum / sum)) - given;
     given += weight;
     if (weight == kWeightSum) ++taps.weights[i == 0 ? 1 : i - 1];
     taps.weights[i] = static_cast<std::int8_t>(taps.weights[i] + std::min(weight, kWeightSum - 1));

@@ -46,7 +46,7 @@ PixelFrame FramePipeline::Process(PixelFrame frame, const PipelineSettings& sett
   Visit(pass, InterceptPosition::kCustomProcessing);
   Visit(pass, InterceptPosition::kPreview);
   Visit(pass, InterceptPosition::kPreviewWithWatermark);
-  const PixelFrame upright = pass.frame;
+  PixelFrame upright = pass.frame;
   Turn(pass, settings.encoder_orientation);
   Visit(pass, InterceptPosition::kEncoder);
   return upright;
