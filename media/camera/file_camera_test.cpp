@@ -16,7 +16,6 @@ namespace movra::media {
 namespace {
 
 using std::chrono::nanoseconds;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 using video::CameraParams;
