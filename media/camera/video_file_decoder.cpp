@@ -69,11 +69,6 @@ bool IsY4m(const AVFormatContext& container) {
   return std::string_view(container.iformat->name) == "yuv4mpegpipe";
 }
 
-// Whether a picture may say itself how it is to be turned, without a word in the container.
-bool MayTurnItself(AVCodecID codec) {
-  return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
-}
-
 nanoseconds InNanoseconds(std::int64_t value, AVRational unit) {
   return nanoseconds(av_rescale_q(value, unit, kNanoseconds));
 }
@@ -123,13 +118,7 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
                        " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
   }
   orientation_ = OrientationOf(*stream_);
-  CameraInfo info = Describe();
-  if (MayTurnItself(stream_->codecpar->codec_id)) {
-    first_ = Next();
-    const auto* const frame = std::get_if<SourceFrame>(&first_);
-    if (frame != nullptr) info.natural_size = frame->upright_size;
-  }
-  return info;
+  return Describe();
 }
 
 int VideoFileDecoder::OpenContainer(const std::string& path, bool is_pipe) {
@@ -197,7 +186,6 @@ CameraInfo VideoFileDecoder::Describe() const {
 
 SourceItem VideoFileDecoder::Next() {
   while (!interrupted_) {
-    if (!std::holds_alternative<std::monostate>(first_)) return std::exchange(first_, {});
     AvFramePtr frame(av_frame_alloc());
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
     if (result == AVERROR(EAGAIN)) {

@@ -92,7 +92,6 @@ class VideoFileDecoder {
   Orientation orientation_;                     // By the container.
   std::optional<Orientation> own_orientation_;  // By the pictures themselves.
 
-  SourceItem first_;  // Decoded while opening, and not yet asked for.
   std::uint64_t next_sequence_ = 0;
   std::uint64_t damaged_frames_ = 0;
   std::uint64_t delivered_ = 0;

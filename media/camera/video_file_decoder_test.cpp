@@ -218,19 +218,6 @@ TEST_F(VideoFileDecoderTest, PicturesMayTellThemselvesHowTheyLie) {
   EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1));
 }
 
-TEST_F(VideoFileDecoderTest, PicturesThatTurnThemselvesSettleTheNaturalSize) {
-  for (const auto& [turn, stored] : {std::pair{"90", "clock"}, std::pair{"270", "cclock"}}) {
-    clips_.Make("plain.mp4", std::string(kFastH264) + " -bf 2 -vf transpose=" + stored, 4);
-    clips_.RunFfmpeg(
-        "-i plain.mp4 -c copy -bsf:v h264_metadata=display_orientation=insert:rotate=" +
-        std::string(turn) + " turned.mkv");
-    const Decoded decoded = Decode(clips_.Path("turned.mkv"));
-    EXPECT_EQ(decoded.info.natural_size, (Size{320, 180}));
-    EXPECT_EQ(decoded.frames.at(0).upright_size, (Size{320, 180}));
-    EXPECT_THAT(decoded.Numbers(), ElementsAre(0, 1, 2, 3));
-  }
-}
-
 TEST_F(VideoFileDecoderTest, TellsTheSizeWithSquarePixels) {
   const Decoded decoded =
       Decode(clips_.Make("wide.mp4", std::string(kFastH264) + " -vf scale=240:180,setsar=4/3"));
