@@ -12,7 +12,6 @@ namespace movra::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using CallbackPolicy = CameraServiceDouble::CallbackPolicy;
 
 class CameraServiceDoubleTest : public ::testing::Test {

@@ -18,7 +18,6 @@ namespace movra::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr core::BusinessID kShared{304};
 

@@ -10,7 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using Bytes = std::vector<std::uint8_t>;
 
 std::vector<Bytes> Units(const Bytes& stream) {

@@ -18,7 +18,6 @@ namespace {
 using video::FrameAdaptiveMode;
 using video::PixelFormat;
 using video::PixelFrame;
-using video::Region;
 using video::Size;
 
 // Gray around a rust-coloured middle that is as high as the picture.
