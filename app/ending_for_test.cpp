@@ -85,7 +85,8 @@ void EndingRun::MakeSource(const std::string& name) {
   std::error_code error;
   if (fs::exists(Path(name), error)) return;
   if (name == "CLIP.mp4" || name == "UNREADABLE.mp4") encoded(5, {64, 64}, "");
-  if (name == "CLIP.y4m") fs::copy_file(clips_.Make("clip.y4m", "", 60, {320, 180}), Path(name));
+  if (name == "CLIP.y4m" || name == "BROKEN.y4m")
+    fs::copy_file(clips_.Make("clip.y4m", "", 60, {320, 180}), Path(name));
   if (name == "UNREADABLE.mp4") fs::permissions(Path(name), fs::perms::none);
   if (name == "a clip, Führungs клип 你好.mp4") encoded(30, {640, 360}, "");
   if (name == "DAMAGED.mp4" || name == "DAMAGED.ts") encoded(60, {640, 360}, "-g 10");
