@@ -92,16 +92,16 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
   // Written with the smallest first: it is soon encoded, but would wait for a processor until the
   // longer work is done. The largest gives away what making the others took.
   for (auto output = outputs.rbegin(); output != outputs.rend(); ++output) {
-    // Scaling took its time: asked again right before the write.
+    // Asked right before the write, because others may have removed it meanwhile. An encoder's tap
+    // that is being removed still gets the frame that was on its way to it: it may be added anew
+    // with another size, and a lossless frame must not fall in between.
     if ((!IsForEncoder(*output->tap) && !*output->tap->attached) || pass.is_stopped()) continue;
     static_cast<void>(output->writer->Write(std::move(output->frame)));
   }
 }
 
 std::optional<FramePipeline::Output> FramePipeline::MakeOutput(Pass& pass, const Tap& tap) {
-  // An encoder's tap that is being removed still gets the frame that was on its way to it: it may
-  // be added anew with another size, and a lossless frame must not fall in between.
-  auto writer = IsForEncoder(tap) ? tap.target.lock() : tap.Lock();
+  auto writer = tap.target.lock();
   if (writer == nullptr) return std::nullopt;
   if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
   PixelFrame made =

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -49,12 +50,14 @@ class RecordingWriter final : public video::IPixelFrameTrackWriter {
  public:
   video::TrackWriteResult Write(video::PixelFrame frame) override {
     frames.push_back(std::move(frame));
+    if (on_write) on_write();
     return video::TrackWriteResult::kAccepted;
   }
   void WriteEnd(const video::StreamEnd& end) override { ends.push_back(end); }
 
   std::vector<video::PixelFrame> frames;
   std::vector<video::StreamEnd> ends;
+  std::function<void()> on_write;
 };
 
 // "3" for a frame of that sequence number, "end 0", or "" for nothing.

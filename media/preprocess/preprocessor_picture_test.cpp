@@ -289,6 +289,18 @@ TEST_F(PreprocessorPicture, WhatIsRemovedWhileAFrameIsInProgressIsNotGivenIt) {
   EXPECT_EQ(kept->frames.size(), 1U);
 }
 
+TEST_F(PreprocessorPicture, ATapThatAnotherOnesWriterRemovesIsNotWrittenToAnyMore) {
+  const auto removed = std::make_shared<RecordingWriter>();
+  const auto remover = std::make_shared<RecordingWriter>();
+  remover->on_write = [&] { preprocessor->RemoveOutputTrack(removed); };
+  preprocessor->AddOutputTrack(kPreview, Params(kSize), removed);
+  preprocessor->AddOutputTrack(kPreview, Params({32, 18}), remover);
+  preprocessor->StartProcessing();
+  Process(MakeFrame(0, kLive));
+  EXPECT_EQ(remover->frames.size(), 1U);
+  EXPECT_TRUE(removed->frames.empty());
+}
+
 TEST_F(PreprocessorPicture, AnEncoderRemovedWhileAFrameIsInProgressStillGetsThatOne) {
   const auto removed = std::make_shared<RecordingWriter>();
   const auto remover = std::make_shared<Listener>([&](const PixelFrame& frame) {
