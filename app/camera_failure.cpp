@@ -25,6 +25,8 @@ ExitCode StartCode(CameraError error) {
       return ExitCode::kNotAVideo;
     case CameraError::kUnavailable:
       return ExitCode::kNotBuilt;
+    case CameraError::kNoResources:
+      return ExitCode::kNoResources;
     default:
       return ExitCode::kCaptureFailed;
   }

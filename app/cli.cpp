@@ -10,6 +10,7 @@
 #include "app/cli_text.h"
 #include "app/duration_text.h"
 #include "app/exit_codes.h"
+#include "app/frame_rate.h"
 #include "app/number_text.h"
 #include "app/picture_text.h"
 
@@ -52,7 +53,7 @@ void AddRun(CLI::App& app, RunWords& words) {
   option("--camera", words.camera, "ID", kCameraText, kSourceGroup);
   option("--mode", words.mode, "0..3", kModeText, kSourceGroup);
   option("--size", words.size, "WxH", kSizeText, kSourceGroup);
-  option("--fps", words.frame_rate, "N", kFrameRateText, kSourceGroup);
+  option("--fps", words.frame_rate, "RATE", kFrameRateText, kSourceGroup);
   flag("--once", words.once, kOnceText, kSourceGroup);
   flag("--loop", words.loop, kLoopText, kSourceGroup);
   flag("--realtime", words.realtime, kRealtimeText, kSourceGroup);

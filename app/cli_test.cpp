@@ -73,7 +73,7 @@ TEST(Cli, EveryOptionOfARunIsRead) {
                                     "--no-contact-sheet"});
   EXPECT_EQ(options.source_file(), "a b.mp4");
   EXPECT_EQ(options.mode, video::ProducerMode::kEncodeSize);
-  EXPECT_EQ(options.frame_rate, 25);
+  EXPECT_EQ(options.frame_rate, (FrameRate{25, 1}));
   EXPECT_EQ(options.big.size, (video::Size{640, 360}));
   EXPECT_TRUE(options.small.off);
   EXPECT_EQ(options.loop, true);

@@ -7,11 +7,14 @@
 namespace movra::app {
 
 std::string RunFooter() {
-  return "SPEC is [WxH][@RATE][,BITRATE][,FILE], each piece optional, or off:\n"
+  return "SPEC is [WxH][@RATE][,BITRATE][,FILE], each piece optional, or off; the comma of a "
+         "piece\n"
+         "that comes first may be left out:\n"
          "  1280x720@30,1500k,talk.mp4    all of it\n"
-         "  @15,150k                      a rate and a bit rate\n"
+         "  @12.5,150k                    a rate and a bit rate\n"
          "  talk.mkv                      a file\n"
          "  off                           without this stream\n"
+         "RATE is frames per second, as in 30, 12.5 or 30000/1001, which 29.97 stands for too.\n"
          "FILE ends in .mp4, .mkv, .ts or .h264; a relative one lands in DIR. - is standard\n"
          "output as MPEG-TS, -.mp4, -.mkv or -.h264 standard output in that container.\n"
          "\n"

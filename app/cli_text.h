@@ -34,8 +34,9 @@ inline constexpr char kModeText[] =
     "the small stream is more than half as large as the big)";
 inline constexpr char kSizeText[] = "Size asked of the camera; means --mode 3";
 inline constexpr char kFrameRateText[] =
-    "Highest rate taken from the source, frames per second\n"
-    "(default: what the faster stream needs)";
+    "Highest rate taken from the source, frames per second,\n"
+    "as in 30 or 29.97 (default: what the faster stream\n"
+    "needs)";
 inline constexpr char kOnceText[] = "Play a file once (default)";
 inline constexpr char kLoopText[] = "Play a file again and again";
 inline constexpr char kRealtimeText[] =
@@ -52,7 +53,7 @@ inline constexpr char kBigText[] =
     "1280x720 or 720x1280, up to 30 frames per second)";
 inline constexpr char kSmallText[] =
     "The small stream (default: a quarter of the big one's\n"
-    "width and height, half its rate)";
+    "width and height, exactly half its rate)";
 inline constexpr char kOutText[] =
     "Directory for the files (default: a new one below\n"
     "movra-out/, to which movra-out/latest then points)";
@@ -62,7 +63,10 @@ inline constexpr char kThreadsText[] =
 inline constexpr char kNoContactSheetText[] = "No contact-sheet.png at the end";
 inline constexpr char kForceText[] = "Replace files that are there already";
 inline constexpr char kQuietText[] = "No progress, no table, no notes: errors alone";
-inline constexpr char kStatsText[] = "Write the run's figures as one JSON object, at the end";
+inline constexpr char kStatsText[] =
+    "Write the run's figures as one JSON object, at the end;\n"
+    "like a SPEC's FILE it lands in DIR, or stands for itself\n"
+    "if it begins with a slash";
 inline constexpr char kLogLevelText[] = "off, error (default), warning or info";
 inline constexpr char kLogFilterText[] = "Leave out log lines whose numbers have not changed";
 

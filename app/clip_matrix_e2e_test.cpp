@@ -30,7 +30,8 @@ using ::testing::HasSubstr;
 using video::Size;
 
 constexpr char kH264[] = "-c:v libx264 -preset veryfast -crf 12 ";
-constexpr char kHevc[] = "-c:v libx265 -preset ultrafast -x265-params log-level=none:crf=10 ";
+constexpr char kHevc[] =
+    "-c:v libx265 -preset ultrafast -x265-params log-level=none:frame-threads=1:pools=1:crf=10 ";
 constexpr char kVp8[] = "-c:v libvpx -deadline realtime -cpu-used 8 -b:v 8M ";
 constexpr char kVp9[] = "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -b:v 8M ";
 constexpr char kAv1[] = "-c:v libaom-av1 -usage realtime -cpu-used 8 -b:v 8M ";
@@ -186,11 +187,13 @@ INSTANTIATE_TEST_SUITE_P(
             "pc bt470bg unknown unknown"},
         Row{"FullWithoutAMatrix", "clip.mp4", std::string(kH264) + "-pix_fmt yuvj420p",
             kAssumed601Full},
-        Row{"FullOfTenBits2020", "clip.mkv",
-            std::string(kHevc) +
-                "-vf scale=out_range=pc -pix_fmt yuv420p10le -color_range pc "
-                "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084",
-            "pc bt2020nc smpte2084 bt2020"}),
+        Row{.name = "FullOfTenBits2020",
+            .file = "clip.mkv",
+            .arguments = std::string(kHevc) +
+                         "-vf scale=out_range=pc -pix_fmt yuv420p10le -color_range pc "
+                         "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084",
+            .colors = "pc bt2020nc smpte2084 bt2020",
+            .said = "HDR and is not tone-mapped"}),
     NameOf);
 
 // How an upright picture is stored and what the file then says of it.
@@ -345,6 +348,41 @@ TEST_F(OddClips, ADamagedBeginningIsToldAndTheRestIsKept) {
   EXPECT_EQ(result.exit_code, 16) << result.err;
   EXPECT_THAT(result.err, HasSubstr("damaged"));
   ExpectNumbers(numbers);
+}
+
+TEST_F(OddClips, WhatIsTransparentIsShownOverBlackAndThatIsSaid) {
+  const std::string clip = clips_.Make(
+      "clip.mov", "-vf \"format=rgba,colorchannelmixer=aa=0\" -c:v qtrle", 6, {640, 360});
+  const ProcessResult result = RunOver(clip, "30");
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("transparent"));
+  const auto stored = ReadPictures(clips_, {{directory_ / "out/big.mp4", {640, 360}}});
+  ASSERT_EQ(stored[0].frames.size(), 6U);
+  const std::string& picture = stored[0].frames[5];
+  for (const std::size_t at : {std::size_t{0}, std::size_t{640 * 180 + 320}}) {
+    EXPECT_NEAR(static_cast<std::uint8_t>(picture[at]), 16, 2);
+  }
+}
+
+// Both streams carry the count of the one source.
+TEST_F(OddClips, DamageCountsOnceHoweverManyStreamsThereAre) {
+  const std::string clip = clips_.Make("clip.mp4", std::string(kH264) + "-g 10", 40, {640, 360});
+  {
+    std::fstream file(clip, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(std::filesystem::file_size(clip) / 3));
+    file << std::string(2000, '\xA5');
+  }
+  std::vector<std::uint64_t> damaged;
+  for (const std::string small : {"off", "160x90@30"}) {
+    const ProcessResult result =
+        Run({"--camera", "file:" + clip, "--big", "640x360@30", "--small", small, "--stats",
+             "stats.json", "--force", "--duration", "1.2s"});
+    EXPECT_EQ(result.exit_code, 16) << result.err;
+    std::ifstream stats(directory_ / "out/stats.json");
+    damaged.push_back(nlohmann::json::parse(stats)["frames_damaged"]);
+  }
+  EXPECT_GT(damaged[0], 0U);
+  EXPECT_EQ(damaged[1], damaged[0]);
 }
 
 TEST_F(OddClips, AFileThatBreaksOffIsToldAndItsBeginningIsKept) {

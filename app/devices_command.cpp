@@ -15,7 +15,8 @@ std::string Padded(const std::string& text, std::size_t width) {
 }  // namespace
 
 std::string DevicesText(const DevicesOptions& options,
-                        const std::vector<video::VideoDeviceInfo>& devices) {
+                        std::vector<video::VideoDeviceInfo> devices) {
+  devices.push_back({.device_id = "test:", .name = "Test picture", .driver = "test"});
   if (options.json) {
     Json list = Json::array();
     for (const video::VideoDeviceInfo& device : devices) {

@@ -11,9 +11,10 @@
 
 namespace movra::app {
 
-// The cameras as a table for people or a JSON array for programs, ending in a line end.
+// The devices, and behind them the test picture that is always there, as a table for people or a
+// JSON array for programs, ending in a line end.
 [[nodiscard]] std::string DevicesText(const DevicesOptions& options,
-                                      const std::vector<video::VideoDeviceInfo>& devices);
+                                      std::vector<video::VideoDeviceInfo> devices);
 
 }  // namespace movra::app
 

@@ -52,12 +52,39 @@ std::vector<Ending> Refused() {
        "directory 'DIR/no' does not exist"},
       {"FileIsADirectory", Into("out", {"--stats", "DIR/folder", "--force"}), 21,
        "DIR/folder' is a directory"},
-      {"FileNameIsTooLong", Into("out", {"--big", std::string(300, 'n') + ".mp4"}), 21,
+      {"DirectoryNameIsTooLong", Into(std::string(300, 'n')), 21,
+       "cannot be made: File name too long"},
+      {"LinksThatGoInACircle",
+       Into("DIR/round"),
+       21,
+       "directory 'DIR/round' cannot be written: Too many levels of symbolic links",
+       {},
+       [](EndingRun& run) {
+         EXPECT_EQ(symlink("round", run.Path("round").c_str()), 0);
+         return std::string();
+       }},
+      {"AFileWhoseLinksGoInACircle",
+       Into("out", {"--big", "DIR/round.mp4"}),
+       21,
+       "--big: 'DIR/round.mp4' cannot be written: Too many levels of symbolic links",
+       {},
+       [](EndingRun& run) {
+         EXPECT_EQ(symlink("round.mp4", run.Path("round.mp4").c_str()), 0);
+         return std::string();
+       }},
+      {"FileNameIsTooLong", Into("out", {"--big", std::string(300, 'n').append(".mp4")}), 21,
        "File name too long"},
       {"NoRightToTheDirectory",
        Into("DIR/locked"),
        21,
        "directory 'DIR/locked' cannot be written: Permission denied",
+       {},
+       {},
+       &DropTheRightsOfRoot},
+      {"NoRightToMakeADirectory",
+       Into("DIR/locked/new"),
+       21,
+       "directory 'DIR/locked/new' cannot be made: Permission denied",
        {},
        {},
        &DropTheRightsOfRoot},
@@ -179,6 +206,17 @@ std::vector<Ending> Again() {
        Into("out"),
        20,
        "out/big.mp4' is there already",
+       {},
+       [](EndingRun& run) {
+         run.StartAnother(Into("out", {}, kEndless));
+         run.WaitForBytes("out/small.mp4", 5000);
+         run.other().Pause();
+         return std::string();
+       }},
+      {"ASecondRunThatMayReplaceWhatIsBeingWritten",
+       Into("out", {"--force"}),
+       21,
+       "--big: cannot write out/big.mp4: another run is writing it; write elsewhere",
        {},
        [](EndingRun& run) {
          run.StartAnother(Into("out", {}, kEndless));

@@ -125,7 +125,7 @@ std::vector<Ending> InterruptedAtTheEnd() {
       {"CtrlCAtTheLastBytes",
        Run(kFinite),
        0,
-       " frames in, none lost; ",
+       " frames in, none lost",
        {Big(45), Small(20)},
        {},
        {},
@@ -149,9 +149,11 @@ std::vector<Ending> InterruptedAtTheEnd() {
   };
 }
 
-// Each at a moment of its own, by the bytes that are on the disk.
+// Each at a moment of its own, by the bytes that are on the disk: twice as many as the pictures take
+// that must be there, because the fragment that is torn is theirs to lose.
 std::vector<Ending> Killed() {
   constexpr int kTimes = 10;
+  constexpr std::uintmax_t kBytes = 60'000;
   std::vector<Ending> rows;
   rows.reserve(kTimes);
   for (int i = 0; i < kTimes; ++i) {
@@ -164,7 +166,7 @@ std::vector<Ending> Killed() {
                     {},
                     [](EndingRun& run) {
                       std::random_device random;
-                      const std::uintmax_t bytes = 40'000 + random() % 400'000;
+                      const std::uintmax_t bytes = kBytes + random() % 400'000;
                       run.note = "killed behind byte " + std::to_string(bytes);
                       SignalAfter("out/big.mp4", bytes, SIGKILL)(run);
                     }});
@@ -176,7 +178,7 @@ std::vector<Ending> Killed() {
                   {{.file = "out/a.mkv", .at_least = 15}},
                   {},
                   {},
-                  SignalAfter("out/a.mkv", 40'000, SIGKILL)});
+                  SignalAfter("out/a.mkv", kBytes, SIGKILL)});
   rows.push_back({"KilledWithTs",
                   Run(kEndless, {"--big", "a.ts", "--small", "off"}),
                   -SIGKILL,
@@ -184,7 +186,7 @@ std::vector<Ending> Killed() {
                   {{.file = "out/a.ts", .at_least = 15}},
                   {},
                   {},
-                  SignalAfter("out/a.ts", 40'000, SIGKILL)});
+                  SignalAfter("out/a.ts", kBytes, SIGKILL)});
   return rows;
 }
 
@@ -239,6 +241,14 @@ std::vector<Ending> ReadersThatTakeNothing() {
          run.WaitForFullPipe();
          run.process().Signal(SIGINT);
        }},
+      {"AReaderThatTakesNothingUntilTheDurationIsOver",
+       Run("test:?size=640x360", {"--big", "640x360,20M,-", "--duration", "1s"}),
+       22,
+       "movra-producer: --big: ",
+       {Small(10)},
+       &ReadItsOutput,
+       {},
+       [](EndingRun& run) { run.WaitForFullPipe(); }},
       {"AReaderThatTakesNothingIsNamed",
        Run(kEndless, {"--big", "640x360,20M,-"}),
        0,
@@ -355,6 +365,13 @@ std::vector<Ending> LittleOfEverything() {
        {},
        [](EndingRun&) { return WhyLimitsAreTooNarrow(); },
        [] { Limit(RLIMIT_NOFILE, 7); }},
+      {"HardlyAnyFileDescriptor",
+       Run(kFinite),
+       21,
+       "Too many open files",
+       {},
+       [](EndingRun&) { return WhyLimitsAreTooNarrow(); },
+       [] { Limit(RLIMIT_NOFILE, 4); }},
       {"TooLittleMemoryForAPicture",
        Run("test:?lossless&frames=9", {"--size", "8192x8192", "--big", "320x180"}),
        33,

@@ -37,6 +37,15 @@ std::vector<Ending> Refused() {
       {"NoVideo", Play("text.mp4"), 13, "DIR/text.mp4"},
       {"Zeros", Play("zeros.mp4"), 13, "DIR/zeros.mp4"},
       {"AHeaderAlone", Play("header.mp4"), 13, "DIR/header.mp4"},
+      {"APlaylistThatIsCalledMp4", Play("playlist.mp4"), 13,
+       "DIR/playlist.mp4' has no video of its own in it but is 'hls'"},
+      {"AListThatNamesItself", Play("list.mp4"), 13,
+       "DIR/list.mp4' has no video of its own in it but is 'concat'"},
+      {"AnAddressAsAFile",
+       {"run", "--camera", "file:http://127.0.0.1/a.mp4"},
+       10,
+       "there is no file 'http://127.0.0.1/a.mp4'"},
+      {"AnAddress", {"run", "--camera", "http://127.0.0.1/a.mp4"}, 14, "http://127.0.0.1/a.mp4"},
       {"UnknownCamera", {"run", "--camera", "webcam"}, 14, "webcam"},
       {"UnknownOptionOfTheTestCamera", {"run", "--camera", "test:?colour=red"}, 14, "colour=red"},
       {"MissingDevice", {"run", "--camera", "/dev/video99"}, 14, "/dev/video99"},
@@ -87,6 +96,11 @@ std::vector<std::string> PlayAnd(const std::string& name, const std::vector<std:
 std::vector<Ending> DamagedAndEndedEarly() {
   const std::string damage = "could not be decoded whole; the rest is kept";
   return {
+      {"AnMkvThatBreaksOffWithoutRoomForItsStats",
+       PlayAnd("BROKEN.mkv", {"--stats", "/dev/full", "--force"}),
+       16,
+       "--stats: '/dev/full' could not be written",
+       {{.file = "out/big.mp4", .at_least = 15}}},
       {"ADamagedMp4UpToADuration",
        PlayAnd("DAMAGED.mp4", {"--duration", "1.9s"}),
        16,
@@ -146,6 +160,20 @@ std::vector<Ending> Stalled() {
          const auto stalled = std::chrono::steady_clock::now();
          run.WaitForText(says);
          std::this_thread::sleep_until(stalled + std::chrono::milliseconds(5100));
+         EXPECT_EQ(write(run.source_pipe(), rest.data(), rest.size()),
+                   static_cast<ssize_t>(rest.size()));
+         run.CloseSourcePipe();
+       }},
+      {"APipeThatNobodyWritesIntoYet",
+       words,
+       0,
+       says,
+       {{.file = "out/big.mp4", .at_least = 60}},
+       prepare,
+       {},
+       [says](EndingRun& run) {
+         run.WaitForText(says);
+         const std::string rest = BeginToSend(run);
          EXPECT_EQ(write(run.source_pipe(), rest.data(), rest.size()),
                    static_cast<ssize_t>(rest.size()));
          run.CloseSourcePipe();

@@ -28,7 +28,7 @@ std::vector<Ending> NotUnderstood() {
       {"TimeWithoutUnit", {"run", "--duration", "10"}, 4, "write 10s, 1m30s"},
       {"NegativeTime", {"run", "--duration", "-1s"}, 4, "'-1s' is not a time"},
       {"MalformedSize", {"run", "--size", "large"}, 4, "--size: 'large' is not a size"},
-      {"MalformedRate", {"run", "--fps", "29.97"}, 4, "--fps: '29.97' is not a rate"},
+      {"MalformedRate", {"run", "--fps", "29,97"}, 4, "--fps: '29,97' is not a rate"},
       {"UnknownMode", {"run", "--mode", "7"}, 4, "--mode: '7' is not a mode; use 0 to 3"},
       {"UnknownLevel", {"run", "--log-level", "loud"}, 4, "use off, error, warning or info"},
       {"EmptyDirectoryName", {"run", "--out", ""}, 4, "--out: the name is empty"},

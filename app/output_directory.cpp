@@ -28,13 +28,21 @@ std::string TimeName(std::chrono::system_clock::time_point now) {
   return name;
 }
 
+// Of something that is there and is not one.
+std::string WhyNoDirectory(const fs::path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  // Links that go round in a circle lead nowhere.
+  return fs::status_known(status) ? "is no directory" : "cannot be written: " + error.message();
+}
+
 }  // namespace
 
 std::optional<Failure> WhyNotWritable(const fs::path& directory) {
   std::error_code error;
   const fs::file_status status = fs::status(directory, error);
-  if (!fs::exists(status)) return NotWritable(directory, "does not exist");
-  if (!fs::is_directory(status)) return NotWritable(directory, "is no directory");
+  if (status.type() == fs::file_type::not_found) return NotWritable(directory, "does not exist");
+  if (!fs::is_directory(status)) return NotWritable(directory, WhyNoDirectory(directory));
   if (access(directory.c_str(), W_OK | X_OK) != 0) {
     return NotWritable(directory, std::string("cannot be written: ") + std::strerror(errno));
   }
@@ -46,11 +54,13 @@ std::optional<Failure> OutputDirectory::MakeAll(const fs::path& directory) {
   for (const fs::path& part : directory) {
     so_far /= part;
     std::error_code error;
+    std::error_code ignored;
     if (fs::create_directory(so_far, error)) {
       made_.push_back(so_far);
-    } else if (error && !fs::is_directory(so_far)) {
-      const bool exists = fs::exists(fs::symlink_status(so_far, error));
-      return NotWritable(so_far, exists ? "is no directory" : "cannot be made: " + error.message());
+    } else if (error && !fs::is_directory(so_far, ignored)) {
+      const bool exists = fs::exists(fs::symlink_status(so_far, ignored));
+      return NotWritable(so_far,
+                         exists ? WhyNoDirectory(so_far) : "cannot be made: " + error.message());
     }
   }
   return std::nullopt;

@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include "media/temporary_directory_for_test.h"
+#include "media/without_rights_of_root_for_test.h"
 
 namespace movra::app {
 namespace {
@@ -87,6 +89,31 @@ TEST_F(OutputDirectoryTest, ADirectoryThatCannotBeMadeIsNamedWithTheReason) {
   ASSERT_NE(FailureOf(made), nullptr);
   EXPECT_EQ(FailureOf(made)->code, ExitCode::kDirectoryNotWritable);
   EXPECT_THAT(FailureOf(made)->text, HasSubstr("'/proc/movra' cannot be made"));
+}
+
+TEST_F(OutputDirectoryTest, ANameThatLeadsNowhereIsSaidToDoSo) {
+  fs::create_symlink("round", "round");
+  const std::string long_name(300, 'n');
+  for (const auto& [name, why] : {std::pair{std::string("round"), "Too many levels"},
+                                  std::pair{std::string("round/below"), "Too many levels"},
+                                  std::pair{long_name, "File name too long"},
+                                  std::pair{"below/" + long_name, "File name too long"}}) {
+    const auto made = OutputDirectory::Make(name, kNow);
+    ASSERT_NE(FailureOf(made), nullptr) << name;
+    EXPECT_EQ(FailureOf(made)->code, ExitCode::kDirectoryNotWritable) << name;
+    EXPECT_THAT(FailureOf(made)->text, HasSubstr(why));
+  }
+  EXPECT_THAT(temporary_.Names(), ElementsAre("round"));
+}
+
+TEST_F(OutputDirectoryTest, ADirectoryThatMayNotBeWrittenIsTheReason) {
+  fs::create_directory("locked");
+  fs::permissions("locked", fs::perms::owner_read | fs::perms::owner_exec);
+  const media::WithoutRightsOfRoot without;
+  const auto made = OutputDirectory::Make("locked/new", kNow);
+  ASSERT_NE(FailureOf(made), nullptr);
+  EXPECT_THAT(FailureOf(made)->text,
+              HasSubstr("directory 'locked/new' cannot be made: Permission denied"));
 }
 
 TEST_F(OutputDirectoryTest, LatestPointsAtTheLastRunThatSaidSo) {

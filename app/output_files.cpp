@@ -35,7 +35,9 @@ bool IsSameFile(const std::string& a, const std::string& b) {
   if (a == kStdout || b == kStdout) return a == b;
   std::error_code error;
   if (fs::equivalent(a, b, error)) return true;
-  return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+  const fs::path whole = fs::weakly_canonical(a, error);
+  // A name that leads nowhere, because it is too long or its links go in a circle, has none.
+  return whole.empty() ? a == b : whole == fs::weakly_canonical(b, error);
 }
 
 std::optional<Failure> FindClash(const std::vector<Output>& outputs,
@@ -61,6 +63,10 @@ std::optional<Failure> WhyNotWritableFile(const Output& output, bool force) {
   if (output.path == kStdout) return std::nullopt;
   std::error_code error;
   const fs::file_status status = fs::status(output.path, error);
+  if (!fs::status_known(status)) {
+    return Failure{ExitCode::kDirectoryNotWritable, output.option + ": " + Quoted(output.path) +
+                                                        " cannot be written: " + error.message()};
+  }
   if (fs::is_directory(status)) {
     return Failure{ExitCode::kDirectoryNotWritable, output.option + ": " + Quoted(output.path) +
                                                         " is a directory; name a file in it"};

@@ -57,6 +57,25 @@ TEST_F(OutputFilesTest, TheDefaultFilesLandInTheDirectory) {
   EXPECT_TRUE(fs::is_directory("out"));
 }
 
+TEST_F(OutputFilesTest, NamesThatLeadNowhereAreToldApart) {
+  Big(std::string(300, 'n') + ".mp4");
+  Small(std::string(300, 'm') + ".mp4");
+  const Failure failure = Refused();
+  EXPECT_EQ(failure.code, ExitCode::kDirectoryNotWritable);
+  EXPECT_THAT(failure.text, HasSubstr("File name too long"));
+}
+
+TEST_F(OutputFilesTest, ALinkThatGoesInACircleIsNotTakenForAFile) {
+  fs::create_directory("out");
+  fs::create_symlink("big.mp4", "out/big.mp4");
+  for (const bool force : {false, true}) {
+    options_.force = force;
+    const Failure failure = Refused();
+    EXPECT_EQ(failure.code, ExitCode::kDirectoryNotWritable);
+    EXPECT_THAT(failure.text, HasSubstr("'out/big.mp4' cannot be written: Too many levels"));
+  }
+}
+
 TEST_F(OutputFilesTest, RelativeNamesLandInTheDirectoryAndAbsoluteOnesStay) {
   Big("sub/talk.mkv");
   Small(temporary_ / "low.ts");

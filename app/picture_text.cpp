@@ -48,18 +48,6 @@ Result<video::Size> ParseSize(std::string_view text) {
   return video::Size{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
 }
 
-Result<std::int32_t> ParseFrameRate(std::string_view text) {
-  const std::string right =
-      "; a rate is 1 to " + std::to_string(kGreatestFrameRate) + " whole frames per second";
-  const std::optional<std::int64_t> rate = ParseWhole(text);
-  if (!rate) return Failure{ExitCode::kMalformed, Quoted(text) + " is not a rate" + right};
-  if (*rate == 0) return Failure{ExitCode::kZero, "the rate is 0" + right};
-  if (*rate > kGreatestFrameRate) {
-    return Failure{ExitCode::kOutOfRange, "the rate " + std::string(text) + " is too high" + right};
-  }
-  return static_cast<std::int32_t>(*rate);
-}
-
 bool LooksLikeBitrate(std::string_view text) {
   if (!text.empty() && std::string_view("kKmM").find(text.back()) != std::string_view::npos) {
     text.remove_suffix(1);
@@ -87,14 +75,6 @@ Result<std::int32_t> ParseBitrate(std::string_view text) {
 
 std::string SizeText(const video::Size& size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
-std::string FrameRateText(double frames_per_second) {
-  char text[32];
-  const double whole = std::round(frames_per_second);
-  const bool is_whole = std::abs(frames_per_second - whole) < 0.005;
-  std::snprintf(text, sizeof text, is_whole ? "%.0f" : "%.2f", frames_per_second);
-  return text;
 }
 
 std::string BitrateText(double bits_per_second) {

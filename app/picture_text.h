@@ -1,4 +1,4 @@
-// Sizes, frame rates and bit rates as people type and read them.
+// Sizes and bit rates as people type and read them.
 
 #ifndef MOVRA_APP_PICTURE_TEXT_H_
 #define MOVRA_APP_PICTURE_TEXT_H_
@@ -15,15 +15,11 @@ namespace movra::app {
 // What an encoded picture's side may measure, in pixels.
 inline constexpr std::int32_t kLeastSide = 16;
 inline constexpr std::int32_t kGreatestSide = 8192;
-inline constexpr std::int32_t kGreatestFrameRate = 240;
 inline constexpr std::int32_t kLeastBitrateBps = 10'000;
 inline constexpr std::int32_t kGreatestBitrateBps = 500'000'000;
 
 // Reads "1280x720": even sides in the range above.
 [[nodiscard]] Result<video::Size> ParseSize(std::string_view text);
-
-// Reads "30": whole frames per second, 1 to the greatest rate.
-[[nodiscard]] Result<std::int32_t> ParseFrameRate(std::string_view text);
 
 // Reads "1500k", "1.5M" or "1500000" bits per second.
 [[nodiscard]] Result<std::int32_t> ParseBitrate(std::string_view text);
@@ -32,10 +28,9 @@ inline constexpr std::int32_t kGreatestBitrateBps = 500'000'000;
 [[nodiscard]] bool LooksLikeSize(std::string_view text);
 [[nodiscard]] bool LooksLikeBitrate(std::string_view text);
 
-[[nodiscard]] std::string SizeText(const video::Size& size);        // "1280x720"
-[[nodiscard]] std::string FrameRateText(double frames_per_second);  // "30", "29.97"
-[[nodiscard]] std::string BitrateText(double bits_per_second);      // "1500 kb/s"
-[[nodiscard]] std::string BytesText(std::uint64_t bytes);           // "812 B", "1.9 MB"
+[[nodiscard]] std::string SizeText(const video::Size& size);    // "1280x720"
+[[nodiscard]] std::string BitrateText(double bits_per_second);  // "1500 kb/s"
+[[nodiscard]] std::string BytesText(std::uint64_t bytes);       // "812 B", "1.9 MB"
 
 }  // namespace movra::app
 

@@ -51,19 +51,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"1280x8194", ExitCode::kOutOfRange, "the height is out of range"},
         BadText{"99999999999999999999x2", ExitCode::kOutOfRange, "the width is out of range"}));
 
-TEST(PictureText, ReadsRates) {
-  EXPECT_EQ(ValueOf(ParseFrameRate("1")), 1);
-  EXPECT_EQ(ValueOf(ParseFrameRate("240")), 240);
-  EXPECT_EQ(FailureOf(ParseFrameRate("0"))->code, ExitCode::kZero);
-  EXPECT_EQ(FailureOf(ParseFrameRate("241"))->code, ExitCode::kOutOfRange);
-  for (const char* text : {"", "-1", "29.97", "30fps", "30@15"}) {
-    const auto result = ParseFrameRate(text);
-    ASSERT_NE(FailureOf(result), nullptr) << text;
-    EXPECT_EQ(FailureOf(result)->code, ExitCode::kMalformed) << text;
-    EXPECT_THAT(FailureOf(result)->text, HasSubstr("1 to 240 whole frames per second"));
-  }
-}
-
 TEST(PictureText, ReadsBitRates) {
   EXPECT_EQ(ValueOf(ParseBitrate("1500k")), 1'500'000);
   EXPECT_EQ(ValueOf(ParseBitrate("1.5M")), 1'500'000);
@@ -84,9 +71,6 @@ TEST(PictureText, ReadsBitRates) {
 
 TEST(PictureText, WritesFiguresShortly) {
   EXPECT_EQ(SizeText({1280, 720}), "1280x720");
-  EXPECT_EQ(FrameRateText(30), "30");
-  EXPECT_EQ(FrameRateText(30000.0 / 1001), "29.97");
-  EXPECT_EQ(FrameRateText(14.999), "15");
   EXPECT_EQ(BitrateText(1'499'600), "1500 kb/s");
   EXPECT_EQ(BytesText(0), "0 B");
   EXPECT_EQ(BytesText(999), "999 B");

@@ -1,6 +1,7 @@
 #include "app/process_for_test.h"
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -35,6 +36,8 @@ std::string ContentOf(int file) {
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   if (!options.directory.empty() && chdir(options.directory.c_str()) != 0) _exit(126);
+  // Nor are the descriptors of whoever started the test: the program begins with three.
+  close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
   if (options.in_child) options.in_child();
   std::vector<char*> words;
   for (const std::string& word : options.words) words.push_back(const_cast<char*>(word.c_str()));

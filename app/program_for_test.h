@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -47,6 +48,16 @@ class ProgramTest : public testing::Test {
   const media::TemporaryDirectory directory_;
   const media::ClipDirectory clips_;
 };
+
+// Every frame that was delivered is in one figure of the stream's.
+inline void ExpectWholeSum(const nlohmann::json& stream) {
+  std::uint64_t sum = 0;
+  for (const char* fate : {"encoded", "displaced", "dropped_to_rate", "not_made", "intercepted",
+                           "unwanted", "failed", "stopped"}) {
+    sum += stream["frames_" + std::string(fate)].get<std::uint64_t>();
+  }
+  EXPECT_EQ(stream["frames_delivered"], sum) << stream.dump(2);
+}
 
 // 0, step, 2 * step ... below the end.
 [[nodiscard]] inline std::vector<std::uint32_t> Numbers(std::uint32_t end, std::uint32_t step = 1) {

@@ -23,38 +23,69 @@ std::string LeftText(double seconds) {
   return clock.substr(0, clock.rfind('.'));
 }
 
+// How much a line says of a stream.
+enum class Detail { kAll, kRates, kBitrates };
+
+// What happened between two samples.
+class Stretch {
+ public:
+  Stretch(const ProgressSample& then, const ProgressSample& now)
+      : then_(then),
+        now_(now),
+        wall_s_(Seconds(now.wall_time - then.wall_time)),
+        media_s_(Seconds(now.media_time - then.media_time)) {}
+
+  [[nodiscard]] double speed() const { return Ratio(media_s_, wall_s_); }
+
+  // "  big 180 90/s 1500 kb/s"
+  [[nodiscard]] std::string StreamText(std::size_t index, Detail detail) const {
+    const ProgressSample::Stream& now = now_.streams[index];
+    const ProgressSample::Stream then =
+        index < then_.streams.size() ? then_.streams[index] : ProgressSample::Stream{};
+    const double frames = static_cast<double>(now.frames - then.frames);
+    const double bits = 8.0 * static_cast<double>(now.bytes - then.bytes);
+    char rate[32];
+    std::snprintf(rate, sizeof rate, " %.0f/s", Ratio(frames, wall_s_));
+    std::string text = "  " + now.name;
+    if (detail == Detail::kAll) text += " " + std::to_string(now.frames);
+    if (detail != Detail::kBitrates) text += rate;
+    return text + " " + BitrateText(Ratio(bits, media_s_));
+  }
+
+ private:
+  const ProgressSample& then_;
+  const ProgressSample& now_;
+  const double wall_s_;
+  const double media_s_;
+};
+
 }  // namespace
 
-std::string ProgressLine::Text(const ProgressSample& sample) {
+std::string ProgressLine::Text(const ProgressSample& sample, std::size_t columns) {
   while (recent_.size() > 1 && sample.wall_time - recent_[1].wall_time >= kWindow) {
     recent_.pop_front();
   }
   const ProgressSample before = recent_.empty() ? ProgressSample{} : recent_.front();
   recent_.push_back(sample);
 
-  const double wall = Seconds(sample.wall_time - before.wall_time);
-  const double media = Seconds(sample.media_time - before.media_time);
-  const double speed = Ratio(media, wall);
-  std::string text = ClockText(sample.media_time);
-  if (total_) text += " of " + ClockText(*total_);
+  const Stretch stretch(before, sample);
+  std::string head = ClockText(sample.media_time);
+  if (total_) head += " of " + ClockText(*total_);
   char number[32];
-  std::snprintf(number, sizeof number, "  %.1fx", speed);
-  text += number;
-  if (total_ && speed > 0 && *total_ > sample.media_time) {
-    text += "  left " + LeftText(Seconds(*total_ - sample.media_time) / speed);
+  std::snprintf(number, sizeof number, "  %.1fx", stretch.speed());
+  head += number;
+  if (total_ && stretch.speed() > 0 && *total_ > sample.media_time) {
+    head += "  left " + LeftText(Seconds(*total_ - sample.media_time) / stretch.speed());
   }
-  text += "  in " + std::to_string(sample.frames_in);
-  for (std::size_t i = 0; i < sample.streams.size(); ++i) {
-    const ProgressSample::Stream& now = sample.streams[i];
-    const ProgressSample::Stream then =
-        i < before.streams.size() ? before.streams[i] : ProgressSample::Stream{};
-    const double frames = static_cast<double>(now.frames - then.frames);
-    const double bits = 8.0 * static_cast<double>(now.bytes - then.bytes);
-    std::snprintf(number, sizeof number, " %.0f/s ", Ratio(frames, wall));
-    text += "  " + now.name + " " + std::to_string(now.frames) + number +
-            BitrateText(Ratio(bits, media));
+  const std::string drop = "  drop " + std::to_string(sample.dropped);
+  for (const Detail detail : {Detail::kAll, Detail::kRates, Detail::kBitrates}) {
+    std::string text = head;
+    if (detail == Detail::kAll) text += "  in " + std::to_string(sample.frames_in);
+    for (std::size_t i = 0; i < sample.streams.size(); ++i) text += stretch.StreamText(i, detail);
+    text += drop;
+    if (text.size() <= columns) return text;
   }
-  return text + "  drop " + std::to_string(sample.dropped);
+  return head + drop;
 }
 
 }  // namespace movra::app

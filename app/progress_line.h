@@ -4,6 +4,7 @@
 #define MOVRA_APP_PROGRESS_LINE_H_
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -33,9 +34,9 @@ class ProgressLine {
   // `total` is the media time of the whole run, if it is known.
   explicit ProgressLine(std::optional<std::chrono::nanoseconds> total) : total_(total) {}
 
-  // The line for a sample, which is later than those before it. What is most worth knowing comes
-  // first, because the line is cut where it does not fit.
-  [[nodiscard]] std::string Text(const ProgressSample& sample);
+  // The line for a sample, which is later than those before it, in so many columns: where not
+  // everything fits, what is least worth knowing is left out, but never what was dropped.
+  [[nodiscard]] std::string Text(const ProgressSample& sample, std::size_t columns);
 
  private:
   const std::optional<std::chrono::nanoseconds> total_;

@@ -1,8 +1,5 @@
 #include "app/run_command.h"
 
-#include <unistd.h>
-
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -15,11 +12,13 @@
 
 #include "app/camera_failure.h"
 #include "app/console_log_sink.h"
+#include "app/frame_rate.h"
 #include "app/output_files.h"
 #include "app/picture_text.h"
 #include "app/run_report.h"
 #include "app/run_session.h"
 #include "app/signal_watcher.h"
+#include "app/stall_watch.h"
 #include "app/stream_plan.h"
 #include "base/once_callback.h"
 #include "core/service_center.h"
@@ -33,7 +32,9 @@ namespace {
 
 using std::chrono::steady_clock;
 
-Result<video::CameraInfo> FindSource(const RunOptions& options) {
+// Looks at the source, while the loop runs. Nothing is known of it when the loop ended before.
+Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, core::RunLoop& loop,
+                                                    Console& console) {
   if (video::IVideoProducer2::GetEncodeAbility().software_encoder == 0) {
     return Failure{ExitCode::kNotBuilt,
                    "this build has no H.264 encoder: it was made without libx264 and FFmpeg's "
@@ -47,11 +48,25 @@ Result<video::CameraInfo> FindSource(const RunOptions& options) {
   playback.loop = options.loop.value_or(false);
   playback.realtime = options.realtime.value_or(false);
   cameras->SetPlaybackParams(options.camera_id, playback);
-  video::CameraInfo info = cameras->GetCameraInfo(options.camera_id);
-  if (info.error_code != 0) {
-    return CameraStartFailure(options.camera_id, info.error_code, info.error_text);
+  // The answer may come when nobody waits for it any more.
+  const auto found = std::make_shared<std::optional<video::CameraInfo>>();
+  cameras->DescribeCamera(options.camera_id,
+                          movra_base::BindOnce([found, &loop](video::CameraInfo info) {
+                            *found = std::move(info);
+                            loop.Quit();
+                          }));
+  // A pipe may have nobody yet who writes into it.
+  if (!options.quiet) {
+    loop.PostDelayed(movra_base::BindOnce([found, &console] {
+                       if (!*found) console.Line(StallWatch::kSourceNotice);
+                     }),
+                     StallWatch::kPatience);
   }
-  return info;
+  loop.Run();
+  if (*found && (*found)->error_code != 0) {
+    return CameraStartFailure(options.camera_id, (*found)->error_code, (*found)->error_text);
+  }
+  return *found;
 }
 
 // A picture of what was written, by reading it back. Returns its path, empty if there is none.
@@ -70,7 +85,7 @@ std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, 
                     std::string(StreamName(stream.plan.type)) + "   " + SizeText(stream.plan.size) +
                         "   " + FrameRateText(seconds > 0 ? frames / seconds : 0) + " fps   " +
                         BitrateText(seconds > 0 ? bits / seconds : 0),
-                    stream.figures.frames});
+                    stream.figures.frames, stream.figures.media_time, stream.figures.begin});
   }
   if (rows.empty()) return "";
   std::string error;
@@ -109,51 +124,65 @@ void Tell(const RunReport& report, const RunOptions& options, Console& console) 
   if (report.failure) console.Line("movra-producer: " + report.failure->text);
 }
 
+// What of the source does not come through, or not as it is there.
+void TellOfTheSource(const video::CameraInfo& source, Console& console) {
+  if (source.has_audio) console.Line("note: the source has sound, which is not carried");
+  if (source.is_interlaced) {
+    console.Line("note: the source is interlaced, and its pictures are left so");
+  }
+  if (source.has_alpha) console.Line("note: what is transparent in the source becomes black");
+  if (source.is_hdr) {
+    console.Line(
+        "note: the source is HDR and is not tone-mapped; the streams say so, and players that do "
+        "not look show them pale");
+  }
+}
+
 }  // namespace
 
 ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_start,
                     const std::shared_ptr<core::RunLoop>& loop, Console& console) {
   const ConsoleLogSink log(console, options.log_level);
   SetLogValueFiltering(options.log_filter);
-  // Looking at a source may take its time and cannot be broken off; but nothing has been made yet.
-  std::atomic<bool> looking = true;
-  // An interrupt that comes before there is a session waits in the loop for it.
+  // Before there is a session, which ends well, there is nothing to end but the loop.
   const auto current = std::make_shared<std::weak_ptr<RunSession>>();
-  const SignalWatcher watcher([&, loop, current](int) {
-    if (looking.exchange(false)) {
-      if (!options.quiet) console.Line(NothingWrittenText(Ending::kInterrupted));
-      _exit(static_cast<int>(ExitCode::kSuccess));
-    }
-    loop->Post(movra_base::BindOnce([current] {
-      if (const auto session = current->lock()) session->Interrupt();
+  const SignalWatcher watcher([loop, current](int) {
+    loop->Post(movra_base::BindOnce([loop = loop.get(), current] {
+      const auto session = current->lock();
+      session != nullptr ? session->Interrupt() : loop->Quit();
     }));
   });
   const auto fail = [&](const Failure& failure) {
     console.Line("movra-producer: " + failure.text);
     return failure.code;
   };
-  const auto source = FindSource(options);
-  // The watcher is ending the process.
-  while (!looking.exchange(false)) pause();
-  if (const Failure* const failure = FailureOf(source)) return fail(*failure);
-  const CapturePlan plan = PlanCapture(options, ValueOf(source));
+  const auto found = FindSource(options, *loop, console);
+  if (const Failure* const failure = FailureOf(found)) return fail(*failure);
+  if (!ValueOf(found)) {
+    if (!options.quiet) console.Line(NothingWrittenText(Ending::kInterrupted));
+    return ExitCode::kSuccess;
+  }
+  const video::CameraInfo& source = *ValueOf(found);
+  const CapturePlan plan = PlanCapture(options, source);
   const auto files = PlanOutputFiles(options, plan.streams, std::chrono::system_clock::now());
   if (const Failure* const failure = FailureOf(files)) return fail(*failure);
 
-  if (ValueOf(source).has_audio && !options.quiet) {
-    console.Line("note: the source has sound, which is not carried");
-  }
-  if (ValueOf(source).is_interlaced && !options.quiet) {
-    console.Line("note: the source is interlaced, and its pictures are left so");
-  }
-  const auto session = std::make_shared<RunSession>(
-      RunSetting{options, ValueOf(source), plan, ValueOf(files), program_start, console, loop});
+  if (!options.quiet) TellOfTheSource(source, console);
+  const auto session =
+      std::make_shared<RunSession>(RunSetting{options, source, plan, ValueOf(files), program_start,
+                                              console, loop, [loop] { loop->Quit(); }});
   *current = session;
-  RunReport report = session->Run();
+  loop->Post(movra_base::BindOnce(&RunSession::Begin, *current));
+  loop->Run();
+  // What was posted while it ended, such as a last write that failed.
+  loop->RunUntilIdle();
+  RunReport report = session->Conclude();
   report.contact_sheet = MakeContactSheet(report, ValueOf(files), console);
   if (const auto failure = WriteStats(report, ValueOf(files).stats)) {
     if (report.failure) console.Line("movra-producer: " + failure->text);
     if (!report.failure) report.failure = failure;
+  } else if (ValueOf(files).stats != "-") {
+    report.stats = ValueOf(files).stats;
   }
   Tell(report, options, console);
   return report.exit_code();

@@ -161,12 +161,45 @@ TEST_F(RunE2e, TheStatsAreTheFiguresOfWhatWasWritten) {
   EXPECT_GT(json["time_to_first_frame_s"], 0.0);
   ASSERT_EQ(json["streams"].size(), 2U);
   EXPECT_EQ(json["streams"][0]["frames_written"], 30);
-  EXPECT_EQ(json["streams"][0]["frames_in"], 30);
+  for (const auto& stream : json["streams"]) {
+    EXPECT_EQ(stream["frames_delivered"], 30);
+    ExpectWholeSum(stream);
+  }
   EXPECT_GT(json["streams"][0]["bytes_written"], 0);
   EXPECT_EQ(json["streams"][1]["frames_written"], 15);
-  EXPECT_EQ(json["streams"][1]["frames_dropped_rate"], 15);
+  EXPECT_EQ(json["streams"][1]["frames_dropped_to_rate"], 15);
   EXPECT_NEAR(json["streams"][1]["frame_rate_fps"], 15.0, 0.01);
-  EXPECT_LE(json["streams"][0]["bytes_written"], fs::file_size(directory_ / "out/big.mp4"));
+  EXPECT_GT(json["streams"][0]["picture_bytes_written"], 0);
+}
+
+TEST_F(RunE2e, TheBytesAreTheSizeOfTheFile) {
+  const std::string clip = MakeClip(30);
+  for (const char* file : {"a.mp4", "a.mkv", "a.ts", "a.h264"}) {
+    const ProcessResult result = Run({"--camera", "file:" + clip, "--big", file, "--small", "off",
+                                      "--quiet", "--force", "--no-contact-sheet", "--stats", "-"});
+    EXPECT_EQ(result.err, "") << file;
+    const auto stream = nlohmann::json::parse(result.out)["streams"][0];
+    const auto size = fs::file_size(directory_ / (std::string("out/") + file));
+    EXPECT_EQ(stream["bytes_written"], size) << file;
+    EXPECT_LE(stream["picture_bytes_written"], size) << file;
+  }
+}
+
+// More comes than two slow encoders take: most frames are lost, and each of them is told.
+TEST_F(RunE2e, AtOverloadEveryFrameIsInOneFigure) {
+  const ProcessResult result =
+      Run({"--camera", "test:?rate=240&size=1920x1080", "--big", "1920x1080@240", "--small",
+           "960x540@120", "--duration", "1s", "--stats", "-", "--no-contact-sheet"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  std::uint64_t lost = 0;
+  for (const auto& stream : json["streams"]) {
+    EXPECT_EQ(stream["frames_delivered"], json["frames_captured"]);
+    ExpectWholeSum(stream);
+    lost += stream["frames_displaced"].get<std::uint64_t>();
+    EXPECT_GE(stream["frames_encoded"], stream["frames_written"]);
+  }
+  EXPECT_EQ(result.err.find("none lost") == std::string::npos, lost > 0) << result.err;
 }
 
 TEST_F(RunE2e, TheStatsMayLandInTheDirectory) {
@@ -184,6 +217,7 @@ TEST_F(RunE2e, SaysOnceThatSoundIsNotCarried) {
   const std::size_t at = result.err.find("sound");
   ASSERT_NE(at, std::string::npos);
   EXPECT_EQ(result.err.find("sound", at + 1), std::string::npos);
+  EXPECT_EQ(Run({"--camera", "file:" + path, "--force", "--quiet"}).err, "");
   EXPECT_THAT(Run({"--camera", "file:" + MakeClip(5, {640, 360}, "mute.mp4"), "--force"}).err,
               Not(HasSubstr("sound")));
 }

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "app/frame_rate.h"
 #include "app/stream_spec.h"
 #include "logging/log_sink.h"
 #include "video/size.h"
@@ -22,7 +23,7 @@ struct RunOptions {
   std::string camera_id = "test:";
   std::optional<video::ProducerMode> mode;
   std::optional<video::Size> size;  // With mode kOwnSize only.
-  std::optional<std::int32_t> frame_rate;
+  std::optional<FrameRate> frame_rate;
   StreamSpec big;
   StreamSpec small;
   std::optional<bool> loop;

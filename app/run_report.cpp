@@ -7,12 +7,14 @@
 #include <string>
 
 #include "app/duration_text.h"
+#include "app/frame_rate.h"
 #include "app/picture_text.h"
 #include "app/version.h"
 
 namespace movra::app {
 namespace {
 
+using media::FrameFate;
 using std::chrono::nanoseconds;
 // Keeps the fields in the order in which they are written here.
 using Json = nlohmann::ordered_json;
@@ -39,7 +41,7 @@ Row StreamRow(const StreamReport& stream) {
           std::to_string(stream.figures.frames),
           FrameRateText(FramesPerSecond(stream.figures)) + " fps",
           BitrateText(BitsPerSecond(stream.figures)),
-          BytesText(stream.figures.bytes),
+          BytesText(stream.figures.file_bytes),
           stream.target.is_stdout() ? "standard output" : stream.target.path};
 }
 
@@ -64,20 +66,36 @@ std::string TableText(const std::vector<Row>& rows) {
   return text;
 }
 
-// What did not get into the streams although it should have.
+struct Loss {
+  FrameFate fate;
+  const char* text;
+};
+constexpr std::array kLosses{
+    Loss{FrameFate::kDisplaced, "too late"}, Loss{FrameFate::kNotMade, "impossible to make"},
+    Loss{FrameFate::kIntercepted, "intercepted"}, Loss{FrameFate::kUnwanted, "unwanted"},
+    Loss{FrameFate::kFailed, "failed"}};
+
+// What did not get into the streams although it should have; and what could not, because the run
+// was ended before.
 std::string LossText(const RunReport& report) {
   std::string text;
   const auto add = [&](std::uint64_t count, const std::string& what) {
     if (count == 0) return;
     text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
   };
+  const auto add_losses = [&](const media::FrameCounts& counts, const std::string& whose) {
+    for (const Loss& loss : kLosses) add(counts.of(loss.fate), loss.text + (" for " + whose));
+  };
   add(report.damaged_frames, "damaged in the source");
+  if (!report.streams.empty()) add_losses(report.streams[0].frames.source, "every stream");
+  std::uint64_t stopped = 0;
   for (const StreamReport& stream : report.streams) {
-    const std::string name = StreamName(stream.plan.type);
-    add(stream.encoder.frames_dropped_late, "too late for " + name);
-    add(stream.encoder.frames_failed, "failed in " + name);
+    add_losses(stream.frames.stream, StreamName(stream.plan.type));
+    stopped = std::max(stopped, stream.frames_that(FrameFate::kStopped));
   }
-  return text.empty() ? "none lost" : text;
+  if (text.empty()) text = "none lost";
+  add(stopped, "cut off by the end");
+  return text;
 }
 
 Json SourceJson(const RunReport& report) {
@@ -104,24 +122,24 @@ void Append(Json& json, const std::string& name, const DurationSummary& summary)
 
 Json StreamJson(const StreamReport& stream, bool paced) {
   const StreamFigures& figures = stream.figures;
-  const video::EncoderStatsRecord& encoder = stream.encoder;
   Json json = {{"stream", StreamName(stream.plan.type)},
                {"file", stream.target.path},
                {"width_px", stream.plan.size.width},
                {"height_px", stream.plan.size.height},
-               {"frame_rate_limit_fps", stream.plan.frame_rate},
+               {"frame_rate_limit_fps", stream.plan.frame_rate.PerSecond()},
                {"frame_rate_fps", FramesPerSecond(figures)},
                {"target_bitrate_bps", stream.plan.bitrate_bps},
                {"bitrate_bps", BitsPerSecond(figures)},
                {"duration_s", Seconds(figures.media_time)},
                {"frames_written", figures.frames},
                {"key_frames_written", figures.key_frames},
-               {"bytes_written", figures.bytes},
-               // Not the encoder's own count, which was taken before its last frames.
-               {"frames_in", figures.packets + encoder.frames_dropped_rate + encoder.frames_failed},
-               {"frames_dropped_rate", encoder.frames_dropped_rate},
-               {"frames_dropped_late", encoder.frames_dropped_late},
-               {"frames_failed", encoder.frames_failed}};
+               {"bytes_written", figures.file_bytes},
+               {"picture_bytes_written", figures.bytes},
+               {"frames_delivered", stream.frames.source.came}};
+  for (std::size_t i = 0; i < media::kFrameFates; ++i) {
+    const auto fate = static_cast<FrameFate>(i);
+    json["frames_" + std::string(media::FrameFateName(fate))] = stream.frames_that(fate);
+  }
   Append(json, "encode_time", figures.encode_time);
   Append(json, "latency", figures.latency);
   Append(json, "latency_without_encode", figures.road);
@@ -147,6 +165,17 @@ const char* EndingText(Ending ending) {
   return "failed";
 }
 
+std::uint64_t StreamReport::frames_that(FrameFate fate) const {
+  const std::uint64_t left = fate == FrameFate::kStopped ? frames.on_the_way() : 0;
+  return frames.source.of(fate) + frames.stream.of(fate) + left;
+}
+
+std::uint64_t LostFrames(const media::FrameCounts& counts) {
+  std::uint64_t lost = 0;
+  for (const Loss& loss : kLosses) lost += counts.of(loss.fate);
+  return lost;
+}
+
 nanoseconds RunReport::media_time() const {
   nanoseconds longest{0};
   for (const StreamReport& stream : streams) {
@@ -167,6 +196,7 @@ std::string SummaryText(const RunReport& report) {
           ClockText(report.media_time()) + " of video in " + ClockText(report.wall_time) + ", " +
           speed + "; " + EndingText(report.ending) + "\n";
   if (!report.contact_sheet.empty()) text += "pictures: " + report.contact_sheet + "\n";
+  if (!report.stats.empty()) text += "figures: " + report.stats + "\n";
   return text;
 }
 

@@ -12,8 +12,8 @@
 #include "app/result.h"
 #include "app/stream_meter.h"
 #include "app/stream_plan.h"
+#include "media/track/frame_account.h"
 #include "video/camera_service.h"
-#include "video/stats.h"
 
 namespace movra::app {
 
@@ -31,7 +31,11 @@ struct StreamReport {
   StreamPlan plan;
   StreamTarget target;  // As the plan of the files settled it.
   StreamFigures figures;
-  video::EncoderStatsRecord encoder;
+  media::FrameTotals frames;  // What became of every frame that came from the source.
+
+  // How many of them came to this end; `kEncoded` and the others together are all that came. What
+  // was on its way when all had been stopped was stopped too.
+  [[nodiscard]] std::uint64_t frames_that(media::FrameFate fate) const;
 };
 
 struct RunReport {
@@ -41,12 +45,13 @@ struct RunReport {
   std::optional<Failure> failure;
   std::chrono::nanoseconds wall_time{0};            // From the start of the capture to its end.
   std::chrono::nanoseconds time_to_first_frame{0};  // Of the run, until one was encoded.
-  std::uint32_t frames_captured = 0;
+  std::uint64_t frames_captured = 0;
   std::uint32_t frames_processed = 0;
   std::uint64_t damaged_frames = 0;
   bool paced = false;  // The source goes by the clock.
   std::vector<StreamReport> streams;
   std::string contact_sheet;  // Empty if none was made.
+  std::string stats;          // The file of the figures; empty if there is none.
 
   [[nodiscard]] ExitCode exit_code() const { return failure ? failure->code : ExitCode::kSuccess; }
 
@@ -55,6 +60,9 @@ struct RunReport {
   // Media time in a second of wall time; 0 if none has passed.
   [[nodiscard]] double speed() const;
 };
+
+// The frames of a count that are missing in what is encoded, though they were wanted there.
+[[nodiscard]] std::uint64_t LostFrames(const media::FrameCounts& counts);
 
 // The table at the end: a line per stream, then what else there is to know. Ends in a line end.
 [[nodiscard]] std::string SummaryText(const RunReport& report);

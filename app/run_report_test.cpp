@@ -10,29 +10,38 @@
 namespace movra::app {
 namespace {
 
+using media::FrameFate;
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::HasSubstr;
+
+void Add(media::FrameCounts& counts, FrameFate fate, std::uint64_t frames) {
+  counts.by_fate[static_cast<std::size_t>(fate)] += frames;
+}
 
 StreamReport Stream(video::VideoStreamType type, video::Size size, std::uint64_t frames,
                     std::uint64_t bytes, const std::string& path) {
   StreamReport stream;
   stream.plan.type = type;
   stream.plan.size = size;
-  stream.plan.frame_rate = 30;
+  stream.plan.frame_rate = FrameRate{25, 2};
   stream.plan.bitrate_bps = 1'500'000;
   stream.target.path = path;
   stream.figures.frames = frames;
   stream.figures.key_frames = 5;
   stream.figures.bytes = bytes;
+  stream.figures.file_bytes = bytes + 5000;
   stream.figures.media_time = seconds(20);
   stream.figures.packets = 602;
   stream.figures.latency.p95 = microseconds(7100);
   stream.figures.encode_time.p95 = microseconds(6200);
   stream.figures.road.p95 = microseconds(900);
   stream.figures.pacing_error.max = microseconds(150);
-  stream.encoder.frames_dropped_rate = 300;
+  stream.frames.source.came = 903;
+  Add(stream.frames.stream, FrameFate::kEncoded, 602);
+  Add(stream.frames.stream, FrameFate::kDroppedToRate, 300);
+  Add(stream.frames.source, FrameFate::kDroppedToRate, 1);
   return stream;
 }
 
@@ -59,22 +68,78 @@ TEST(RunReport, TheTableHasALinePerStreamAndTheRestBelow) {
   EXPECT_EQ(SummaryText(Report()),
             "stream  size      frames    rate   bit rate     bytes  file\n"
             "big     1280x720     600  30 fps  1500 kb/s    3.8 MB  out/big.mp4\n"
-            "small   320x180      300  15 fps   150 kb/s  375.0 kB  standard output\n"
+            "small   320x180      300  15 fps   150 kb/s  380.0 kB  standard output\n"
             "600 frames in, none lost; 0:20.0 of video in 0:06.2, 3.2x; source ended\n"
             "pictures: out/contact-sheet.png\n");
+}
+
+TEST(RunReport, TheTableSaysWhereTheFiguresAre) {
+  RunReport report = Report();
+  report.stats = "out/figures.json";
+  EXPECT_THAT(SummaryText(report), testing::EndsWith("figures: out/figures.json\n"));
 }
 
 TEST(RunReport, TheTableNamesEveryLossAndLeavesOutAPictureThatWasNotMade) {
   RunReport report = Report();
   report.contact_sheet.clear();
   report.damaged_frames = 3;
-  report.streams[0].encoder.frames_dropped_late = 2;
-  report.streams[1].encoder.frames_failed = 1;
+  for (StreamReport& stream : report.streams) {
+    Add(stream.frames.source, FrameFate::kDisplaced, 4);
+    Add(stream.frames.source, FrameFate::kNotMade, 5);
+  }
+  Add(report.streams[0].frames.stream, FrameFate::kDisplaced, 2);
+  Add(report.streams[1].frames.stream, FrameFate::kFailed, 1);
+  Add(report.streams[1].frames.stream, FrameFate::kIntercepted, 6);
+  Add(report.streams[1].frames.stream, FrameFate::kUnwanted, 8);
+  for (StreamReport& stream : report.streams) {
+    stream.frames.source.came = stream.frames.source.sum() + stream.frames.stream.sum();
+  }
   report.ending = Ending::kInterrupted;
   const std::string text = SummaryText(report);
-  EXPECT_THAT(text, HasSubstr("600 frames in, 3 damaged in the source, 2 too late for big, "
-                              "1 failed in small; "));
+  EXPECT_THAT(text,
+              HasSubstr("600 frames in, 3 damaged in the source, 4 too late for every stream, "
+                        "5 impossible to make for every stream, 2 too late for big, "
+                        "6 intercepted for small, 8 unwanted for small, 1 failed for small; "));
   EXPECT_THAT(text, testing::EndsWith("; interrupted\n"));
+}
+
+TEST(RunReport, WhatTheEndCutOffIsNotLostAndIsTold) {
+  RunReport report = Report();
+  Add(report.streams[0].frames.stream, FrameFate::kStopped, 2);
+  report.streams[0].frames.source.came += 3;  // One was on its way.
+  report.streams[1].frames.source.came += 3;
+  Add(report.streams[1].frames.stream, FrameFate::kStopped, 1);  // Two were on their way.
+  EXPECT_THAT(SummaryText(report), HasSubstr("600 frames in, none lost, 3 cut off by the end; "));
+}
+
+TEST(RunReport, EveryFrameThatWasDeliveredIsInOneFigure) {
+  RunReport report = Report();
+  StreamReport& stream = report.streams[0];
+  std::uint64_t delivered = 5;  // On their way.
+  stream.frames = {};
+  for (std::size_t i = 0; i < media::kFrameFates; ++i) {
+    Add(stream.frames.source, static_cast<FrameFate>(i), i + 1);
+    Add(stream.frames.stream, static_cast<FrameFate>(i), 10 * i);
+    delivered += 11 * i + 1;
+  }
+  stream.frames.source.came = delivered;
+  const auto json = nlohmann::json::parse(StatsJson(report))["streams"][0];
+  EXPECT_EQ(json["frames_delivered"], delivered);
+  std::uint64_t sum = 0;
+  for (const char* name : {"encoded", "displaced", "dropped_to_rate", "not_made", "intercepted",
+                           "unwanted", "failed", "stopped"}) {
+    sum += json["frames_" + std::string(name)].get<std::uint64_t>();
+  }
+  EXPECT_EQ(sum, delivered);
+  EXPECT_EQ(json["frames_stopped"], 5 + 8 + 70);
+}
+
+TEST(RunReport, TheMediaTimeIsThatOfTheLongestStream) {
+  RunReport report = Report();
+  report.streams[0].figures.media_time = seconds(25);
+  EXPECT_EQ(report.media_time(), seconds(25));
+  report.streams[1].figures.media_time = seconds(30);
+  EXPECT_EQ(report.media_time(), seconds(30));
 }
 
 TEST(RunReport, ARunThatWroteNothingDividesByNothing) {
@@ -88,7 +153,6 @@ TEST(RunReport, ARunThatWroteNothingDividesByNothing) {
 
 TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
   RunReport report = Report();
-  report.streams[0].encoder.frames_failed = 1;
   const auto json = nlohmann::json::parse(StatsJson(report));
   EXPECT_EQ(json["ending"], "source ended");
   EXPECT_EQ(json["exit_code"], 0);
@@ -109,11 +173,14 @@ TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
   EXPECT_EQ(big["file"], "out/big.mp4");
   EXPECT_EQ(big["width_px"], 1280);
   EXPECT_EQ(big["frame_rate_fps"], 30.0);
+  EXPECT_EQ(big["frame_rate_limit_fps"], 12.5);
   EXPECT_EQ(big["bitrate_bps"], 1'500'000.0);
   EXPECT_EQ(big["frames_written"], 600);
-  EXPECT_EQ(big["frames_dropped_rate"], 300);
-  EXPECT_EQ(big["bytes_written"], 3'750'000);
-  EXPECT_EQ(big["frames_in"], 903) << "packets, and what the encoder dropped or failed";
+  EXPECT_EQ(big["frames_delivered"], 903);
+  EXPECT_EQ(big["frames_encoded"], 602);
+  EXPECT_EQ(big["frames_dropped_to_rate"], 301) << "by the capture or by the encoder";
+  EXPECT_EQ(big["bytes_written"], 3'755'000);
+  EXPECT_EQ(big["picture_bytes_written"], 3'750'000);
   EXPECT_EQ(big["latency_p95_us"], 7100);
   EXPECT_EQ(big["encode_time_p95_us"], 6200);
   EXPECT_EQ(big["latency_without_encode_p95_us"], 900);

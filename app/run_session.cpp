@@ -20,14 +20,15 @@ using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 using video::VideoStreamType;
 
+constexpr InstanceTrace kTrace(1);
 constexpr nanoseconds kProgressInterval = std::chrono::milliseconds(100);
 constexpr nanoseconds kStallInterval = std::chrono::milliseconds(500);
 // How long the end waits for what is under way to be encoded and written, for all streams together.
 constexpr std::chrono::milliseconds kLongestDrain{5000};
 // What the reader of a pipe has of that once a person wants the end.
 constexpr std::chrono::milliseconds kInterruptPatience{1000};
-// A live source that delivers gives the duration's last frame within this time after it is over;
-// one that has stalled is not waited for any longer.
+// A live source that delivers gives the duration's last frame within this time after it is over,
+// counted from the first one; one that has stalled is not waited for any longer.
 constexpr nanoseconds kStallSlack = std::chrono::milliseconds(500);
 
 // Media time of the whole run, if it is known.
@@ -46,40 +47,39 @@ video::EncodeParams ParamsOf(const StreamPlan& plan, const RunOptions& options) 
   video::EncodeParams params;
   params.width = plan.size.width;
   params.height = plan.size.height;
-  params.frame_rate = plan.frame_rate;
+  params.frame_rate = RoundedUp(plan.frame_rate);
+  // The whole rate is what the capture follows.
+  if (!IsWhole(plan.frame_rate)) {
+    params.frame_rate_numerator = plan.frame_rate.numerator;
+    params.frame_rate_denominator = plan.frame_rate.denominator;
+  }
   params.bitrate_bps = plan.bitrate_bps;
   if (options.encoder_threads) params.threads = *options.encoder_threads;
   return params;
 }
 
-// Wraps an operation into a function for any thread, which puts it into the loop; it does nothing
-// once the session is gone.
+// Wraps an operation into a function for any thread, which posts it to the main queue; it does
+// nothing once the session is gone.
 template <class... Args>
-auto PostTo(const std::shared_ptr<core::RunLoop>& loop, std::weak_ptr<RunSession> session,
+auto PostTo(const std::shared_ptr<core::DispatchQueue>& queue, std::weak_ptr<RunSession> session,
             void (RunSession::*operation)(Args...)) {
-  return [loop, session = std::move(session), operation](Args... args) {
-    loop->Post(BindOnce(operation, session, std::move(args)...));
+  return [queue, session = std::move(session), operation](Args... args) {
+    queue->Post(BindOnce(operation, session, std::move(args)...));
   };
 }
 
 }  // namespace
 
 RunSession::RunSession(const RunSetting& setting)
-    : setting_(setting), progress_(TotalTime(setting.options, setting.source)) {
+    : setting_(setting),
+      account_(media::FrameAccount::Of(kTrace)),
+      progress_(TotalTime(setting.options, setting.source)) {
   report_.camera_id = setting.options.camera_id;
   report_.source = setting.source;
   report_.paced = IsPaced(setting.options, setting.source);
   for (std::size_t i = 0; i < setting.plan.streams.size(); ++i) {
     report_.streams.push_back({setting.plan.streams[i], setting.files.streams[i], {}, {}});
   }
-}
-
-RunReport RunSession::Run() {
-  setting_.loop->Post(BindOnce(&RunSession::Begin, weak_from_this()));
-  setting_.loop->Run();
-  // What was posted while it ended, such as a last write that failed.
-  setting_.loop->RunUntilIdle();
-  return Conclude();
 }
 
 void RunSession::Begin() {
@@ -89,8 +89,8 @@ void RunSession::Begin() {
       [this](VideoStreamType type, video::VideoEncoderError error, const std::string& detail) {
         OnEncoderError(type, error, detail);
       });
-  producer_ = std::make_shared<video::VideoProducer2Impl>(video::VideoContext(InstanceTrace(1), ""),
-                                                          client_, VideoStreamType::kBig);
+  producer_ = std::make_shared<video::VideoProducer2Impl>(video::VideoContext(kTrace, ""), client_,
+                                                          VideoStreamType::kBig);
   producer_->Initialize();
   StartEncoders();
   StartCapture();
@@ -111,8 +111,8 @@ bool RunSession::OpenStreams() {
 
 bool RunSession::OpenStream(std::size_t index, const std::shared_ptr<media::TimeOrigin>& origin) {
   const StreamReport& stream = report_.streams[index];
-  const auto& loop = setting_.loop;
-  const auto posting = [&](auto operation) { return PostTo(loop, weak_from_this(), operation); };
+  const auto& queue = setting_.queue;
+  const auto posting = [&](auto operation) { return PostTo(queue, weak_from_this(), operation); };
 
   media::EncodedFileWriterOptions options;
   options.path = stream.target.path;
@@ -157,7 +157,7 @@ void RunSession::StartCapture() {
     params.height = setting_.plan.size->height;
   }
   producer_->SetProducerMode(setting_.plan.mode);
-  capture_start_ = steady_clock::now();
+  capture_start_ = setting_.now();
   producer_->StartCapture(params, BindOnce(&RunSession::OnCaptureStarted, weak_from_this()));
 }
 
@@ -167,13 +167,21 @@ void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
   if (error_code != 0) {
     Fail(CameraStartFailure(options.camera_id, error_code, ""));
   } else if (options.duration && report_.paced) {
-    setting_.loop->PostDelayed(
-        BindOnce(&RunSession::Finish, weak_from_this(), Ending::kDurationOver),
-        *options.duration + kStallSlack);
+    duration_start_ = setting_.now();
+    LookForEndOfDuration();
   }
 }
 
+void RunSession::LookForEndOfDuration() {
+  if (ending_) return;
+  const nanoseconds left =
+      duration_start_ + *setting_.options.duration + kStallSlack - setting_.now();
+  if (left.count() <= 0) return Finish(Ending::kDurationOver);
+  setting_.queue->PostDelayed(BindOnce(&RunSession::LookForEndOfDuration, weak_from_this()), left);
+}
+
 void RunSession::OnFirstFrame() {
+  if (!std::exchange(has_frames_, true)) duration_start_ = setting_.now();
   if (setting_.files.directory) setting_.files.directory->PointLatestHere();
 }
 
@@ -215,19 +223,21 @@ void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError e
 void RunSession::ShowProgress() {
   if (ending_ || !setting_.console.is_terminal()) return;
   ProgressSample sample;
-  sample.wall_time = steady_clock::now() - capture_start_;
+  sample.wall_time = setting_.now() - capture_start_;
   for (std::size_t i = 0; i < streams_.size(); ++i) {
     const VideoStreamType type = report_.streams[i].plan.type;
-    const video::VideoProducerStats2 stats = producer_->GetStats(type);
     const StreamFigures figures = streams_[i].meter->Figures();
-    sample.frames_in = stats.capture_stat;
-    sample.dropped += stats.encoder_stats.frames_dropped_late;
+    const media::FrameTotals frames = account_->Totals(type);
+    sample.frames_in = frames.source.came;
+    if (i == 0) sample.dropped += LostFrames(frames.source);
+    sample.dropped += LostFrames(frames.stream);
     sample.media_time = std::max(sample.media_time, figures.media_time);
     sample.streams.push_back({StreamName(type), figures.frames, figures.bytes});
   }
-  setting_.console.SetProgress(progress_.Text(sample));
-  setting_.loop->PostDelayed(BindOnce(&RunSession::ShowProgress, weak_from_this()),
-                             kProgressInterval);
+  setting_.console.SetProgress(
+      progress_.Text(sample, static_cast<std::size_t>(setting_.console.columns() - 1)));
+  setting_.queue->PostDelayed(BindOnce(&RunSession::ShowProgress, weak_from_this()),
+                              kProgressInterval);
 }
 
 void RunSession::LookForStall() {
@@ -238,16 +248,17 @@ void RunSession::LookForStall() {
     frames += streams_[i].meter->Figures().packets;
     if (streams_[i].file->waits_for_reader()) reader = OptionOf(i);
   }
-  const std::string notice = stall_watch_->Notice(steady_clock::now(), frames, reader);
+  const std::string notice = stall_watch_->Notice(setting_.now(), frames, reader);
   if (!notice.empty()) setting_.console.Line(notice);
-  setting_.loop->PostDelayed(BindOnce(&RunSession::LookForStall, weak_from_this()), kStallInterval);
+  setting_.queue->PostDelayed(BindOnce(&RunSession::LookForStall, weak_from_this()),
+                              kStallInterval);
 }
 
 void RunSession::Finish(Ending ending) {
   if (ending_) return;
   ending_ = ending;
   // Not at once: this may be an event of the very producer that is to be taken down.
-  setting_.loop->Post(BindOnce(&RunSession::Stop, weak_from_this()));
+  setting_.queue->Post(BindOnce(&RunSession::Stop, weak_from_this()));
 }
 
 void RunSession::Fail(Failure failure) {
@@ -258,31 +269,27 @@ void RunSession::Fail(Failure failure) {
 void RunSession::Stop() {
   setting_.console.SetProgress("");
   if (producer_ != nullptr) StopProducer();
-  setting_.loop->Quit();
+  setting_.on_over();
 }
 
 void RunSession::StopProducer() {
-  report_.frames_captured = producer_->GetStats(VideoStreamType::kBig).capture_stat;
   producer_->StopCapture({});
   const bool in_haste = ending_ == Ending::kInterrupted;
   for (const Stream& stream : streams_) {
     stream.file->LimitWaits(in_haste ? kInterruptPatience : kLongestDrain);
   }
-  const auto deadline = steady_clock::now() + kLongestDrain;
+  const auto deadline = setting_.now() + kLongestDrain;
   for (std::size_t i = 0; i < streams_.size(); ++i) StopStream(i, deadline);
-  report_.wall_time = steady_clock::now() - capture_start_;
+  report_.wall_time = setting_.now() - capture_start_;
+  report_.frames_processed = producer_->GetStats(VideoStreamType::kBig).preprocess_stat;
   producer_->Uninitialize();
   producer_.reset();
 }
 
 void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline) {
   StreamReport& report = report_.streams[index];
-  // The figures go with the encoder.
-  const video::VideoProducerStats2 stats = producer_->GetStats(report.plan.type);
-  report_.frames_processed = stats.preprocess_stat;
-  report.encoder = stats.encoder_stats;
   const auto left =
-      std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
+      std::chrono::duration_cast<std::chrono::milliseconds>(deadline - setting_.now());
   // Without any wait an encoder would not even be asked to finish.
   producer_->StopEncoder(report.plan.type,
                          static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1)));
@@ -294,6 +301,7 @@ void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline
   report.figures.frames = written.frames;
   report.figures.key_frames = written.key_frames;
   report.figures.bytes = written.bytes;
+  report.figures.file_bytes = written.file_bytes;
   report.figures.media_time = written.duration;
 }
 
@@ -304,16 +312,22 @@ RunReport RunSession::Conclude() {
     const auto& first = stream.figures.first_frame;
     if (first && (!first_frame || *first < *first_frame)) first_frame = first;
   }
+  for (StreamReport& stream : report_.streams) {
+    stream.frames = account_->Totals(stream.plan.type);
+    report_.frames_captured = stream.frames.source.came;
+  }
   if (first_frame) report_.time_to_first_frame = *first_frame - setting_.program_start;
   if (!report_.failure) report_.failure = FindFailure();
   return report_;
 }
 
 std::optional<Failure> RunSession::FindFailure() const {
-  for (const Stream& stream : streams_) {
-    if (stream.file->failed() && !stream.error_told) {
-      return Failure{ExitCode::kWriteFailed, "'" + stream.file->path() + "' is not complete"};
-    }
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    const Stream& stream = streams_[i];
+    if (stream.file == nullptr || !stream.file->failed() || stream.error_told) continue;
+    const bool is_stdout = report_.streams[i].target.is_stdout();
+    const std::string name = is_stdout ? "standard output" : "'" + stream.file->path() + "'";
+    return Failure{ExitCode::kWriteFailed, OptionOf(i) + ": " + name + " is not complete"};
   }
   const auto is_empty = [](const StreamReport& stream) { return !stream.figures.first_frame; };
   const auto& streams = report_.streams;

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,8 +19,9 @@
 #include "app/run_report.h"
 #include "app/stall_watch.h"
 #include "app/stream_meter.h"
-#include "core/run_loop.h"
+#include "core/dispatch_queue.h"
 #include "media/output/encoded_file_writer.h"
+#include "media/track/frame_account.h"
 #include "video/camera_service.h"
 #include "video/producer/video_producer2.h"
 
@@ -33,7 +35,9 @@ struct RunSetting {
   const OutputFiles& files;
   std::chrono::steady_clock::time_point program_start;
   Console& console;
-  std::shared_ptr<core::RunLoop> loop;  // The main queue.
+  std::shared_ptr<core::DispatchQueue> queue;  // The main queue.
+  std::function<void()> on_over;               // Runs there once the session is over.
+  std::function<std::chrono::steady_clock::time_point()> now = &std::chrono::steady_clock::now;
 };
 
 // Drives the producer through IVideoProducer2 alone: both encoders first, so that the first frame
@@ -41,16 +45,24 @@ struct RunSetting {
 // duration is over, at an interrupt, or at the first failure. However it ends, what is on its way
 // is written and the files are closed.
 //
-// Everything runs in the loop; events of other threads are posted there, weakly.
+// Everything runs on the main queue; events of other threads are posted there, weakly.
+//
+//   const auto session = std::make_shared<RunSession>(setting);
+//   session->Begin();
+//   ...                            // until on_over, and what is posted by then
+//   report = session->Conclude();
 class RunSession : public std::enable_shared_from_this<RunSession> {
  public:
   explicit RunSession(const RunSetting& setting);
 
-  // Runs the loop until all is over. Once.
-  [[nodiscard]] RunReport Run();
+  // Once.
+  void Begin();
 
-  // Ends the run like its natural end. In the loop; harmless at any time.
+  // Ends the run like its natural end. Harmless at any time.
   void Interrupt() { Finish(Ending::kInterrupted); }
+
+  // How it went. Once, when the session is over.
+  [[nodiscard]] RunReport Conclude();
 
  private:
   struct Stream {
@@ -60,7 +72,6 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
     bool error_told = false;  // Why the file broke off, if it did.
   };
 
-  void Begin();
   [[nodiscard]] bool OpenStreams();
   [[nodiscard]] bool OpenStream(std::size_t index,
                                 const std::shared_ptr<media::TimeOrigin>& origin);
@@ -68,6 +79,8 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void StartCapture();
 
   void OnCaptureStarted(int error_code, int elapsed_ms);
+  // Ends the run when the clock says that the duration is over.
+  void LookForEndOfDuration();
   void OnFirstFrame();
   void OnStreamOver(std::size_t index, Ending ending);
   void OnStreamEnd(std::size_t index, video::StreamEnd end);
@@ -83,12 +96,12 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void Stop();
   void StopProducer();
   void StopStream(std::size_t index, std::chrono::steady_clock::time_point deadline);
-  [[nodiscard]] RunReport Conclude();
   [[nodiscard]] std::optional<Failure> FindFailure() const;
   // "--big"
   [[nodiscard]] std::string OptionOf(std::size_t index) const;
 
   const RunSetting setting_;
+  const std::shared_ptr<media::FrameAccount> account_;  // Of the producer's frames.
   std::shared_ptr<EncoderErrorClient> client_;
   std::shared_ptr<video::IVideoProducer2> producer_;
   std::vector<Stream> streams_;
@@ -98,6 +111,9 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   std::optional<Ending> ending_;
   video::StreamEnd source_end_;  // Of a source that did not end well.
   std::chrono::steady_clock::time_point capture_start_;
+  bool has_frames_ = false;
+  // What the duration counts from: the first frame, before that the start of the camera.
+  std::chrono::steady_clock::time_point duration_start_;
 };
 
 }  // namespace movra::app

@@ -1,9 +1,7 @@
 #include "app/signal_watcher.h"
 
-#include <poll.h>
+#include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <utility>
@@ -22,11 +20,6 @@ sigset_t WatchedSignals() {
   return set;
 }
 
-int OpenSignals() {
-  const sigset_t set = WatchedSignals();
-  return signalfd(-1, &set, SFD_CLOEXEC);
-}
-
 }  // namespace
 
 void HoldBackSignals() {
@@ -37,26 +30,21 @@ void HoldBackSignals() {
 }
 
 SignalWatcher::SignalWatcher(std::function<void(int)> on_first)
-    : on_first_(std::move(on_first)),
-      signals_(OpenSignals()),
-      stop_(eventfd(0, EFD_CLOEXEC)),
-      thread_([this] { Watch(); }) {}
+    : on_first_(std::move(on_first)), thread_([this] { Watch(); }) {}
 
 SignalWatcher::~SignalWatcher() {
-  eventfd_write(stop_, 1);
+  stopping_ = true;
+  // For that thread alone; one of those it waits for already.
+  pthread_kill(thread_.native_handle(), SIGINT);
   thread_.join();
-  close(stop_);
-  close(signals_);
 }
 
 void SignalWatcher::Watch() {
+  const sigset_t set = WatchedSignals();
   for (bool first = true;;) {
-    pollfd waits[] = {{signals_, POLLIN, 0}, {stop_, POLLIN, 0}};
-    if (poll(waits, 2, -1) < 0) continue;
-    if (waits[1].revents != 0) return;
-    signalfd_siginfo info{};
-    if (read(signals_, &info, sizeof info) != sizeof info) continue;
-    const int number = static_cast<int>(info.ssi_signo);
+    const int number = sigwaitinfo(&set, nullptr);
+    if (stopping_) return;
+    if (number < 0) continue;  // Another signal interrupted it.
     if (!first) _exit(128 + number);
     first = false;
     on_first_(number);

@@ -3,6 +3,7 @@
 #ifndef MOVRA_APP_SIGNAL_WATCHER_H_
 #define MOVRA_APP_SIGNAL_WATCHER_H_
 
+#include <atomic>
 #include <functional>
 #include <thread>
 
@@ -16,6 +17,7 @@ void HoldBackSignals();
 
 // Waits for the signals that are held back. The first one asks the program to end well; the second
 // ends the process at once, whatever its other threads are doing, with 128 and the signal's number.
+// Takes no descriptor: there may be none left.
 class SignalWatcher {
  public:
   // `on_first` runs on the watcher's thread, for the first signal alone.
@@ -28,8 +30,7 @@ class SignalWatcher {
   void Watch();
 
   const std::function<void(int)> on_first_;
-  const int signals_;  // A signalfd.
-  const int stop_;     // An eventfd, written by the destructor.
+  std::atomic<bool> stopping_ = false;  // Written by the destructor.
   std::thread thread_;
 };
 

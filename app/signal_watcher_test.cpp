@@ -20,6 +20,7 @@ class SignalWatcherTest : public testing::Test {
 };
 
 int FirstSignalSeen(int number) {
+  signal(number, SIG_DFL);  // Under nohup a hang-up is ignored, and that is inherited.
   HoldBackSignals();
   std::promise<int> seen;
   const SignalWatcher watcher([&](int signal) { seen.set_value(signal); });
@@ -94,6 +95,23 @@ TEST_F(SignalWatcherTest, AFileThatMayNotGrowIsAnErrorOfTheWrite) {
         setrlimit(RLIMIT_FSIZE, &none);
         const int file = memfd_create("full", 0);
         _exit(write(file, "x", 1) == -1 && errno == EFBIG ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SignalWatcherTest, NeedsNoDescriptor) {
+  EXPECT_EXIT(
+      {
+        HoldBackSignals();
+        const rlimit none{};
+        setrlimit(RLIMIT_NOFILE, &none);
+        std::promise<int> seen;
+        {
+          const SignalWatcher watcher([&](int number) { seen.set_value(number); });
+          kill(getpid(), SIGINT);
+          seen.get_future().wait();
+        }
+        _exit(0);
       },
       testing::ExitedWithCode(0), "");
 }

@@ -17,7 +17,7 @@ std::string StallWatch::Notice(std::chrono::steady_clock::time_point now, std::u
   if (told_ || idle < kPatience) return "";
   told_ = true;
   if (!reader.empty()) return "note: the reader of " + reader + " takes nothing; waiting for it";
-  return "note: the source gives nothing; waiting for it";
+  return kSourceNotice;
 }
 
 }  // namespace movra::app

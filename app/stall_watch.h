@@ -14,6 +14,7 @@ class StallWatch {
  public:
   // How long nothing may come before it is worth a word.
   static constexpr std::chrono::seconds kPatience{2};
+  static constexpr char kSourceNotice[] = "note: the source gives nothing; waiting for it";
 
   explicit StallWatch(std::chrono::steady_clock::time_point now) : last_change_(now) {}
 

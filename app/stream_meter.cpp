@@ -51,7 +51,10 @@ void StreamMeter::CountPacket() {
 void StreamMeter::Count(const video::EncodedFrame& frame,
                         std::chrono::steady_clock::time_point arrival) {
   const std::lock_guard lock(mutex_);
-  if (figures_.frames == 0) figures_.first_frame = arrival;
+  if (figures_.frames == 0) {
+    figures_.first_frame = arrival;
+    figures_.begin = frame.timestamp;
+  }
   ++figures_.frames;
   if (frame.key_frame) ++figures_.key_frames;
   figures_.bytes += frame.size_bytes;

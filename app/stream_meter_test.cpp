@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,8 +20,12 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct Recorder : video::IVideoFrameTrackWriter {
-  void Write(const video::EncodedFrame& frame) override { written.push_back(frame.sequence); }
+  void Write(const video::EncodedFrame& frame) override {
+    if (on_write) on_write();
+    written.push_back(frame.sequence);
+  }
   void WriteEnd(const video::StreamEnd& end) override { reasons.push_back(end.reason); }
+  std::function<void()> on_write;
   std::vector<std::uint64_t> written;
   std::vector<std::string> reasons;
 };
@@ -61,6 +66,7 @@ TEST_F(StreamMeterTest, PassesEverythingOnAndCountsIt) {
   EXPECT_EQ(figures.frames, 2U);
   EXPECT_EQ(figures.key_frames, 1U);
   EXPECT_EQ(figures.bytes, 200U);
+  EXPECT_EQ(figures.begin, seconds(5));
   EXPECT_EQ(figures.media_time, milliseconds(80));
   EXPECT_TRUE(figures.first_frame);
 }
@@ -104,6 +110,19 @@ TEST_F(StreamMeterTest, ThePacingErrorIsTheDistanceOfTheCapturesFromTheirTimeSta
   EXPECT_EQ(meter->Figures().pacing_error.max, milliseconds(3));
   write(3, seconds(10), milliseconds(2996));
   EXPECT_EQ(meter->Figures().pacing_error.max, milliseconds(4));
+}
+
+TEST_F(StreamMeterTest, AFrameArrivesBeforeItIsWrittenAndCountsAfterwards) {
+  const auto meter = Make(std::nullopt);
+  std::chrono::steady_clock::time_point written;
+  recorder_->on_write = [&] {
+    EXPECT_EQ(meter->Figures().frames, 0U);
+    EXPECT_EQ(meter->Figures().packets, 1U);
+    written = std::chrono::steady_clock::now();
+  };
+  meter->Write(Frame(0, seconds(0), true));
+  EXPECT_EQ(meter->Figures().frames, 1U);
+  EXPECT_LE(*meter->Figures().first_frame, written) << "a slow disk is not the encoder's latency";
 }
 
 TEST_F(StreamMeterTest, SaysOnceThatTheFirstFrameIsWritten) {

@@ -1,7 +1,6 @@
 #include "app/stream_plan.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "app/picture_text.h"
 #include "media/encode/encoder_settings.h"
@@ -13,21 +12,19 @@ namespace {
 using video::Size;
 
 constexpr Size kDefaultLimit{1280, 720};
-constexpr std::int32_t kDefaultFrameRate = 30;
+constexpr FrameRate kDefaultFrameRate{30, 1};
 
-// The rate of the source as far as it is known; 0 if not.
-double SourceFrameRate(const RunOptions& options, const video::CameraInfo& source) {
-  const double own = source.rate_numerator > 0 && source.rate_denominator > 0
-                         ? static_cast<double>(source.rate_numerator) / source.rate_denominator
-                         : 0;
-  if (!options.frame_rate) return own;
-  const double asked = *options.frame_rate;
-  // A device is set to the rate that it is asked for; a file has the rate that it has.
-  return source.is_file && own > 0 ? std::min(asked, own) : asked;
+FrameRate OwnFrameRate(const video::CameraInfo& source) {
+  return media::MakeFrameRate(source.rate_numerator, source.rate_denominator);
 }
 
-double ExpectedFrameRate(std::int32_t limit, double source_rate) {
-  return source_rate > 0 ? std::min<double>(limit, source_rate) : limit;
+// The rate of the source as far as it is known.
+FrameRate SourceFrameRate(const RunOptions& options, const video::CameraInfo& source) {
+  const FrameRate own = OwnFrameRate(source);
+  if (!options.frame_rate) return own;
+  // A device is set to the rate that it is asked for; a file has the rate that it has.
+  const bool has_own = source.is_file && !own.IsNone();
+  return has_own ? Slower(*options.frame_rate, own) : *options.frame_rate;
 }
 
 Size DefaultBigSize(const Size& natural) {
@@ -43,29 +40,42 @@ Size QuarterOf(const Size& size) {
 }
 
 StreamPlan PlanStream(video::VideoStreamType type, const StreamSpec& spec, const Size& size,
-                      std::int32_t frame_rate, double source_rate) {
+                      const FrameRate& frame_rate, const RunOptions& options,
+                      const FrameRate& source_rate) {
   StreamPlan plan;
   plan.type = type;
   plan.size = spec.size.value_or(size);
   plan.frame_rate = spec.frame_rate.value_or(frame_rate);
-  plan.expected_frame_rate = ExpectedFrameRate(plan.frame_rate, source_rate);
-  const auto whole_rate = static_cast<int>(std::lround(plan.expected_frame_rate));
-  plan.bitrate_bps = spec.bitrate_bps.value_or(media::DefaultBitrateBps(plan.size, whole_rate));
+  if (options.frame_rate) plan.frame_rate = Slower(plan.frame_rate, *options.frame_rate);
+  plan.expected_frame_rate =
+      source_rate.IsNone() ? plan.frame_rate : Slower(plan.frame_rate, source_rate);
+  plan.bitrate_bps = spec.bitrate_bps.value_or(
+      media::DefaultBitrateBps(plan.size, plan.expected_frame_rate.PerSecond()));
   plan.target = spec.target;
   return plan;
 }
 
-// A file that is no faster than its streams is taken as it is, so that uneven time stamps cost no
-// frame.
+// The least whole rate of which the needed one is a fraction without a rest, so that the encoder
+// leaves out frames as evenly as if it had all of them.
+std::optional<std::int32_t> WholeMultiple(const FrameRate& needed) {
+  if (needed.numerator > kGreatestFrameRate) return std::nullopt;
+  return needed.numerator;
+}
+
 std::optional<std::int32_t> CaptureFrameRate(const RunOptions& options,
                                              const video::CameraInfo& source,
-                                             const std::vector<StreamPlan>& streams,
-                                             double source_rate) {
-  if (options.frame_rate) return options.frame_rate;
-  std::int32_t needed = 0;
-  for (const StreamPlan& stream : streams) needed = std::max(needed, stream.frame_rate);
-  if (source.is_file && source_rate <= needed) return std::nullopt;
-  return needed;
+                                             const std::vector<StreamPlan>& streams) {
+  FrameRate needed;
+  for (const StreamPlan& stream : streams) needed = Faster(needed, stream.frame_rate);
+  const bool is_asked_whole = options.frame_rate && IsWhole(*options.frame_rate);
+  if (is_asked_whole) needed = *options.frame_rate;
+  const auto rate = WholeMultiple(needed);
+  // A device gives what comes next; the encoder leaves out the rest.
+  if (!source.is_file) return rate.value_or(RoundedUp(needed));
+  if (is_asked_whole || !rate) return rate;
+  // A file that is no faster is taken as it is, so that uneven time stamps cost no frame.
+  const bool is_faster = OwnFrameRate(source).PerSecond() > *rate;
+  return is_faster ? rate : std::nullopt;
 }
 
 // A camera delivers what the big stream needs. A small one of more than half of that would lose by
@@ -84,13 +94,13 @@ const char* StreamName(video::VideoStreamType type) {
 }
 
 CapturePlan PlanCapture(const RunOptions& options, const video::CameraInfo& source) {
-  const double source_rate = SourceFrameRate(options, source);
+  const FrameRate source_rate = SourceFrameRate(options, source);
   const StreamPlan big =
       PlanStream(video::VideoStreamType::kBig, options.big, DefaultBigSize(source.natural_size),
-                 kDefaultFrameRate, source_rate);
-  const auto half_rate = static_cast<std::int32_t>(std::ceil(big.expected_frame_rate / 2 - 1e-3));
-  const StreamPlan small = PlanStream(video::VideoStreamType::kSmall, options.small,
-                                      QuarterOf(big.size), std::max(half_rate, 1), source_rate);
+                 kDefaultFrameRate, options, source_rate);
+  const StreamPlan small =
+      PlanStream(video::VideoStreamType::kSmall, options.small, QuarterOf(big.size),
+                 Half(big.expected_frame_rate), options, source_rate);
   CapturePlan plan;
   if (!options.big.off) plan.streams.push_back(big);
   if (!options.small.off) plan.streams.push_back(small);
@@ -100,7 +110,7 @@ CapturePlan PlanCapture(const RunOptions& options, const video::CameraInfo& sour
     plan.mode = video::ProducerMode::kOwnSize;
     plan.size = source.natural_size;
   }
-  plan.frame_rate = CaptureFrameRate(options, source, plan.streams, source_rate);
+  plan.frame_rate = CaptureFrameRate(options, source, plan.streams);
   return plan;
 }
 

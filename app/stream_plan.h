@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "app/frame_rate.h"
 #include "app/run_options.h"
 #include "video/camera_service.h"
 #include "video/size.h"
@@ -17,8 +18,8 @@ namespace movra::app {
 struct StreamPlan {
   video::VideoStreamType type = video::VideoStreamType::kBig;
   video::Size size;
-  std::int32_t frame_rate = 0;     // The highest; what the encoder is asked for.
-  double expected_frame_rate = 0;  // What the source gives below it.
+  FrameRate frame_rate;           // The highest; what the encoder is asked for.
+  FrameRate expected_frame_rate;  // What the source gives below it.
   std::int32_t bitrate_bps = 0;
   std::optional<StreamTarget> target;  // As typed; absent for the default file.
 };
@@ -28,7 +29,7 @@ struct CapturePlan {
   video::ProducerMode mode = video::ProducerMode::kDefault;
   // Asked of the camera; absent: what follows from the mode, and the source's own rate.
   std::optional<video::Size> size;
-  std::optional<std::int32_t> frame_rate;
+  std::optional<std::int32_t> frame_rate;  // Cameras know whole rates alone.
 };
 
 [[nodiscard]] const char* StreamName(video::VideoStreamType type);  // "big", "small"

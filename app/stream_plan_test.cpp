@@ -32,12 +32,12 @@ TEST(StreamPlan, ALandscapeSourceGivesTheUsualPair) {
   const StreamPlan& small = plan.streams[1];
   EXPECT_EQ(big.type, VideoStreamType::kBig);
   EXPECT_EQ(big.size, (Size{1280, 720}));
-  EXPECT_EQ(big.frame_rate, 30);
-  EXPECT_EQ(big.expected_frame_rate, 30);
+  EXPECT_EQ(big.frame_rate, (FrameRate{30, 1}));
+  EXPECT_EQ(big.expected_frame_rate, (FrameRate{30, 1}));
   EXPECT_EQ(big.bitrate_bps, 1'500'000);
   EXPECT_EQ(small.type, VideoStreamType::kSmall);
   EXPECT_EQ(small.size, (Size{320, 180}));
-  EXPECT_EQ(small.frame_rate, 15);
+  EXPECT_EQ(small.frame_rate, (FrameRate{15, 1}));
   EXPECT_EQ(small.bitrate_bps, 133'000);
   EXPECT_FALSE(big.target || small.target);
 }
@@ -68,45 +68,47 @@ INSTANTIATE_TEST_SUITE_P(Sizes, StreamPlanShape,
                                          Shape{{0, 0}, {1280, 720}, {320, 180}}));
 
 TEST(StreamPlan, TheRateIsTheSourcesUpToThirty) {
-  EXPECT_EQ(PlanCapture({}, File({640, 360}, 60)).streams[0].expected_frame_rate, 30);
-  EXPECT_EQ(PlanCapture({}, File({640, 360}, 24)).streams[0].expected_frame_rate, 24);
-  EXPECT_EQ(PlanCapture({}, File({640, 360}, 0)).streams[0].expected_frame_rate, 30);
-  EXPECT_NEAR(PlanCapture({}, File({640, 360}, 30000, 1001)).streams[0].expected_frame_rate, 29.97,
-              0.001);
+  const auto expected_rate = [](int numerator, int denominator) {
+    return PlanCapture({}, File({640, 360}, numerator, denominator)).streams[0].expected_frame_rate;
+  };
+  EXPECT_EQ(expected_rate(60, 1), (FrameRate{30, 1}));
+  EXPECT_EQ(expected_rate(24, 1), (FrameRate{24, 1}));
+  EXPECT_EQ(expected_rate(0, 1), (FrameRate{30, 1}));
+  EXPECT_EQ(expected_rate(30000, 1001), (FrameRate{30000, 1001}));
 }
 
 // The limit stays at thirty: a file of uneven time stamps is faster than its mean in places.
 TEST(StreamPlan, ASlowSourceDoesNotLowerTheLimitOfTheBigStream) {
-  EXPECT_EQ(PlanCapture({}, File({640, 360}, 10)).streams[0].frame_rate, 30);
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 10)).streams[0].frame_rate, (FrameRate{30, 1}));
 }
 
-TEST(StreamPlan, TheSmallStreamHasHalfTheRateRoundedUp) {
+TEST(StreamPlan, TheSmallStreamHasExactlyHalfTheRate) {
   const auto small_rate = [](int numerator, int denominator) {
     return PlanCapture({}, File({640, 360}, numerator, denominator)).streams[1].frame_rate;
   };
-  EXPECT_EQ(small_rate(30, 1), 15);
-  EXPECT_EQ(small_rate(60, 1), 15);
-  EXPECT_EQ(small_rate(30000, 1001), 15);
-  EXPECT_EQ(small_rate(25, 1), 13);
-  EXPECT_EQ(small_rate(24, 1), 12);
-  EXPECT_EQ(small_rate(1, 1), 1);
-  EXPECT_EQ(small_rate(1, 2), 1);
-  EXPECT_EQ(small_rate(0, 1), 15);
+  EXPECT_EQ(small_rate(30, 1), (FrameRate{15, 1}));
+  EXPECT_EQ(small_rate(60, 1), (FrameRate{15, 1}));
+  EXPECT_EQ(small_rate(30000, 1001), (FrameRate{15000, 1001}));
+  EXPECT_EQ(small_rate(25, 1), (FrameRate{25, 2}));
+  EXPECT_EQ(small_rate(24, 1), (FrameRate{12, 1}));
+  EXPECT_EQ(small_rate(1, 1), (FrameRate{1, 2}));
+  EXPECT_EQ(small_rate(1, 2), (FrameRate{1, 4}));
+  EXPECT_EQ(small_rate(0, 1), (FrameRate{15, 1}));
 }
 
 TEST(StreamPlan, WhatWasTypedHoldsAndTheSmallStreamFollowsTheBigOne) {
   RunOptions options;
   options.big.size = Size{1920, 1080};
-  options.big.frame_rate = 60;
+  options.big.frame_rate = FrameRate{60, 1};
   options.big.bitrate_bps = 4'000'000;
   options.big.target = StreamTarget{"a.mkv", media::ContainerFormat::kMkv};
   const CapturePlan plan = PlanCapture(options, File({1920, 1080}, 60));
   EXPECT_EQ(plan.streams[0].size, (Size{1920, 1080}));
-  EXPECT_EQ(plan.streams[0].frame_rate, 60);
+  EXPECT_EQ(plan.streams[0].frame_rate, (FrameRate{60, 1}));
   EXPECT_EQ(plan.streams[0].bitrate_bps, 4'000'000);
   EXPECT_EQ(plan.streams[0].target, options.big.target);
   EXPECT_EQ(plan.streams[1].size, (Size{480, 270}));
-  EXPECT_EQ(plan.streams[1].frame_rate, 30);
+  EXPECT_EQ(plan.streams[1].frame_rate, (FrameRate{30, 1}));
 }
 
 TEST(StreamPlan, AStreamThatIsOffIsLeftOut) {
@@ -156,7 +158,7 @@ TEST(StreamPlan, WhatWasTypedOfTheCaptureSizeHolds) {
 TEST(StreamPlan, TheBitRateFollowsTheSizeAndTheRateThatIsExpected) {
   RunOptions options;
   options.big.size = Size{1920, 1080};
-  options.big.frame_rate = 60;
+  options.big.frame_rate = FrameRate{60, 1};
   EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 25)).streams[0].bitrate_bps,
             media::DefaultBitrateBps({1920, 1080}, 25));
   options.big.bitrate_bps = 123'000;
@@ -175,21 +177,47 @@ TEST(StreamPlan, AFileIsTakenAtItsOwnRateUnlessThatIsMoreThanIsNeeded) {
 TEST(StreamPlan, ADeviceIsAskedForTheRateOfTheFasterStream) {
   EXPECT_EQ(PlanCapture({}, Device({640, 480}, 30)).frame_rate, 30);
   RunOptions options;
-  options.small.frame_rate = 60;
+  options.small.frame_rate = FrameRate{60, 1};
   EXPECT_EQ(PlanCapture(options, Device({640, 480}, 30)).frame_rate, 60);
+}
+
+TEST(StreamPlan, AFasterFileIsTakenAtAMultipleOfARateThatIsNotWhole) {
+  RunOptions options;
+  options.big.off = true;
+  // A rate of thirteen would leave gaps of one and of two frames.
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 25)).frame_rate);
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).streams[0].frame_rate, (FrameRate{25, 2}));
+  options.small.frame_rate = FrameRate{25, 2};
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 50)).frame_rate, 25);
+  EXPECT_EQ(PlanCapture(options, Device({640, 480}, 30)).frame_rate, 25);
+  options.small.frame_rate = FrameRate{30000, 1001};
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 60)).frame_rate);
+  EXPECT_EQ(PlanCapture(options, Device({640, 480}, 30)).frame_rate, 30);
+}
+
+TEST(StreamPlan, AnAskedCaptureRateThatIsNotWholeIsKeptByTheEncoders) {
+  RunOptions options;
+  options.frame_rate = FrameRate{25, 2};
+  const CapturePlan file = PlanCapture(options, File({640, 360}, 50));
+  EXPECT_EQ(file.frame_rate, 25);
+  EXPECT_EQ(file.streams[0].frame_rate, (FrameRate{25, 2}));
+  EXPECT_EQ(file.streams[1].frame_rate, (FrameRate{25, 4}));
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 25)).frame_rate);
+  EXPECT_EQ(PlanCapture(options, Device({640, 360}, 30)).frame_rate, 25);
 }
 
 TEST(StreamPlan, AnAskedCaptureRateBoundsWhatIsExpected) {
   RunOptions options;
-  options.frame_rate = 10;
+  options.frame_rate = FrameRate{10, 1};
   for (const video::CameraInfo& source : {File({640, 360}, 30), Device({640, 480}, 30)}) {
     const CapturePlan plan = PlanCapture(options, source);
     EXPECT_EQ(plan.frame_rate, 10);
-    EXPECT_EQ(plan.streams[0].expected_frame_rate, 10);
-    EXPECT_EQ(plan.streams[1].frame_rate, 5);
+    EXPECT_EQ(plan.streams[0].expected_frame_rate, (FrameRate{10, 1}));
+    EXPECT_EQ(plan.streams[1].frame_rate, (FrameRate{5, 1}));
   }
-  options.frame_rate = 60;
-  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).streams[0].expected_frame_rate, 25);
+  options.frame_rate = FrameRate{60, 1};
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).streams[0].expected_frame_rate,
+            (FrameRate{25, 1}));
 }
 
 }  // namespace

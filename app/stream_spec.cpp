@@ -2,6 +2,7 @@
 
 #include <variant>
 
+#include "app/frame_rate.h"
 #include "app/picture_text.h"
 
 namespace movra::app {
@@ -69,9 +70,10 @@ Result<StreamSpec> ParseStreamSpec(std::string_view text) {
     spec.off = true;
     return spec;
   }
-  bool picture_allowed = true;
+  // Before a comma that comes first there is no size and no rate.
+  bool picture_allowed = !text.starts_with(',');
   bool bitrate_allowed = true;
-  std::string_view rest = text;
+  std::string_view rest = picture_allowed ? text : text.substr(1);
   for (bool more = true; more;) {
     const std::size_t comma = rest.find(',');
     const std::string_view piece = rest.substr(0, comma);

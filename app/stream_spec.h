@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/frame_rate.h"
 #include "app/result.h"
 #include "media/output/container_format.h"
 #include "video/size.h"
@@ -28,7 +29,7 @@ struct StreamTarget {
 struct StreamSpec {
   bool off = false;  // The stream is not made.
   std::optional<video::Size> size;
-  std::optional<std::int32_t> frame_rate;
+  std::optional<FrameRate> frame_rate;
   std::optional<std::int32_t> bitrate_bps;
   std::optional<StreamTarget> target;
 
@@ -36,7 +37,8 @@ struct StreamSpec {
 };
 
 // Reads [WxH][@RATE][,BITRATE][,FILE], or "off". At least one piece, in this order; FILE comes last
-// and may itself hold commas. "-" is standard output as MPEG-TS; "-.mp4", "-.mkv", "-.ts" and
+// and may itself hold commas. The comma of a piece that comes first may be there or not. "-" is
+// standard output as MPEG-TS; "-.mp4", "-.mkv", "-.ts" and
 // "-.h264" are standard output in that container.
 [[nodiscard]] Result<StreamSpec> ParseStreamSpec(std::string_view text);
 

@@ -30,12 +30,13 @@ const StreamTarget kTalk{"talk.mp4", ContainerFormat::kMp4};
 INSTANTIATE_TEST_SUITE_P(
     StreamSpec, GoodSpec,
     testing::Values(
-        Good{"1280x720@30,1500k,talk.mp4", {false, k720p, 30, 1'500'000, kTalk}},
-        Good{"1280x720", {false, k720p, {}, {}, {}}}, Good{"@30", {false, {}, 30, {}, {}}},
+        Good{"1280x720@30,1500k,talk.mp4", {false, k720p, FrameRate{30, 1}, 1'500'000, kTalk}},
+        Good{"1280x720", {false, k720p, {}, {}, {}}},
+        Good{"@30", {false, {}, FrameRate{30, 1}, {}, {}}},
         Good{"1.5M", {false, {}, {}, 1'500'000, {}}}, Good{"talk.mp4", {false, {}, {}, {}, kTalk}},
-        Good{"1280x720@30", {false, k720p, 30, {}, {}}},
+        Good{"1280x720@30", {false, k720p, FrameRate{30, 1}, {}, {}}},
         Good{"1280x720,talk.mp4", {false, k720p, {}, {}, kTalk}},
-        Good{"@15,150k", {false, {}, 15, 150'000, {}}},
+        Good{"@15,150k", {false, {}, FrameRate{15, 1}, 150'000, {}}},
         Good{"1500k,talk.mp4", {false, {}, {}, 1'500'000, kTalk}},
         Good{"a,b.mkv", {false, {}, {}, {}, StreamTarget{"a,b.mkv", ContainerFormat::kMkv}}},
         Good{"150k,1280x720.ts",
@@ -46,6 +47,15 @@ INSTANTIATE_TEST_SUITE_P(
         Good{"-", {false, {}, {}, {}, StreamTarget{"-", ContainerFormat::kMpegTs}}},
         Good{"150k,-.mkv", {false, {}, {}, 150'000, StreamTarget{"-", ContainerFormat::kMkv}}},
         Good{"-a.mp4", {false, {}, {}, {}, StreamTarget{"-a.mp4", ContainerFormat::kMp4}}},
+        Good{"@12.5", {false, {}, FrameRate{25, 2}, {}, {}}},
+        Good{"1280x720@30000/1001,a.mp4",
+             {false,
+              k720p,
+              FrameRate{30000, 1001},
+              {},
+              StreamTarget{"a.mp4", ContainerFormat::kMp4}}},
+        Good{",500k", {false, {}, {}, 500'000, {}}}, Good{",talk.mp4", {false, {}, {}, {}, kTalk}},
+        Good{",1500k,talk.mp4", {false, {}, {}, 1'500'000, kTalk}},
         Good{"off", {true, {}, {}, {}, {}}}));
 
 struct Bad {
@@ -67,6 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
     StreamSpec, BadSpec,
     testing::Values(Bad{"", ExitCode::kMalformed, "'' has an empty piece"},
                     Bad{",", ExitCode::kMalformed, "has an empty piece"},
+                    Bad{",,talk.mp4", ExitCode::kMalformed, "has an empty piece"},
+                    Bad{",1280x720", ExitCode::kMalformed, "'1280x720' is neither"},
+                    Bad{",@30", ExitCode::kMalformed, "'@30' is neither"},
                     Bad{"1280x720,", ExitCode::kMalformed, "'1280x720,' has an empty piece"},
                     Bad{"1280x720,,a.mp4", ExitCode::kMalformed, "has an empty piece"},
                     Bad{"1280x720@", ExitCode::kMalformed, "'' is not a rate"},

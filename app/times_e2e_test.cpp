@@ -47,6 +47,12 @@ class TimesE2e : public ProgramTest {
     return times;
   }
 
+  // A clip of so many frames a second.
+  [[nodiscard]] std::string MakeClipAt(const std::string& rate, int frames) const {
+    const std::string filter = "settb=1/1000000,setpts=round(N*1000000/(" + rate + "))";
+    return MakeClip(frames, {640, 360}, "clip.mp4", "-vf '" + filter + "' -r " + rate);
+  }
+
   // The streams' times are those of the source, to the container's unit.
   void ExpectTimesOfSource(const std::string& clip, std::size_t frames) const {
     const std::vector<nanoseconds> source = TimesOf(clip);
@@ -120,12 +126,50 @@ TEST_F(TimesE2e, TheFiguresOfAnInterruptedRunAreThoseOfItsFiles) {
   for (const auto& [index, name] : {std::pair{0, "out/big.mp4"}, std::pair{1, "out/small.mp4"}}) {
     const auto& stream = json["streams"][static_cast<std::size_t>(index)];
     EXPECT_THAT(TimesOf(directory_ / name), SizeIs(stream["frames_written"])) << name;
-    EXPECT_EQ(stream["frames_in"].get<int>(),
-              stream["frames_written"].get<int>() + stream["frames_dropped_rate"].get<int>());
+    EXPECT_EQ(stream["frames_encoded"], stream["frames_written"]);
+    ExpectWholeSum(stream);
     EXPECT_LE(stream["encode_time_p50_us"], stream["encode_time_p95_us"]);
     EXPECT_LE(stream["encode_time_p95_us"], stream["latency_max_us"]);
     EXPECT_GT(stream["encode_time_mean_us"], 0);
   }
+}
+
+TEST_F(TimesE2e, TheSmallStreamHasExactlyHalfTheRateOfAnySource) {
+  for (const auto& [rate, frame_s] :
+       {std::pair{"25", 1.0 / 25}, std::pair{"30000/1001", 1001.0 / 30000},
+        std::pair{"15", 1.0 / 15}}) {
+    const std::string clip = MakeClipAt(rate, 50);
+    const ProcessResult result = Run({"--camera", "file:" + clip, "--small", "160x90,small.mp4",
+                                      "--force", "--no-contact-sheet"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const PlayedFile small = Play(directory_ / "out/small.mp4");
+    EXPECT_EQ(small.error, "");
+    ASSERT_EQ(small.numbers, Numbers(50, 2)) << rate;
+    for (std::size_t i = 0; i < small.times_s.size(); ++i) {
+      EXPECT_NEAR(small.times_s[i], static_cast<double>(2 * i) * frame_s, 1e-3) << rate;
+    }
+  }
+}
+
+TEST_F(TimesE2e, AFractionalRateIsKeptEvenlyWhereverItIsTyped) {
+  const std::string clip = MakeClipAt("50", 150);
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"--big", "@12.5"}, {"--big", "@25/2"}, {"--fps", "12.5"}}) {
+    std::vector<std::string> all{"--camera", "file:" + clip, "--small",
+                                 "off",      "--force",      "--no-contact-sheet"};
+    all.insert(all.end(), words.begin(), words.end());
+    const ProcessResult result = Run(all);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(Play(directory_ / "out/big.mp4").numbers, Numbers(150, 4)) << words[1];
+  }
+}
+
+TEST_F(TimesE2e, AFastSourceHasNoOtherGapAtItsBegin) {
+  const std::string clip = MakeClipAt("240", 240);
+  const ProcessResult result = Run({"--camera", "file:" + clip, "--no-contact-sheet"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(Play(directory_ / "out/big.mp4").numbers, Numbers(240, 8));
+  EXPECT_EQ(Play(directory_ / "out/small.mp4").numbers, Numbers(240, 16));
 }
 
 }  // namespace

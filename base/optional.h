@@ -116,8 +116,9 @@ class Optional {
 
   void reset() noexcept {
     if (!has_value()) return;
-    storage_.is_populated_ = false;
+    // In this order: what the value's end looks up may find it still there.
     std::destroy_at(&Stored());
+    storage_.is_populated_ = false;
     ForgetValue();
   }
 

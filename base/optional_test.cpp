@@ -220,6 +220,27 @@ TEST_F(OptionalOfTraced, CopyAssigningAnAbsentOneDestroysTheValue) {
   EXPECT_FALSE(present_.has_value());
 }
 
+TEST(Optional, AValueThatIsTakenAwayFindsItsOptionalPresentWhileItEnds) {
+  struct LooksAround {
+    LooksAround(const Optional<LooksAround>* its_home, bool* its_answer)
+        : home(its_home), answer(its_answer) {}
+    ~LooksAround() { *answer = home->has_value(); }
+    const Optional<LooksAround>* home;
+    bool* answer;
+  };
+  bool was_present = false;
+  Optional<LooksAround> optional;
+  const Optional<LooksAround> absent;
+  optional.emplace(&optional, &was_present);
+  optional = absent;
+  EXPECT_TRUE(was_present);
+  EXPECT_FALSE(optional.has_value());
+  was_present = false;
+  optional.emplace(&optional, &was_present);
+  optional = Optional<LooksAround>();
+  EXPECT_TRUE(was_present);
+}
+
 TEST_F(OptionalOfTraced, CopyAssigningAnAbsentOneOverAnAbsentOneDoesNothing) {
   const Optional<Traced> none;
   absent_ = none;

@@ -92,7 +92,7 @@ class NullCameraService : public ICameraService {
                    movra_base::OnceCallback<void()>&&) override {}
   void UpdateCaptureParams(const CameraParams&) override {}
   std::uint32_t GetCaptureStat(const CameraParams&) override { return 0; }
-  CameraInfo GetCameraInfo(const std::string&) override { return {}; }
+  void DescribeCamera(const std::string&, movra_base::OnceCallback<void(CameraInfo)>&&) override {}
   void SetPlaybackParams(const std::string&, const PlaybackParams&) override {}
   bool IsAutoFocusEnabled() override { return false; }
   void FocusAtPoint(float, float) override {}

@@ -19,12 +19,15 @@ macro(movra_require_modules name)
 endmacro()
 
 # The core leaves its collaborators' factories open and they call back into the core, so a binary
-# takes both as one group that the linker rescans. COLLABORATORS is `testing` or `media`.
+# takes both as one group that the linker rescans. COLLABORATORS is `testing` or `media`, or both:
+# then the doubles are found first, and the rest is of the real ones.
 set(MOVRA_CORE_LIBRARIES movra_producer movra_video movra_core movra_base movra_logging)
-function(movra_link_producer target collaborators)
+function(movra_link_producer target)
   list(JOIN MOVRA_CORE_LIBRARIES "," core)
+  list(TRANSFORM ARGN PREPEND movra_ OUTPUT_VARIABLE collaborators)
+  list(JOIN collaborators "," collaborators)
   target_link_libraries(${target} PRIVATE
-    "$<LINK_GROUP:RESCAN,${core},movra_${collaborators}>")
+    "$<LINK_GROUP:RESCAN,${core},${collaborators}>")
 endfunction()
 
 # Reading GoogleTest's headers is a third of the time that a small test takes to compile, so all test
@@ -40,10 +43,10 @@ function(movra_precompile_gtest name)
   set_target_properties(${name} PROPERTIES PCH_WARN_INVALID OFF)
 endfunction()
 
-# movra_test(NAME LABEL unit|contract|media|stress SOURCES ... [LINK ...] [COLLABORATORS testing|media])
+# movra_test(NAME LABEL unit|contract|media|stress SOURCES ... [LINK ...] [COLLABORATORS testing|media...])
 #   A GoogleTest program, one CTest test for each of its tests.
 function(movra_test name)
-  cmake_parse_arguments(ARG "" "LABEL;COLLABORATORS;TIMEOUT" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LINK;COLLABORATORS" ${ARGN})
   if(NOT MOVRA_TESTS)
     return()
   endif()
@@ -83,4 +86,20 @@ function(movra_must_not_compile folder)
     set_tests_properties(${misuse} PROPERTIES FIXTURES_REQUIRED ${twin} WILL_FAIL ON)
     set_tests_properties(${twin} ${misuse} PROPERTIES LABELS unit TIMEOUT 120)
   endforeach()
+endfunction()
+
+# movra_fuzzer(NAME SOURCES ... LINK ... COLLABORATORS testing|media)
+#   A libFuzzer program NAME_fuzzer, built by the target `fuzzers`; see scripts/check.
+function(movra_fuzzer name)
+  cmake_parse_arguments(ARG "" "COLLABORATORS" "SOURCES;LINK" ${ARGN})
+  add_executable(${name}_fuzzer ${ARG_SOURCES})
+  target_link_libraries(${name}_fuzzer PRIVATE ${ARG_LINK} movra::build_flags)
+  target_link_options(${name}_fuzzer PRIVATE -fsanitize=fuzzer)
+  set_target_properties(${name}_fuzzer PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/fuzzers)
+  movra_link_producer(${name}_fuzzer ${ARG_COLLABORATORS})
+  if(NOT TARGET fuzzers)
+    add_custom_target(fuzzers)
+  endif()
+  add_dependencies(fuzzers ${name}_fuzzer)
 endfunction()

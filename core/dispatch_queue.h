@@ -17,6 +17,8 @@ using Task = movra_base::OnceClosure;
 
 // Every operation may be called on any thread, the queue's own included, and returns without
 // waiting for a task. A task must not wait for another task of its queue. An empty task is ignored.
+// What a task throws never reaches who posted it; each kind of queue says what it does with it. No
+// operation throws, unless memory is exhausted.
 class DispatchQueue {
  public:
   virtual ~DispatchQueue() = default;

@@ -56,6 +56,19 @@ void NotificationCenter::Clear() {
   const auto observers = std::exchange(observers_, {});
 }
 
+std::string NotificationCenter::Describe(const Observer& observer) {
+  return "The notification handler of " + std::string(observer.location.file()) + ":" +
+         std::to_string(observer.location.line());
+}
+
+void NotificationCenter::Detach(const std::string& key, const Observer& observer) {
+  const auto entry = observers_.find(key);
+  if (entry == observers_.end()) return;
+  std::list<Observer>& observers = Writable(entry->second);
+  observers.remove_if([&](const Observer& other) { return other.callback == observer.callback; });
+  if (observers.empty()) observers_.erase(entry);
+}
+
 std::list<NotificationCenter::Observer>& NotificationCenter::Writable(SharedList& observers) {
   if (observers == nullptr) {
     observers = std::make_shared<std::list<Observer>>();

@@ -27,6 +27,7 @@
 
 #include "base/weak_bind.h"
 #include "core/location.h"
+#include "logging/guarded_call.h"
 
 namespace core {
 
@@ -75,18 +76,25 @@ class NotificationCenter {
   // in `Publish<const State&, int>(id, event, state, 3)`; it must be the one they subscribed with.
   // A handler may subscribe and unsubscribe anybody: who is subscribed when publishing begins is
   // called, unless it dies before its turn, and nobody else. Subscriber and callback are held for
-  // the length of the call.
+  // the length of the call. One that throws is told in a warning line and loses its subscription;
+  // the others are called.
   template <class... Args>
   void Publish(const NotificationId& id, const std::string& event,
-               std::type_identity_t<Args>... args) const {
-    const auto entry = observers_.find(GenerateEventId(id, event));
+               std::type_identity_t<Args>... args) {
+    const std::string key = GenerateEventId(id, event);
+    const auto entry = observers_.find(key);
     if (entry == observers_.end()) return;
     const std::shared_ptr<const std::list<Observer>> observers = entry->second;
     for (const Observer& observer : *observers) {
       const std::shared_ptr<void> subscriber = observer.subscriber.lock();
       if (subscriber == nullptr && WasSet(observer.subscriber)) continue;
       // One observer's call must leave the arguments to the next, so none of them is moved.
-      (*static_cast<std::function<void(Args...)>*>(observer.callback.get()))(args...);
+      const auto call = [&] {
+        (*static_cast<std::function<void(Args...)>*>(observer.callback.get()))(args...);
+      };
+      if (!movra_logging::CallGuarded([&] { return Describe(observer); }, call)) {
+        Detach(key, observer);
+      }
     }
   }
 
@@ -109,6 +117,10 @@ class NotificationCenter {
   // A list is shared with those who are publishing to it, so none that is shared is changed.
   using SharedList = std::shared_ptr<std::list<Observer>>;
 
+  // Whose handler it is, for a line about it.
+  static std::string Describe(const Observer& observer);
+  // Removes an observer if it is still there.
+  void Detach(const std::string& key, const Observer& observer);
   // The list to be changed: a copy in its place where it is shared, a new one for null.
   static std::list<Observer>& Writable(SharedList& observers);
   // Whether the subscriber has an observer there; null has one where an observer's is gone.

@@ -7,10 +7,13 @@
 #include <iterator>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "logging/recording_sink_for_test.h"
 
 namespace core {
 namespace {
@@ -350,6 +353,56 @@ TEST_F(NotificationCenterTest, EveryObserverGetsTheWholeArgument) {
   center_.Publish<std::string>({1}, "", "a text that does not fit into a small string");
   EXPECT_THAT(events_, ElementsAre("a text that does not fit into a small string",
                                    "a text that does not fit into a small string"));
+}
+
+TEST_F(NotificationCenterTest, AHandlerThatThrowsIsToldAndDetachedAndTheOthersAreCalled) {
+  movra_logging::RecordingSink sink;
+  const auto a = Make("a");
+  const auto b = Make("b");
+  Subscribe(a);
+  Subscribe(b);
+  a->then = [] { throw std::runtime_error("no camera"); };
+  Publish("x");
+  Publish("y");
+  EXPECT_THAT(events_, ElementsAre("a:x+", "b:x+", "b:y+"));
+  EXPECT_EQ(Count(), 1u);
+  EXPECT_THAT(sink.texts(),
+              ElementsAre("The notification handler of some/file:354 threw: no camera"));
+}
+
+TEST_F(NotificationCenterTest, TheLastHandlerThatThrowsTakesItsKeyAlong) {
+  const auto a = Make("a");
+  Subscribe(a);
+  a->then = [] { throw 1; };
+  Publish("x");
+  EXPECT_FALSE(center_.HasKey(kFocus, ""));
+  Subscribe(a);
+  Publish("y");
+  EXPECT_THAT(events_, ElementsAre("a:x+", "a:y+"));
+}
+
+TEST_F(NotificationCenterTest, AHandlerThatUnsubscribedItselfMayThrowAllTheSame) {
+  const auto a = Make("a");
+  Subscribe(a);
+  a->then = [&] {
+    Unsubscribe(a);
+    throw 1;
+  };
+  Publish("x");
+  EXPECT_FALSE(center_.HasKey(kFocus, ""));
+}
+
+TEST_F(NotificationCenterTest, AHandlerThatSubscribedAnewBeforeItThrewKeepsTheNewOne) {
+  const auto a = Make("a");
+  Subscribe(a);
+  a->then = [&] {
+    Unsubscribe(a);
+    Subscribe(a);
+    throw 1;
+  };
+  Publish("x");
+  Publish("y");
+  EXPECT_THAT(events_, ElementsAre("a:x+", "a:y+"));
 }
 
 // The signature is named and never deduced from the arguments: a deduced one could differ from

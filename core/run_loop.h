@@ -22,6 +22,9 @@ class RunLoop : public DispatchQueue {
   // Runs tasks, waiting for more, until `Quit`. The tasks that are left then stay posted for
   // another run and are destroyed with the loop. At most one thread runs a loop at a time, and no
   // task runs the loop that it is a task of.
+  //
+  // What a task throws leaves the run, for the program to judge: the task is gone, the loop is
+  // current no more, and the next run goes on with the task behind it.
   void Run() { loop_.Run(); }
 
   // Runs the tasks that are due, and those that they post, without waiting for more; returns early

@@ -7,6 +7,7 @@
 #include <functional>
 #include <latch>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -251,6 +252,36 @@ TEST_F(RunLoopTest, ATaskIsDestroyedBeforeTheNextOneRuns) {
   loop_.Post(movra_base::BindOnce([&] { was_released = weak.expired(); }));
   loop_.RunUntilIdle();
   EXPECT_TRUE(was_released);
+}
+
+TEST_F(RunLoopTest, WhatATaskThrowsLeavesTheRunAndTheNextOneGoesOnBehindIt) {
+  loop_.Post(Record(1));
+  loop_.Post(movra_base::BindOnce([] { throw std::runtime_error("task"); }));
+  loop_.Post(Record(2));
+  loop_.Post(Quit());
+  EXPECT_THROW(loop_.Run(), std::runtime_error);
+  EXPECT_FALSE(loop_.IsCurrent());
+  EXPECT_THAT(ran_, ElementsAre(1));
+  loop_.Run();
+  EXPECT_THAT(ran_, ElementsAre(1, 2));
+}
+
+TEST_F(RunLoopTest, ATaskThatThrowsHasLetGoOfWhatItHeld) {
+  const auto held = std::make_shared<int>(0);
+  loop_.Post(movra_base::BindOnce([held] { throw std::runtime_error("task"); }));
+  EXPECT_THROW(loop_.RunUntilIdle(), std::runtime_error);
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(RunLoopTest, AQuitOfATaskThatThrowsHoldsForTheNextRun) {
+  loop_.Post(movra_base::BindOnce([this] {
+    loop_.Quit();
+    throw std::runtime_error("task");
+  }));
+  loop_.Post(Record(1));
+  EXPECT_THROW(loop_.Run(), std::runtime_error);
+  loop_.Run();
+  EXPECT_THAT(ran_, IsEmpty());
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include "logging/guarded_call.h"
+
 namespace core {
 namespace {
 
@@ -13,7 +15,9 @@ constexpr std::size_t kMaxThreadName = 15;
 SerialQueue::SerialQueue(const std::string& name) : loop_(std::make_shared<TaskLoop>()) {
   thread_ = std::thread([loop = loop_, short_name = name.substr(0, kMaxThreadName)] {
     pthread_setname_np(pthread_self(), short_name.c_str());
-    loop->Run();
+    const auto whose = [&] { return "A task of the queue " + short_name; };
+    while (!movra_logging::CallGuarded(whose, [&] { loop->Run(); })) {
+    }
     loop->DestroyTasks();
   });
 }

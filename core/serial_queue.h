@@ -14,9 +14,11 @@
 
 namespace core {
 
+// What a task throws is told in a warning line, and the queue goes on with the next task.
 class SerialQueue : public DispatchQueue {
  public:
-  // Starts the thread. Debuggers show its name, of which 15 characters are kept.
+  // Starts the thread. Debuggers show its name, of which 15 characters are kept. Throws
+  // std::system_error where the system has no thread left.
   explicit SerialQueue(const std::string& name);
 
   // Ends the thread: the task in progress runs to its end, and the tasks that wait are destroyed

@@ -9,10 +9,15 @@
 #include <chrono>
 #include <latch>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "core/no_more_threads_for_test.h"
+#include "logging/recording_sink_for_test.h"
 
 namespace core {
 namespace {
@@ -167,6 +172,44 @@ TEST(SerialQueue, WhoseLastReferenceGoesOnItsOwnThreadEndsWithoutJoiningItself) 
   has_let_go.count_down();
   destroyed.wait();  // the thread has destroyed the task that was left
   EXPECT_FALSE(has_run);
+}
+
+TEST(SerialQueue, WhatATaskThrowsIsToldAndTheNextOneRuns) {
+  movra_logging::RecordingSink sink;
+  bool is_current = false;
+  {
+    SerialQueue queue("pictures");
+    queue.Post(movra_base::BindOnce([] { throw std::runtime_error("no such picture"); }));
+    queue.Post(movra_base::BindOnce([&] { is_current = queue.IsCurrent(); }));
+    Drain(queue);
+    EXPECT_FALSE(queue.IsCurrent());
+  }
+  EXPECT_TRUE(is_current);
+  EXPECT_THAT(sink.texts(), ElementsAre("A task of the queue pictures threw: no such picture"));
+}
+
+TEST(SerialQueue, ATaskThatThrowsWhileItsQueueEndsEndsNothingElse) {
+  std::latch running(1);
+  std::latch may_throw(1);
+  auto queue = std::make_unique<SerialQueue>("test");
+  queue->Post(movra_base::BindOnce([&] {
+    running.count_down();
+    may_throw.wait();
+    throw std::runtime_error("late");
+  }));
+  running.wait();
+  std::thread releaser([&] { may_throw.count_down(); });
+  queue.reset();
+  releaser.join();
+}
+
+TEST(SerialQueue, ThrowsWhereNoThreadIsLeft) {
+  {
+    const NoMoreThreads none;
+    EXPECT_THROW(SerialQueue("test"), std::system_error);
+  }
+  SerialQueue queue("test");
+  Drain(queue);
 }
 
 }  // namespace

@@ -53,20 +53,22 @@ class ServiceCenter {
   [[nodiscard]] static std::shared_ptr<void> MakeService();
 
   // Sets `out` to the service of this id, made and registered if there is none. Returns whether
-  // there is a service; `out` is empty if not.
+  // there is a service; `out` is empty if not. What the service's operations throw passes through;
+  // one whose `Init` threw is not registered.
   template <class T>
   bool GetService(const ServiceId& id, std::shared_ptr<T>& out) {
     out.reset();
-    if (const auto entry = services_.find(id);
-        entry != services_.end() && entry->second != nullptr) {
-      // The registry keeps it alive; counting one more reference would double the cost.
-      out = static_cast<T*>(entry->second.get())->GetSelf();
-      return out != nullptr;
+    // Held, because a service may leave the registry while it is asked.
+    std::shared_ptr<T> service;
+    if (const auto entry = services_.find(id); entry != services_.end()) {
+      service = std::static_pointer_cast<T>(entry->second);
     }
-    const auto service = std::static_pointer_cast<T>(MakeService<T>());
-    if (service == nullptr) return false;
-    service->Init();
-    services_[id] = service;
+    if (service == nullptr) {
+      service = std::static_pointer_cast<T>(MakeService<T>());
+      if (service == nullptr) return false;
+      service->Init();
+      services_[id] = service;
+    }
     out = service->GetSelf();
     return out != nullptr;
   }

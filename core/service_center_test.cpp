@@ -33,6 +33,7 @@ class FakeService {
 std::vector<std::string> events;
 bool can_be_made = true;
 bool gives_itself = true;
+bool leaves_when_asked = false;
 
 class FakeServiceImpl : public Padding,
                         public FakeService,
@@ -41,6 +42,7 @@ class FakeServiceImpl : public Padding,
   ~FakeServiceImpl() override { events.push_back("destroy"); }
   std::shared_ptr<FakeService> GetSelf() override {
     events.push_back("GetSelf");
+    if (leaves_when_asked) ServiceCenter::Instance().Clear();
     return gives_itself ? shared_from_this() : nullptr;
   }
   void Init() override {
@@ -78,6 +80,7 @@ class ServiceCenterTest : public ::testing::Test {
     ServiceCenter::Instance().Clear();
     can_be_made = true;
     gives_itself = true;
+    leaves_when_asked = false;
     events.clear();
   }
 
@@ -192,6 +195,18 @@ TEST_F(ServiceCenterTest, ClearReleasesAllServices) {
   events.clear();
   ServiceCenter::Instance().Clear();
   EXPECT_THAT(events, ElementsAre("destroy", "destroy"));
+}
+
+TEST_F(ServiceCenterTest, AServiceThatLeavesTheRegistryWhileItIsAskedLivesUntilItsLastUserLetsGo) {
+  std::shared_ptr<FakeService> service;
+  Get(service);
+  service.reset();
+  events.clear();
+  leaves_when_asked = true;
+  EXPECT_TRUE(Get(service));
+  EXPECT_THAT(events, ElementsAre("GetSelf")) << "it is not destroyed while it answers";
+  service.reset();
+  EXPECT_THAT(events, ElementsAre("GetSelf", "destroy"));
 }
 
 TEST_F(ServiceCenterTest, AServiceIsNotRegisteredWhileItInitialisesItself) {

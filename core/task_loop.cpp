@@ -4,6 +4,23 @@
 #include <utility>
 
 namespace core {
+namespace {
+
+// Says for as long as it lives which thread runs the loop.
+class RunnerMark {
+ public:
+  explicit RunnerMark(std::atomic<std::thread::id>& runner) : runner_(runner) {
+    runner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  }
+  ~RunnerMark() { runner_.store(std::thread::id(), std::memory_order_relaxed); }
+  RunnerMark(const RunnerMark&) = delete;
+  RunnerMark& operator=(const RunnerMark&) = delete;
+
+ private:
+  std::atomic<std::thread::id>& runner_;
+};
+
+}  // namespace
 
 TaskLoop::~TaskLoop() { DestroyTasks(); }
 
@@ -12,7 +29,8 @@ void TaskLoop::Run() { RunTasks(WhenIdle::kWait); }
 void TaskLoop::RunUntilIdle() { RunTasks(WhenIdle::kReturn); }
 
 void TaskLoop::RunTasks(WhenIdle when_idle) {
-  runner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  // A task that throws leaves the run, and the loop behind it, as it is between two runs.
+  const RunnerMark mark(runner_);
   for (;;) {
     if (quit_.load(std::memory_order_acquire)) {
       quit_.store(false, std::memory_order_relaxed);
@@ -21,7 +39,6 @@ void TaskLoop::RunTasks(WhenIdle when_idle) {
     if (next_ == running_.size() && !Refill(when_idle)) break;
     if (next_ < running_.size()) std::move(running_[next_++]).Run();
   }
-  runner_.store(std::thread::id(), std::memory_order_relaxed);
 }
 
 bool TaskLoop::Refill(WhenIdle when_idle) {

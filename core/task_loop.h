@@ -25,7 +25,7 @@ class TaskLoop {
   TaskLoop(const TaskLoop&) = delete;
   TaskLoop& operator=(const TaskLoop&) = delete;
 
-  // Runs tasks until `Quit`; see core/run_loop.h. One thread at a time.
+  // Runs tasks until `Quit` or until one throws; see core/run_loop.h. One thread at a time.
   void Run();
   void RunUntilIdle();
 

@@ -38,7 +38,8 @@ class ThreadManager {
 
   // The queue of this business and key, made if nobody holds it. Backed by a thread of its own
   // (core/serial_queue.h), named by the option or, without one, after the business. Never null,
-  // unless an installed factory returns null.
+  // unless an installed factory returns null. Throws std::system_error where the system has no
+  // thread left; nothing is remembered then, and the next call tries again.
   [[nodiscard]] static std::shared_ptr<DispatchQueue> GetTaskQueue(
       BusinessID business, unsigned long key, const movra_base::Optional<ThreadOption>& option);
 

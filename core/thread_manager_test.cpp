@@ -8,10 +8,12 @@
 #include <latch>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <tuple>
 #include <vector>
 
+#include "core/no_more_threads_for_test.h"
 #include "core/run_loop.h"
 
 namespace core {
@@ -109,6 +111,18 @@ TEST(ThreadManager, AFactoryMayAskTheManagerForAnotherFactory) {
         return ThreadManager::GetTaskQueue(business, key, option);
       });
   EXPECT_NE(ThreadManager::GetTaskQueue(BusinessID::kPreprocessorShared, 11, kNoOption), nullptr);
+}
+
+TEST(ThreadManager, AQueueWhoseThreadCouldNotBeStartedIsMadeTheNextTime) {
+  const auto get = [] {
+    return ThreadManager::GetTaskQueue(BusinessID::kPreprocessorShared, 12, kNoOption);
+  };
+  {
+    const NoMoreThreads none;
+    EXPECT_THROW(get(), std::system_error);
+    EXPECT_THROW(get(), std::system_error) << "and nobody waits for a lock that was left";
+  }
+  EXPECT_EQ(ThreadName(*get()), "movra-304");
 }
 
 }  // namespace

@@ -2,8 +2,16 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
 #include <list>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "logging/guarded_call.h"
+#include "logging/log_message.h"
 
 namespace movra_logging {
 namespace internal {
@@ -18,6 +26,9 @@ struct InstalledSink {
   LogSink* sink;
   int calls_in_progress = 0;
   bool is_removed = false;
+  bool has_thrown = false;  // no call begins, but those in progress go on until it is removed
+
+  [[nodiscard]] bool Receives() const { return !is_removed && !has_thrown; }
 };
 
 // Guarded by the mutex. A list, because a call in progress keeps its place in it while unlocked.
@@ -34,7 +45,10 @@ struct Sinks {
   }
 
   void UpdateEffectiveLevel() {
-    internal::effective_min_log_level.store(installed.empty() ? kLogLevelOff : min_level,
+    const bool anybody_receives =
+        std::any_of(installed.begin(), installed.end(),
+                    [](const InstalledSink& entry) { return entry.Receives(); });
+    internal::effective_min_log_level.store(anybody_receives ? min_level : kLogLevelOff,
                                             std::memory_order_relaxed);
   }
 };
@@ -47,13 +61,39 @@ Sinks& GetSinks() {
 
 thread_local bool is_sending = false;
 
+// Sends without a lock held. Returns what the sink threw, null if it returned.
+std::unique_ptr<std::string> SendGuarded(LogSink& sink, const LogRecord& record) {
+  try {
+    sink.Send(record);
+    return nullptr;
+  } catch (...) {
+    return std::make_unique<std::string>("A log sink threw and is detached: " +
+                                         internal::DescribeThrown());
+  }
+}
+
+// To the sinks that are left, each of which may throw in its turn and is detached then.
+void ReportDetachedSink(const std::string& text) {
+  if (MinLogLevel() > kLogLevelWarning) return;
+  SendToLogSinks({.file = "../logging/log_sink",
+                  .line = __LINE__,
+                  .function = __func__,
+                  .level = kLogLevelWarning,
+                  .text = text});
+  // A log must not end without a word.
+  if (!ShouldCreateLogMessage(kLogLevelWarning)) std::fprintf(stderr, "%s\n", text.c_str());
+}
+
 }  // namespace
 
 void AddLogSink(LogSink* sink) {
   Sinks& sinks = GetSinks();
   const std::lock_guard lock(sinks.mutex);
-  if (sinks.Find(sink) != sinks.installed.end()) return;
-  sinks.installed.push_back({.sink = sink});
+  if (const auto entry = sinks.Find(sink); entry != sinks.installed.end()) {
+    entry->has_thrown = false;
+  } else {
+    sinks.installed.push_back({.sink = sink});
+  }
   sinks.UpdateEffectiveLevel();
 }
 
@@ -64,9 +104,9 @@ void RemoveLogSink(LogSink* sink) {
   if (entry == sinks.installed.end()) return;
   // No call begins from here on; only then does waiting for the others come to an end.
   entry->is_removed = true;
+  sinks.UpdateEffectiveLevel();
   sinks.call_of_removed_sink_ended.wait(lock, [&] { return entry->calls_in_progress == 0; });
   sinks.installed.erase(entry);
-  sinks.UpdateEffectiveLevel();
 }
 
 void SetMinLogLevel(int level) {
@@ -85,18 +125,26 @@ int MinLogLevel() {
 void SendToLogSinks(const LogRecord& record) {
   if (is_sending) return;
   is_sending = true;
+  std::vector<std::unique_ptr<std::string>> reports;
   Sinks& sinks = GetSinks();
   std::unique_lock lock(sinks.mutex);
   for (InstalledSink& entry : sinks.installed) {
-    if (entry.is_removed) continue;
+    if (!entry.Receives()) continue;
     ++entry.calls_in_progress;
     lock.unlock();
-    entry.sink->Send(record);
+    std::unique_ptr<std::string> report = SendGuarded(*entry.sink, record);
     lock.lock();
     --entry.calls_in_progress;
+    if (report != nullptr && !entry.has_thrown) {
+      entry.has_thrown = true;
+      sinks.UpdateEffectiveLevel();
+      reports.push_back(std::move(report));
+    }
     if (entry.is_removed) sinks.call_of_removed_sink_ended.notify_all();
   }
+  lock.unlock();
   is_sending = false;
+  for (const auto& report : reports) ReportDetachedSink(*report);
 }
 
 }  // namespace movra_logging

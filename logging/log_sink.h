@@ -29,7 +29,8 @@ struct LogRecord {
   int line = 0;
   std::string_view function;
   int level = kLogLevelInfo;
-  std::string_view text;  // without a line end
+  std::string_view text;         // without a line end
+  const void* object = nullptr;  // what the line is about, where its writer said so
 };
 
 // Receives every line that the process writes.
@@ -37,14 +38,18 @@ struct LogRecord {
 // `Send` runs on the thread that wrote the line, and on several threads at once when several
 // write; a sink that keeps state guards it itself. A line that a sink writes while it is being
 // sent to is dropped: a log that fails must not log about itself for ever.
+//
+// A sink whose `Send` throws is detached: it receives nothing more until it is added again, and a
+// warning line tells the other sinks, or standard error where none is left. It must be removed all
+// the same before it is destroyed.
 class LogSink {
  public:
   virtual ~LogSink() = default;
   virtual void Send(const LogRecord& record) = 0;
 };
 
-// Installs a sink; adding one that is installed changes nothing. The caller keeps it alive until
-// it has been removed. Sinks are called in the order in which they were added.
+// Installs a sink; adding one that is installed changes nothing, unless it threw. The caller keeps
+// it alive until it has been removed. Sinks are called in the order in which they were added.
 void AddLogSink(LogSink* sink);
 
 // Removes a sink; one that is not installed is ignored. When this returns, no call of the sink is

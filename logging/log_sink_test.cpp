@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <latch>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -152,6 +153,114 @@ TEST(LogSink, MayBeAddedAndRemovedWhileOthersWrite) {
   for (int i = 0; i < 200; ++i) RecordingSink{};
   done = true;
   writer.join();
+}
+
+TEST(LogSink, OneThatThrowsIsDetachedAndTheOthersAreToldOnce) {
+  int calls = 0;
+  CallingSink throws([&](const LogRecord&) {
+    ++calls;
+    throw std::runtime_error("disk is gone");
+  });
+  AddLogSink(&throws);
+  RecordingSink others;
+  ::testing::internal::CaptureStderr();
+  SendToLogSinks(Line("x"));
+  SendToLogSinks(Line("y"));
+  RemoveLogSink(&throws);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(calls, 1);
+  EXPECT_THAT(others.texts(),
+              ElementsAre("x", "A log sink threw and is detached: disk is gone", "y"));
+  EXPECT_EQ(others.lines()[1].level, kLogLevelWarning);
+}
+
+TEST(LogSink, OneThatThrowsMayBeAddedAgain) {
+  int calls = 0;
+  CallingSink throws_once([&](const LogRecord&) {
+    if (++calls == 1) throw 1;
+  });
+  RecordingSink others;
+  AddLogSink(&throws_once);
+  SendToLogSinks(Line("x"));
+  AddLogSink(&throws_once);
+  SendToLogSinks(Line("y"));
+  RemoveLogSink(&throws_once);
+  SendToLogSinks(Line("z"));
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(LogSink, SinksThatThrowWhileTheFailureOfAnotherIsToldAreDetachedInTheirTurn) {
+  CallingSink throws([](const LogRecord&) { throw std::runtime_error("first"); });
+  CallingSink throws_at_warnings([](const LogRecord& record) {
+    if (record.level == kLogLevelWarning) throw std::runtime_error("second");
+  });
+  AddLogSink(&throws);
+  AddLogSink(&throws_at_warnings);
+  RecordingSink others;
+  SendToLogSinks(Line("x"));
+  EXPECT_THAT(others.texts(), ElementsAre("x", "A log sink threw and is detached: first",
+                                          "A log sink threw and is detached: second"));
+  RemoveLogSink(&throws);
+  RemoveLogSink(&throws_at_warnings);
+}
+
+TEST(LogSink, WhenTheLastOneThrowsStandardErrorIsToldAndNoLineIsCreated) {
+  CallingSink throws([](const LogRecord&) { throw std::runtime_error("disk is gone"); });
+  AddLogSink(&throws);
+  ::testing::internal::CaptureStderr();
+  SendToLogSinks(Line("x"));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "A log sink threw and is detached: disk is gone\n");
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+  RemoveLogSink(&throws);
+}
+
+TEST(LogSink, OneThatThrowsOnSeveralThreadsAtOnceIsToldOnceAndRemovedWhenAllHaveLeft) {
+  std::latch entered(2);
+  std::latch may_throw(1);
+  std::atomic<int> left = 0;
+  struct CountsItsEnd {
+    ~CountsItsEnd() { ++*left; }
+    std::atomic<int>* left;
+  };
+  CallingSink throws([&](const LogRecord& record) {
+    if (record.text != "x") return;
+    const CountsItsEnd end{&left};
+    entered.count_down();
+    may_throw.wait();
+    throw std::runtime_error("twice");
+  });
+  std::atomic<int> told = 0;
+  CallingSink counts([&](const LogRecord& record) { told += record.level == kLogLevelWarning; });
+  AddLogSink(&throws);
+  AddLogSink(&counts);
+  std::thread one([] { SendToLogSinks(Line("x")); });
+  std::thread two([] { SendToLogSinks(Line("x")); });
+  entered.wait();
+  std::thread remover([&] {
+    RemoveLogSink(&throws);
+    EXPECT_EQ(left, 2);
+  });
+  may_throw.count_down();
+  remover.join();
+  one.join();
+  two.join();
+  RemoveLogSink(&counts);
+  EXPECT_EQ(told, 1);
+}
+
+TEST_F(LogLevels, WhatASinkThrowsIsALineOfItsLevel) {
+  CallingSink throws([](const LogRecord&) { throw 1; });
+  RecordingSink others;
+  AddLogSink(&throws);
+  SetMinLogLevel(kLogLevelError);
+  SendToLogSinks(Line("x", kLogLevelError));
+  EXPECT_THAT(others.texts(), ElementsAre("x"));
+  SetMinLogLevel(kLogLevelWarning);
+  AddLogSink(&throws);
+  SendToLogSinks(Line("y", kLogLevelError));
+  RemoveLogSink(&throws);
+  EXPECT_EQ(others.lines().size(), 3U);
 }
 
 TEST_F(LogLevels, WithoutASinkNoLineIsCreated) {

@@ -95,11 +95,12 @@ void AppendDigits(std::string& text, T value) {
 }  // namespace
 
 LogStream::LogStream(const char* file, int line, const char* function, int level,
-                     const void* /*object*/)
+                     const void* object)
     : file_(file),
       line_(line),
       function_(function),
       level_(level),
+      object_(object),
       value_filtering_(LogValueFiltering()),
       buffer_(internal::TakeBuffer()),
       out_(buffer_->out) {}
@@ -110,7 +111,8 @@ LogStream::~LogStream() {
                                  .line = line_,
                                  .function = function_,
                                  .level = level_,
-                                 .text = buffer_->text});
+                                 .text = buffer_->text,
+                                 .object = object_});
 }
 
 LogStream& LogStream::operator<<(const char* text) {

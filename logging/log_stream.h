@@ -66,8 +66,8 @@ concept LogPrintable =
 
 class LogStream {
  public:
-  // Begins a line. The last argument is the object that the line is about; it is accepted for the
-  // callers that know one and is not printed.
+  // Begins a line. The last argument is the object that the line is about, null for none; sinks
+  // get its address, and it is not printed.
   LogStream(const char* file, int line, const char* function, int level, const void* object);
   ~LogStream();
   LogStream(const LogStream&) = delete;
@@ -146,6 +146,7 @@ class LogStream {
   const int line_;
   const char* const function_;
   const int level_;
+  const void* const object_;
   const bool value_filtering_;  // the process's switch when the line began
   const std::unique_ptr<internal::LogLineBuffer, internal::LogLineBufferReturner> buffer_;
   std::ostream& out_;  // writes into the buffer

@@ -43,7 +43,7 @@ class TemporaryDirectory {
   [[nodiscard]] std::vector<std::string> Names() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(path_)) {
-      names.push_back(std::filesystem::relative(entry.path(), path_).string());
+      names.push_back(entry.path().lexically_relative(path_).string());
     }
     std::sort(names.begin(), names.end());
     return names;

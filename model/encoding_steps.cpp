@@ -18,6 +18,10 @@ EncodeParams AnyParams(Choices& choices) {
   if (choices.Index(4) != 1) params.width = size.width;
   if (choices.Index(4) != 1) params.height = size.height;
   if (choices.Bool()) params.frame_rate = choices.One(kRates);
+  if (choices.Index(4) == 1) {
+    params.frame_rate_numerator = 25;
+    params.frame_rate_denominator = 2;
+  }
   return params;
 }
 

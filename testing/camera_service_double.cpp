@@ -75,12 +75,13 @@ void CameraServiceDouble::UpdateCaptureParams(const video::CameraParams& params)
 
 std::uint32_t CameraServiceDouble::GetCaptureStat(const video::CameraParams& params) {
   Called("GetCaptureStat", params);
-  return World::Current().answers.camera_capture_stat;
+  return stat;
 }
 
-video::CameraInfo CameraServiceDouble::GetCameraInfo(const std::string& camera_id) {
-  Called("GetCameraInfo", camera_id);
-  return {};
+// The producer never asks; a callback is owned from here on and dropped.
+void CameraServiceDouble::DescribeCamera(const std::string& camera_id, InfoCallback&& on_info) {
+  const InfoCallback dropped = std::move(on_info);
+  Called("DescribeCamera", camera_id);
 }
 
 void CameraServiceDouble::SetPlaybackParams(const std::string& camera_id,

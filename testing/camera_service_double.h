@@ -12,6 +12,7 @@
 
 #include "base/optional.h"
 #include "testing/double.h"
+#include "testing/world.h"
 #include "video/camera_service.h"
 
 namespace movra::testing {
@@ -24,6 +25,7 @@ class CameraServiceDouble : public video::ICameraService,
  public:
   using StartedCallback = movra_base::OnceCallback<void(int, int)>;
   using StoppedCallback = movra_base::OnceCallback<void()>;
+  using InfoCallback = movra_base::OnceCallback<void(video::CameraInfo)>;
 
   // What happens to a callback: kept until the test answers or drops it, destroyed unrun before
   // the operation returns, or run inside it (a start's with `start_error` and `start_ms`).
@@ -36,6 +38,9 @@ class CameraServiceDouble : public video::ICameraService,
   };
 
   CameraServiceDouble(std::string name, std::shared_ptr<Journal> journal);
+
+  // What its statistics are; what the answers said at first.
+  std::uint32_t stat = World::Current().answers.camera_capture_stat;
 
   CallbackPolicy start_policy = CallbackPolicy::kKeep;
   CallbackPolicy stop_policy = CallbackPolicy::kKeep;
@@ -67,7 +72,7 @@ class CameraServiceDouble : public video::ICameraService,
                    StoppedCallback&& on_stopped) override;
   void UpdateCaptureParams(const video::CameraParams& params) override;
   [[nodiscard]] std::uint32_t GetCaptureStat(const video::CameraParams& params) override;
-  [[nodiscard]] video::CameraInfo GetCameraInfo(const std::string& camera_id) override;
+  void DescribeCamera(const std::string& camera_id, InfoCallback&& on_info) override;
   void SetPlaybackParams(const std::string& camera_id,
                          const video::PlaybackParams& params) override;
   [[nodiscard]] bool IsAutoFocusEnabled() override;

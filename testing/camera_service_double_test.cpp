@@ -38,9 +38,9 @@ TEST_F(CameraServiceDoubleTest, TellsOfEveryCall) {
   service_.StartCapture(1, params_, writer_, {});
   service_.StopCapture(params_, writer_, {});
   service_.UpdateCaptureParams(params_);
-  env_.world().answers.camera_capture_stat = 9;
+  service_.stat = 9;
   EXPECT_EQ(service_.GetCaptureStat(params_), 9u);
-  static_cast<void>(service_.GetCameraInfo("cam-1"));
+  service_.DescribeCamera("cam-1", {});
   service_.SetPlaybackParams("cam-1", {true, false});
   EXPECT_FALSE(service_.IsAutoFocusEnabled());
   env_.world().answers.is_auto_focus_enabled = true;
@@ -51,7 +51,7 @@ TEST_F(CameraServiceDoubleTest, TellsOfEveryCall) {
       ElementsAre("camera_service.StartCapture(1, {cam-1}, tap, null)",
                   "camera_service.StopCapture({cam-1}, tap, null)",
                   "camera_service.UpdateCaptureParams({cam-1})",
-                  "camera_service.GetCaptureStat({cam-1})", "camera_service.GetCameraInfo(cam-1)",
+                  "camera_service.GetCaptureStat({cam-1})", "camera_service.DescribeCamera(cam-1)",
                   "camera_service.SetPlaybackParams(cam-1, true, false)",
                   "camera_service.IsAutoFocusEnabled()", "camera_service.IsAutoFocusEnabled()",
                   "camera_service.FocusAtPoint(0.25, 0.5)"));

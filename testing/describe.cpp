@@ -53,6 +53,12 @@ std::string SizeAndRate(const OptionalInt& width, const OptionalInt& height,
   return text;
 }
 
+// "640x360+1+2"
+template <class T>
+std::string RegionText(T width, T height, T x, T y) {
+  return Describe(width) + "x" + Describe(height) + "+" + Describe(x) + "+" + Describe(y);
+}
+
 }  // namespace
 
 std::string Describe(bool value) { return value ? "true" : "false"; }
@@ -92,8 +98,35 @@ std::string Describe(const video::CameraParams& params) {
       .Finish();
 }
 
-std::string Describe(const video::DesktopScreenParams& params) { return params.ToString(); }
-std::string Describe(const video::MobileScreenParams& params) { return params.ToString(); }
+std::string Describe(const video::DesktopScreenParams& params) {
+  return Pieces()
+      .Add(SizeAndRate({}, {}, params.frame_rate))
+      .Add("source_id", params.source_id)
+      .Add("region", params.region)
+      .Add("kind", params.source_kind)
+      .Add("cursor", params.capture_cursor)
+      .Add("children", params.capture_children)
+      .Add("border", params.show_border)
+      .Add("border_color", params.border_color)
+      .Add("border_width", params.border_width)
+      .Add("exclude_own", params.exclude_own_windows)
+      .Add("covered", params.capture_covered)
+      .Add("activate", params.activate_window)
+      .Add("high_dpi", params.high_dpi)
+      .Finish();
+}
+
+std::string Describe(const video::MobileScreenParams& params) {
+  return Pieces()
+      .Add(SizeAndRate({}, {}, params.frame_rate))
+      .Add("landscape", params.landscape)
+      .Add("region", params.region)
+      .Finish();
+}
+
+std::string Describe(const video::Region& region) {
+  return RegionText(region.width, region.height, region.x, region.y);
+}
 
 std::string Describe(const video::VideoCoverImageParams& params) {
   return Pieces().Add(Describe(params.image)).Add(Describe(params.image_option)).Finish();
@@ -112,6 +145,8 @@ std::string Describe(const video::EncodeParams& params) {
       .Add("key_frame_interval_ms", params.key_frame_interval_ms)
       .Add("threads", params.threads)
       .Add("preset", params.preset)
+      .Add("frame_rate_numerator", params.frame_rate_numerator)
+      .Add("frame_rate_denominator", params.frame_rate_denominator)
       .Finish();
 }
 
@@ -150,8 +185,7 @@ std::string Describe(const video::EncodeAbility& ability) {
 
 std::string Describe(const video::RoiConfigInfo& region) {
   return Pieces()
-      .Add(Describe(region.width) + "x" + Describe(region.height) + "+" + Describe(region.x) + "+" +
-           Describe(region.y))
+      .Add(RegionText(region.width, region.height, region.x, region.y))
       .Add("qp" + Describe(region.qp_delta))
       .Finish();
 }
@@ -168,7 +202,14 @@ std::string Describe(const video::GreenScreenParams& params) {
       .Finish();
 }
 
-std::string Describe(const video::VideoDeviceInfo& device) { return "{" + device.device_id + "}"; }
+std::string Describe(const video::VideoDeviceInfo& device) {
+  return Pieces()
+      .Add(device.device_id)
+      .Add(device.name.empty() ? "" : "name=" + device.name)
+      .Add(device.driver.empty() ? "" : "driver=" + device.driver)
+      .Add(device.capabilities == 0 ? "" : "capabilities=" + Describe(device.capabilities))
+      .Finish();
+}
 
 std::string Describe(const EventMsg& message) {
   return message.detail.empty() ? message.text : message.text + " | " + message.detail;

@@ -66,9 +66,11 @@ requires std::is_enum_v<E>
 // {cam-1 1280x720@30 facing=1 orientation=90 cover=holiday}, absent pieces left out; of a size
 // with one side, "1280x-" and "-x720".
 [[nodiscard]] std::string Describe(const video::CameraParams& params);
-[[nodiscard]] std::string Describe(const video::DesktopScreenParams& params);    // As its ToString.
-[[nodiscard]] std::string Describe(const video::MobileScreenParams& params);     // As its ToString.
+// {@15 source_id=7 region=640x360+1+2 cursor=true}, absent pieces left out.
+[[nodiscard]] std::string Describe(const video::DesktopScreenParams& params);
+[[nodiscard]] std::string Describe(const video::MobileScreenParams& params);
 [[nodiscard]] std::string Describe(const video::VideoCoverImageParams& params);  // {holiday 1}
+[[nodiscard]] std::string Describe(const video::Region& region);                 // 640x360+1+2
 // {1280x720@30 bitrate_bps=1500000}, absent pieces left out as above.
 [[nodiscard]] std::string Describe(const video::EncodeParams& params);
 // {1280x720 enabled kMemory kI420 kBig}; "disabled" for the flag, and the reserved field only
@@ -79,8 +81,9 @@ requires std::is_enum_v<E>
 [[nodiscard]] std::string Describe(const video::EncodeAbility& ability);     // {1 0 1 0}
 [[nodiscard]] std::string Describe(const video::RoiConfigInfo& region);      // {16x16+0+8 qp-4}
 [[nodiscard]] std::string Describe(const video::GreenScreenParams& params);
-[[nodiscard]] std::string Describe(const video::VideoDeviceInfo& device);  // {cam-1}
-[[nodiscard]] std::string Describe(const EventMsg& message);               // Its text.
+// {cam-1 name=Camera driver=test capabilities=3}, empty pieces left out.
+[[nodiscard]] std::string Describe(const video::VideoDeviceInfo& device);
+[[nodiscard]] std::string Describe(const EventMsg& message);  // Its text.
 [[nodiscard]] std::string Describe(const movra_base::Value& value);
 [[nodiscard]] std::string Describe(const video::PixelFrame& frame);  // frame 3
 [[nodiscard]] std::string Describe(const video::StreamEnd& end);     // end 0
@@ -126,10 +129,26 @@ template <class T>
   return text + "]";
 }
 
+// Lives while a call is described, which takes texts of the core's own.
+class Describing {
+ public:
+  Describing() { ++depth; }
+  ~Describing() { --depth; }
+  Describing(const Describing&) = delete;
+  Describing& operator=(const Describing&) = delete;
+
+  // Of this thread.
+  [[nodiscard]] static bool IsInProgress() { return depth > 0; }
+
+ private:
+  inline static thread_local int depth = 0;
+};
+
 // "object.Operation(first, second)"
 template <class... Args>
 [[nodiscard]] std::string DescribeCall(std::string_view object, std::string_view operation,
                                        const Args&... args) {
+  const Describing describing;
   std::string text(object);
   if (!text.empty()) text += '.';
   text.append(operation) += '(';

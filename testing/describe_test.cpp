@@ -64,6 +64,34 @@ TEST(Describe, CameraParamsShowEveryFieldThatIsThere) {
   EXPECT_EQ(Describe(params), "{@15}");
 }
 
+TEST(Describe, ScreenParamsShowEveryFieldThatIsThere) {
+  video::DesktopScreenParams desktop;
+  EXPECT_EQ(Describe(desktop), "{}");
+  desktop.frame_rate = 15;
+  desktop.source_id = 1;
+  desktop.region = video::Region{1, 2, 3, 4};
+  desktop.source_kind = 2;
+  desktop.capture_cursor = true;
+  desktop.capture_children = false;
+  desktop.show_border = true;
+  desktop.border_color = 5;
+  desktop.border_width = 6;
+  desktop.exclude_own_windows = true;
+  desktop.capture_covered = false;
+  desktop.activate_window = true;
+  desktop.high_dpi = false;
+  EXPECT_EQ(Describe(desktop),
+            "{@15 source_id=1 region=3x4+1+2 kind=2 cursor=true children=false border=true "
+            "border_color=5 border_width=6 exclude_own=true covered=false activate=true "
+            "high_dpi=false}");
+  video::MobileScreenParams mobile;
+  EXPECT_EQ(Describe(mobile), "{}");
+  mobile.frame_rate = 10;
+  mobile.landscape = true;
+  mobile.region = video::Region{1, 2, 3, 4};
+  EXPECT_EQ(Describe(mobile), "{@10 landscape=true region=3x4+1+2}");
+}
+
 TEST(Describe, EncodeParamsShowEveryFieldThatIsThere) {
   EncodeParams params;
   EXPECT_EQ(Describe(params), "{}");
@@ -76,9 +104,11 @@ TEST(Describe, EncodeParamsShowEveryFieldThatIsThere) {
   params.key_frame_interval_ms = 3;
   params.threads = 4;
   params.preset = std::string("fast");
+  params.frame_rate_numerator = 25;
+  params.frame_rate_denominator = 2;
   EXPECT_EQ(Describe(params),
             "{640x360@15 codec=1 bitrate_bps=1 max_bitrate_bps=2 key_frame_interval_ms=3 "
-            "threads=4 preset=fast}");
+            "threads=4 preset=fast frame_rate_numerator=25 frame_rate_denominator=2}");
 }
 
 TEST(Describe, CustomProcessParamsShowEveryField) {
@@ -108,7 +138,9 @@ TEST(Describe, OtherRecordsShowTheirFields) {
   green.enabled = true;
   green.background = MakeImage("beach");
   EXPECT_EQ(Describe(green), "{enabled 00FF00 0.4 0.1 beach}");
-  EXPECT_EQ(Describe(video::VideoDeviceInfo{"cam-1", "Camera", "test", 0}), "{cam-1}");
+  EXPECT_EQ(Describe(video::VideoDeviceInfo{"cam-1", "", "", 0}), "{cam-1}");
+  EXPECT_EQ(Describe(video::VideoDeviceInfo{"cam-1", "Camera", "test", 3}),
+            "{cam-1 name=Camera driver=test capabilities=3}");
   const auto cover = std::make_shared<video::VideoCoverImageParams>();
   cover->image = MakeImage("holiday");
   cover->image_option = 2;

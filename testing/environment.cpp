@@ -31,7 +31,7 @@ std::shared_ptr<core::DispatchQueue> MakeTaskQueue(
   if (queue == nullptr) {
     const auto number = static_cast<std::int32_t>(business);
     queue = std::make_shared<SimulatedQueue>(world.UniqueName("queue" + std::to_string(number)),
-                                             nullptr, clock);
+                                             world.journal(), clock);
   }
   world.queue_requests.push_back({business, key, has_option, queue});
   return queue;

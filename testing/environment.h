@@ -26,8 +26,9 @@
 //     EXPECT_THAT(journal().Take(), ElementsAre("client.OnRenderError(producer, 2)"));
 //   }
 //
-// The entries that most tests leave out are the checks of the main queue (Journal::kQueueCheck) and
-// GetReader/GetWriter (Journal::kTrackEnd); `journal().LeaveOut(0)` shows them.
+// The entries that most tests leave out are the checks of the main queue (Journal::kQueueCheck),
+// GetReader/GetWriter (Journal::kTrackEnd), subscriptions (Journal::kRegistry) and the ends of
+// queues and of what tracks consist of (Journal::kEnd); `journal().LeaveOut(0)` shows them.
 
 #ifndef MOVRA_TESTING_ENVIRONMENT_H_
 #define MOVRA_TESTING_ENVIRONMENT_H_

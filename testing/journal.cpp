@@ -29,7 +29,7 @@ std::vector<std::string> Journal::Take() {
   const std::lock_guard lock(mutex_);
   std::vector<std::string> texts;
   for (Entry& entry : entries_) {
-    if ((entry.kind & left_out_) == 0) texts.push_back(std::move(entry.text));
+    if ((entry.kind & (left_out_ | kText)) == 0) texts.push_back(std::move(entry.text));
   }
   entries_.clear();
   return texts;

@@ -30,12 +30,15 @@ namespace movra::testing {
 class Journal {
  public:
   enum Kind : unsigned {
-    kCall = 1,         // Operations and factories, events at the client, callbacks that were run.
-    kLog = 2,          // Log lines.
-    kQueueCheck = 4,   // Whether the main queue is current.
-    kTrackEnd = 8,     // A track asked for its reader or writer.
-    kLookup = 16,      // The service registry at work.
-    kDestruction = 32  // "~name": a double, or a callback with what it holds.
+    kCall = 1,          // Operations and factories, events at the client, callbacks that were run.
+    kLog = 2,           // Log lines.
+    kQueueCheck = 4,    // Whether the main queue is current.
+    kTrackEnd = 8,      // A track asked for its reader or writer.
+    kLookup = 16,       // The service registry at work.
+    kDestruction = 32,  // "~name": a double, or a callback with what it holds.
+    kRegistry = 64,     // Subscriptions to notifications.
+    kEnd = 128,         // "~name": a queue, or an end of a track.
+    kText = 256         // A text made for a line or a message; never in what Take returns.
   };
 
   void Add(Kind kind, std::string text);

@@ -17,8 +17,9 @@ std::vector<LogLine> LogCapture::Take() {
 
 void LogCapture::Send(const movra_logging::LogRecord& record) {
   if (journal_ != nullptr) {
-    journal_->Add(Journal::kLog,
-                  "log(" + std::to_string(record.level) + ") " + std::string(record.text));
+    journal_->Add(Journal::kLog, "log(" + std::to_string(record.level) +
+                                     (record.object != nullptr ? ", about an object" : "") + ") " +
+                                     std::string(record.text));
   }
   const std::lock_guard lock(mutex_);
   lines_.push_back({std::string(record.file), record.line, std::string(record.function),

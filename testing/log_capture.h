@@ -22,7 +22,7 @@ struct LogLine {
 };
 
 // Installed as a sink for as long as it lives. The journal, if there is one, gets
-// "log(level) text" for each line. Any thread.
+// "log(level) text" for each line, "log(level, about an object) text" where it has one. Any thread.
 class LogCapture : private movra_logging::LogSink {
  public:
   explicit LogCapture(std::shared_ptr<Journal> journal = nullptr);

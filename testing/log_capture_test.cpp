@@ -27,6 +27,13 @@ TEST(LogCapture, KeepsAllThatALineSaysAndTellsTheJournal) {
   EXPECT_THAT(capture.Take(), IsEmpty());
 }
 
+TEST(LogCapture, TellsTheJournalThatALineIsAboutAnObject) {
+  const auto journal = std::make_shared<Journal>();
+  const LogCapture capture(journal);
+  LogStream("file", 12, "Function", 1, &capture) << "text";
+  EXPECT_THAT(journal->Take(), ElementsAre("log(1, about an object) text"));
+}
+
 TEST(LogCapture, SwitchesLoggingOnForItsScope) {
   EXPECT_FALSE(movra_logging::ShouldCreateLogMessage(0));
   {

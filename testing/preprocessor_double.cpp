@@ -91,7 +91,7 @@ void PreprocessorDouble::StopProcessing() {
 
 std::uint32_t PreprocessorDouble::GetStats() {
   Called("GetStats");
-  return World::Current().answers.preprocessor_stat;
+  return stat;
 }
 
 void PreprocessorDouble::Snapshot(SnapshotCallback on_done) {

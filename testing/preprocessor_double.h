@@ -11,6 +11,7 @@
 
 #include "base/optional.h"
 #include "testing/double.h"
+#include "testing/world.h"
 #include "video/video_preprocessor.h"
 
 namespace movra::testing {
@@ -51,6 +52,9 @@ class PreprocessorDouble : public video::IVideoPreprocessor2, public Double {
   PreprocessorDouble(std::string name, std::shared_ptr<Journal> journal,
                      const video::VideoContext& context,
                      std::shared_ptr<core::DispatchQueue> queue);
+
+  // What its statistics are; what the answers said at first.
+  std::uint32_t stat = World::Current().answers.preprocessor_stat;
 
   [[nodiscard]] const video::VideoContext& context() const { return context_; }
   [[nodiscard]] const std::shared_ptr<core::DispatchQueue>& queue() const { return queue_; }

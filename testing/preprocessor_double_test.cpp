@@ -57,7 +57,7 @@ TEST_F(PreprocessorDoubleTest, TellsOfEveryCallOnTheRoadOfAFrame) {
   preprocessor_->AddOutputTrack(InterceptPosition::kEncoder, {}, writer_);
   preprocessor_->RemoveOutputTrack(writer_);
   preprocessor_->StopProcessing();
-  env_.world().answers.preprocessor_stat = 9;
+  double_.stat = 9;
   EXPECT_EQ(preprocessor_->GetStats(), 9u);
   EXPECT_THAT(
       env_.journal().Take(),

@@ -11,6 +11,7 @@
 
 #include "base/optional.h"
 #include "testing/double.h"
+#include "testing/world.h"
 #include "video/video_renderer_controller.h"
 
 namespace movra::testing {
@@ -28,6 +29,9 @@ class RendererDouble : public video::IVideoRendererController, public Double {
   RendererDouble(std::string name, std::shared_ptr<Journal> journal,
                  const video::VideoContext& context, std::weak_ptr<Client> client,
                  std::shared_ptr<core::DispatchQueue> queue);
+
+  // What its statistics are; what the answers said at first.
+  video::RendererStats stats = World::Current().answers.renderer_stats;
 
   [[nodiscard]] const video::VideoContext& context() const { return context_; }
   // The client if it lives; events are raised by calling it.

@@ -74,7 +74,7 @@ TEST_F(RendererDoubleTest, TellsOfEveryCall) {
   renderer_->SetCustomRenderOutput(video::PixelFormat::kI420, video::BufferType::kMemory, writer_);
   renderer_->ResetRenderState();
   renderer_->Snapshot({});
-  env_.world().answers.renderer_stats.frames_rendered = 9;
+  double_.stats.frames_rendered = 9;
   EXPECT_EQ(renderer_->GetStats().frames_rendered, 9u);
   EXPECT_THAT(
       env_.journal().Take(),

@@ -68,7 +68,7 @@ void ScreenSharingDouble::SetClient(std::shared_ptr<Client> client) {
 
 std::uint32_t ScreenSharingDouble::GetCaptureStat() {
   Called("GetCaptureStat");
-  return World::Current().answers.screen_capture_stat;
+  return stat;
 }
 
 void ScreenSharingDouble::AddExcludedShareWindow(long window) {

@@ -11,6 +11,7 @@
 
 #include "base/optional.h"
 #include "testing/double.h"
+#include "testing/world.h"
 #include "video/screen_sharing.h"
 
 namespace movra::testing {
@@ -21,6 +22,9 @@ class ScreenSharingDouble : public video::IScreenSharing, public Double {
 
   ScreenSharingDouble(std::string name, std::shared_ptr<Journal> journal,
                       const video::VideoContext& context);
+
+  // What its statistics are; what the answers said at first.
+  std::uint32_t stat = World::Current().answers.screen_capture_stat;
 
   [[nodiscard]] const video::VideoContext& context() const { return context_; }
   // The client if it lives; events are raised by calling it.

@@ -73,18 +73,17 @@ TEST_F(ScreenSharingDoubleTest, TellsOfEveryCallOfACapture) {
   screen_->Pause();
   screen_->Resume();
   screen_->SetClient(client);
-  env_.world().answers.screen_capture_stat = 9;
+  double_.stat = 9;
   EXPECT_EQ(screen_->GetCaptureStat(), 9u);
   EXPECT_THAT(
       env_.journal().Take(),
       ElementsAre("screen_sharing.AddOutputWriter(tap)", "screen_sharing.RemoveOutputWriter(tap)",
-                  "screen_sharing.StartDesktopCapture(DesktopScreenParams{frame_rate:15})",
-                  "screen_sharing.StartMobileCapture(MobileScreenParams{frame_rate:20})",
-                  "screen_sharing.Stop()",
-                  "screen_sharing.UpdateDesktopScreenParams(DesktopScreenParams{frame_rate:15})",
-                  "screen_sharing.UpdateMobileScreenParams(MobileScreenParams{frame_rate:20})",
-                  "screen_sharing.Pause()", "screen_sharing.Resume()",
-                  "screen_sharing.SetClient(client)", "screen_sharing.GetCaptureStat()"));
+                  "screen_sharing.StartDesktopCapture({@15})",
+                  "screen_sharing.StartMobileCapture({@20})", "screen_sharing.Stop()",
+                  "screen_sharing.UpdateDesktopScreenParams({@15})",
+                  "screen_sharing.UpdateMobileScreenParams({@20})", "screen_sharing.Pause()",
+                  "screen_sharing.Resume()", "screen_sharing.SetClient(client)",
+                  "screen_sharing.GetCaptureStat()"));
 }
 
 TEST_F(ScreenSharingDoubleTest, KeepsTheWindowLists) {

@@ -40,6 +40,10 @@ SimulatedQueue::SimulatedQueue(std::string name, std::shared_ptr<Journal> journa
       journal_(std::move(journal)),
       clock_(clock != nullptr ? std::move(clock) : std::make_shared<SimulatedClock>()) {}
 
+SimulatedQueue::~SimulatedQueue() {
+  if (journal_ != nullptr) journal_->Add(Journal::kEnd, "~" + name());
+}
+
 bool SimulatedQueue::RunOne() {
   core::Task task;
   {
@@ -48,9 +52,14 @@ bool SimulatedQueue::RunOne() {
     task = std::move(tasks_.front());
     tasks_.pop_front();
   }
-  const std::thread::id outer = runner_.exchange(std::this_thread::get_id());
+  // Also where the task throws, which leaves the run as it leaves that of a real loop.
+  struct RunnerMark {
+    ~RunnerMark() { runner = outer; }
+    std::atomic<std::thread::id>& runner;
+    const std::thread::id outer = runner.exchange(std::this_thread::get_id());
+  };
+  const RunnerMark mark{runner_};
   std::move(task).Run();
-  runner_ = outer;
   return true;
 }
 

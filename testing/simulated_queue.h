@@ -53,11 +53,13 @@ class SimulatedQueue : public core::DispatchQueue,
                        public Named,
                        public std::enable_shared_from_this<SimulatedQueue> {
  public:
-  // A queue with a journal tells it of every IsCurrent. Without a clock it has one of its own.
+  // A queue with a journal tells it of every IsCurrent and of its end. Without a clock it has one
+  // of its own.
   explicit SimulatedQueue(std::string name, std::shared_ptr<Journal> journal = nullptr,
                           std::shared_ptr<SimulatedClock> clock = nullptr);
+  ~SimulatedQueue() override;
 
-  // Runs the first task that waits; false if there is none.
+  // Runs the first task that waits; false if there is none. What it throws leaves the run.
   bool RunOne();
   // Runs tasks until none waits, those included that they post. Returns how many ran.
   std::size_t RunAll();

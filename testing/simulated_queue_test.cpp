@@ -38,6 +38,16 @@ TEST_F(SimulatedQueueTest, RunsOneTaskAtATimeInTheOrderOfPosting) {
   EXPECT_FALSE(queue_->RunOne());
 }
 
+TEST_F(SimulatedQueueTest, IsCurrentNoMoreWhenATaskHasThrown) {
+  queue_->set_current(false);
+  queue_->Post(movra_base::BindOnce([] { throw 1; }));
+  queue_->Post(Note("second"));
+  EXPECT_THROW(queue_->RunAll(), int);
+  EXPECT_FALSE(queue_->IsCurrent());
+  EXPECT_EQ(queue_->RunAll(), 1u);
+  EXPECT_THAT(notes_, ElementsAre("second"));
+}
+
 TEST_F(SimulatedQueueTest, RunsAlsoWhatATaskPosts) {
   queue_->Post(movra_base::BindOnce([this] {
     notes_.push_back("outer");

@@ -110,6 +110,7 @@ class TrackDouble::Reader : public video::IPixelFrameTrackReader, public Recorde
  public:
   Reader(std::string name, std::shared_ptr<Queue> queue, std::shared_ptr<Journal> journal)
       : Recorded(std::move(name), std::move(journal)), queue_(std::move(queue)) {}
+  ~Reader() override { journal()->Add(Journal::kEnd, "~" + name()); }
 
   [[nodiscard]] std::uint32_t GetCaptureStat() override {
     Called("GetCaptureStat");
@@ -136,6 +137,7 @@ class TrackDouble::Writer : public video::IPixelFrameTrackWriter, public Recorde
  public:
   Writer(std::string name, std::shared_ptr<Queue> queue, std::shared_ptr<Journal> journal)
       : Recorded(std::move(name), std::move(journal)), queue_(std::move(queue)) {}
+  ~Writer() override { journal()->Add(Journal::kEnd, "~" + name()); }
 
   TrackWriteResult Write(PixelFrame frame) override {
     Called("Write", frame);

@@ -25,7 +25,8 @@ class TrackDoubleTest : public ::testing::Test {
 TEST_F(TrackDoubleTest, TellsOfItsMakingAndOfItsEnd) {
   const auto second = video::IPixelFrameTrack::Create("track", 1);
   track_.reset();
-  EXPECT_THAT(env_.journal().Take(), ElementsAre("IPixelFrameTrack.Create(track, 1)", "~track"));
+  EXPECT_THAT(env_.journal().Take(), ElementsAre("IPixelFrameTrack.Create(track, 1)",
+                                                 "~track.writer", "~track.reader", "~track"));
   EXPECT_EQ(env_.world().tracks.Last().name(), "track#2");
   EXPECT_EQ(env_.world().tracks.Last().track_name(), "track");
 }

@@ -25,6 +25,8 @@ World& World::Current() {
   return *current;
 }
 
+World* World::Find() { return current; }
+
 std::string World::UniqueName(const std::string& name) {
   const int number = ++names_[name];
   return number == 1 ? name : name + "#" + std::to_string(number);

@@ -60,7 +60,7 @@ struct Answers {
   int reference_selection = 0;
 
   bool is_auto_focus_enabled = false;
-  // Statistics of every double of the kind.
+  // What each double's statistics are when it is made; then they are its own.
   std::uint32_t camera_capture_stat = 0;
   std::uint32_t screen_capture_stat = 0;
   std::uint32_t preprocessor_stat = 0;
@@ -118,6 +118,8 @@ class World {
 
   // The one that exists; throws if none does.
   [[nodiscard]] static World& Current();
+  // The same, null if there is none.
+  [[nodiscard]] static World* Find();
 
   [[nodiscard]] const std::shared_ptr<Journal>& journal() const { return journal_; }
 

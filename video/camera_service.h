@@ -35,6 +35,8 @@ struct CameraInfo {
   bool is_file = false;
   bool has_audio = false;
   bool is_interlaced = false;  // Each picture holds two half pictures of different times.
+  bool has_alpha = false;      // Parts may be transparent; they are delivered over black.
+  bool is_hdr = false;         // Brighter than displays show, which nothing here maps down.
 };
 
 // How a camera that plays a file plays it. Devices ignore it.
@@ -47,10 +49,11 @@ struct PlaybackParams {
 };
 
 // All cameras of the process. Registered in core::ServiceCenter under kCameraServiceId and looked
-// up for each use; made by the registry on the first look-up. Called on the main queue; each
-// capture runs on a thread of its own. Callbacks run on the main queue.
+// up for each use; made by the registry on the first look-up. Called on the main queue, and no
+// operation waits there; each capture runs on a thread of its own. Callbacks run on the main queue.
 class ICameraService {
  public:
+  // The devices that are there, the one to choose first in front; empty when there is none.
   [[nodiscard]] static std::vector<VideoDeviceInfo> GetCameraDeviceList(
       CameraListInterface::GetCameraListMode mode);
 
@@ -63,22 +66,29 @@ class ICameraService {
 
   // Starts the camera into the writer. The callback gets an error code (0 for success) and the
   // milliseconds that the start took; a start that is stopped before its answer is answered with
-  // a code that says cancelled. `requester` tells kinds of users apart; a producer passes 1.
+  // a code that says cancelled, and one whose camera or writer an earlier capture does not let go
+  // of within five seconds with one that says busy. `requester` tells kinds of users apart; a
+  // producer passes 1.
   virtual void StartCapture(int requester, const CameraParams& params,
                             std::shared_ptr<IPixelFrameTrackWriter> writer,
                             movra_base::OnceCallback<void(int, int)>&& on_started) = 0;
-  // Stops the capture into that writer; nothing is written when it returns.
+  // Stops the capture into that writer, without waiting for the camera: when it returns no write
+  // begins any more, while one in progress may end, and the callback is posted.
   virtual void StopCapture(const CameraParams& params,
                            std::shared_ptr<IPixelFrameTrackWriter> writer,
                            movra_base::OnceCallback<void()>&& on_stopped) = 0;
-  // Applies the fields that are present to the running captures of the camera.
+  // Applies the fields that are present to the running captures of the camera. It names a camera
+  // and not a capture: while a camera has several, an update only ever raises what they ask for.
   virtual void UpdateCaptureParams(const CameraParams& params) = 0;
-  // The number of frames that the camera delivered since its last start.
+  // The number of frames that the camera delivered, to all of its captures together, since it
+  // started: since the first start behind which it has never been without a capture.
   [[nodiscard]] virtual std::uint32_t GetCaptureStat(const CameraParams& params) = 0;
 
   // For the program rather than the producer: what the camera is, and how a file is to be played
-  // from its next start on.
-  [[nodiscard]] virtual CameraInfo GetCameraInfo(const std::string& camera_id) = 0;
+  // from its next start on. A description may take as long as a disk, a device or the other end of
+  // a pipe needs, so it is made on a thread of its own; the callback gets it, or why there is none.
+  virtual void DescribeCamera(const std::string& camera_id,
+                              movra_base::OnceCallback<void(CameraInfo)>&& on_info) = 0;
   virtual void SetPlaybackParams(const std::string& camera_id, const PlaybackParams& params) = 0;
 
   [[nodiscard]] virtual bool IsAutoFocusEnabled() = 0;

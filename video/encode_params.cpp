@@ -18,6 +18,8 @@ std::string EncodeParams::ToString() const {
       .Field("key_frame_interval_ms", key_frame_interval_ms)
       .Field("threads", threads)
       .Field("preset", preset)
+      .Field("frame_rate_numerator", frame_rate_numerator)
+      .Field("frame_rate_denominator", frame_rate_denominator)
       .Finish();
 }
 

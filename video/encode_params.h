@@ -16,7 +16,8 @@ struct EncodeParams {
   movra_base::Optional<std::int32_t> width;   // Pixels, even.
   movra_base::Optional<std::int32_t> height;  // Pixels, even.
   // Highest rate of the stream in frames per second. Frames above it are dropped evenly by their
-  // time stamps; none is duplicated, so a rate above the source's gives the source's.
+  // time stamps; none is duplicated, so a rate above the source's gives the source's. The capture
+  // follows it: a rate that is no whole number stands here rounded up, and exactly below.
   movra_base::Optional<std::int32_t> frame_rate;
   // The fields below are read by the encoder alone; the producer passes them through.
   movra_base::Optional<VideoCodec> codec;
@@ -25,6 +26,10 @@ struct EncodeParams {
   movra_base::Optional<std::int32_t> key_frame_interval_ms;
   movra_base::Optional<std::int32_t> threads;  // Absent: one. 0: the encoder's own choice.
   movra_base::Optional<std::string> preset;    // The encoder's name for speed against quality.
+  // The highest rate exactly, as a fraction: 25/2, 30000/1001. Both or none; both above 0. Where
+  // they are present the encoder keeps to them. A change of `frame_rate` alone takes them away.
+  movra_base::Optional<std::int32_t> frame_rate_numerator;
+  movra_base::Optional<std::int32_t> frame_rate_denominator;
 
   [[nodiscard]] std::string ToString() const;
 };

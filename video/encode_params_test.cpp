@@ -17,9 +17,12 @@ TEST(EncodeParams, PrintsTheFieldsThatAreThereInTheirOrder) {
   params.key_frame_interval_ms = 2000;
   params.threads = 1;
   params.preset = std::string("veryfast");
+  params.frame_rate_numerator = 30000;
+  params.frame_rate_denominator = 1001;
   EXPECT_EQ(params.ToString(),
             "EncodeParams{width:1280 height:720 frame_rate:30 codec:kH264 bitrate_bps:1500000 "
-            "max_bitrate_bps:2000000 key_frame_interval_ms:2000 threads:1 preset:veryfast}");
+            "max_bitrate_bps:2000000 key_frame_interval_ms:2000 threads:1 preset:veryfast "
+            "frame_rate_numerator:30000 frame_rate_denominator:1001}");
 }
 
 TEST(EncodeParams, CopyingMakesAbsentWhatIsAbsentInTheSource) {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -108,6 +109,9 @@ struct StreamEnd {
   std::int32_t error_code = 0;       // 0: the natural end; otherwise why the source broke off.
   std::string reason;                // For people; empty at the natural end.
   std::uint64_t damaged_frames = 0;  // Frames that the source could not deliver whole.
+  // Where the last picture has stood as long as it should, on the source's time line; nothing if
+  // the source cannot say.
+  std::optional<std::chrono::nanoseconds> end_time = std::nullopt;
 };
 
 }  // namespace movra::video

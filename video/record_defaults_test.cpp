@@ -75,6 +75,7 @@ TEST(RecordDefaults, ACameraOfWhichNothingIsKnown) {
   EXPECT_EQ(info.rate_denominator, 1);
   EXPECT_EQ(info.duration, nanoseconds(0));
   EXPECT_FALSE(info.is_file || info.has_audio || info.is_interlaced);
+  EXPECT_FALSE(info.has_alpha || info.is_hdr);
   const PlaybackParams playback;
   EXPECT_EQ(playback, (PlaybackParams{.loop = false, .realtime = false}));
   EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kAll), 0);

@@ -122,7 +122,8 @@ TEST(SlotOrder, CameraService) {
           MOVRA_SLOT(UpdateCaptureParams, void(const CameraParams&)),
           MOVRA_SLOT(GetCaptureStat, std::uint32_t(const CameraParams&)),
           // Two of the service's own.
-          MOVRA_SLOT(GetCameraInfo, CameraInfo(const std::string&)),
+          MOVRA_SLOT(DescribeCamera,
+                     void(const std::string&, movra_base::OnceCallback<void(CameraInfo)>&&)),
           MOVRA_SLOT(SetPlaybackParams, void(const std::string&, const PlaybackParams&)),
           MOVRA_SLOT(IsAutoFocusEnabled, bool()),
           MOVRA_SLOT(FocusAtPoint, void(float, float)),

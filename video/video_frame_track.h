@@ -32,6 +32,11 @@ struct EncodedFrame {
 // Where encoded frames go; implemented by the application, which keeps it alive. Both operations
 // are called on the encoder's own thread, in stream order, and may block: that stalls its encoder
 // and, for a lossless source, the source, but no queue and no other producer.
+//
+// No two threads are inside one writer at once: a start after a stop that did not wait for a slow
+// Write waits for it before its own first one, and streams that share a writer take turns. A writer
+// that throws is told of once, by a log line and an encoder error, and called no more by that
+// start.
 class IVideoFrameTrackWriter {
  public:
   virtual ~IVideoFrameTrackWriter() = default;

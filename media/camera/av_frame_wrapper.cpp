@@ -1,7 +1,9 @@
 #include "media/camera/av_frame_wrapper.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 #include "media/ffmpeg/ffmpeg_api.h"
@@ -20,7 +22,6 @@ PixelFormat SameFormat(int av_format) {
   switch (av_format) {
     case AV_PIX_FMT_YUV420P:
     case AV_PIX_FMT_YUVJ420P:
-    case AV_PIX_FMT_YUVA420P:  // Nobody looks at the fourth plane.
       return PixelFormat::kI420;
     case AV_PIX_FMT_NV12:
       return PixelFormat::kNV12;
@@ -62,14 +63,58 @@ bool IsRgb(AVPixelFormat format) {
   return descriptor != nullptr && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
+// The number that a file states in the place of an enumeration, where any may stand; those from
+// `end` on have no meaning yet.
+template <class Code>
+int CodeOf(const Code& stated, Code end, Code unspecified) {
+  int code = 0;
+  static_assert(sizeof code == sizeof stated);
+  std::memcpy(&code, &stated, sizeof code);
+  return code >= 0 && code < end ? code : unspecified;
+}
+
+std::uint8_t Blend(int sample, int black, int alpha) {
+  return static_cast<std::uint8_t>(black + (sample - black) * alpha / 255);
+}
+
+// The scaler may write behind the end of a row.
+std::ptrdiff_t AlphaStride(int width) { return (width + 63) / 64 * 64; }
+
+// Mixes an I420 picture with black. `alpha` has a sample for each of luma.
+void ShowOverBlack(WritableFrame& frame, const std::vector<std::uint8_t>& alpha) {
+  constexpr int kNoColour = 128;
+  const int black = frame.info().color.full_range ? 0 : 16;
+  const video::Size size = frame.info().size;
+  const auto at = [&](int x, int y) {
+    const std::uint8_t* const row =
+        alpha.data() + AlphaStride(size.width) * std::min(y, size.height - 1);
+    return int{row[std::min(x, size.width - 1)]};
+  };
+  for (int y = 0; y < size.height; ++y) {
+    std::uint8_t* const luma = frame.plane(0) + std::ptrdiff_t{y} * frame.stride(0);
+    for (int x = 0; x < size.width; ++x) luma[x] = Blend(luma[x], black, at(x, y));
+  }
+  for (const std::size_t plane : {1U, 2U}) {
+    for (int y = 0; y < (size.height + 1) / 2; ++y) {
+      std::uint8_t* const row = frame.plane(plane) + std::ptrdiff_t{y} * frame.stride(plane);
+      for (int x = 0; x < (size.width + 1) / 2; ++x) {
+        const int four = at(2 * x, 2 * y) + at(2 * x + 1, 2 * y) + at(2 * x, 2 * y + 1) +
+                         at(2 * x + 1, 2 * y + 1);
+        row[x] = Blend(row[x], kNoColour, four / 4);
+      }
+    }
+  }
+}
+
 ColorDescription ColorOf(const AVFrame& frame) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
   ColorDescription color;
-  color.primaries = frame.color_primaries;
-  color.transfer = frame.color_trc;
-  color.matrix = frame.colorspace;
-  color.full_range = frame.color_range == AVCOL_RANGE_JPEG || WithoutRange(format) != format ||
-                     (format == AV_PIX_FMT_GRAY8 && frame.color_range != AVCOL_RANGE_MPEG);
+  color.primaries = CodeOf(frame.color_primaries, AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED);
+  color.transfer = CodeOf(frame.color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
+  color.matrix = CodeOf(frame.colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED);
+  const int range = CodeOf(frame.color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
+  color.full_range = range == AVCOL_RANGE_JPEG || WithoutRange(format) != format ||
+                     (format == AV_PIX_FMT_GRAY8 && range != AVCOL_RANGE_MPEG);
   return color;
 }
 
@@ -79,6 +124,12 @@ bool IsSameCode(const ColorDescription& a, const ColorDescription& b) {
 }
 
 }  // namespace
+
+bool HasAlpha(int av_format) {
+  const AVPixFmtDescriptor* const descriptor =
+      av_pix_fmt_desc_get(static_cast<AVPixelFormat>(av_format));
+  return descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+}
 
 PixelFrame AvFrameWrapper::Wrap(AvFramePtr frame) {
   PixelFrameInfo info;
@@ -114,7 +165,8 @@ bool AvFrameWrapper::Prepare(const Conversion& conversion) {
   const video::Size& size = conversion.size;
   const auto format = static_cast<AVPixelFormat>(conversion.av_format);
   scaler_.reset(sws_getCachedContext(
-      nullptr, size.width, size.height, format, size.width, size.height, AV_PIX_FMT_YUV420P,
+      nullptr, size.width, size.height, format, size.width, size.height,
+      HasAlpha(format) ? AV_PIX_FMT_YUVA420P : AV_PIX_FMT_YUV420P,
       SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
   if (scaler_ == nullptr) return false;
   // Where only the range differs, one table for both sides keeps the matrices out of it.
@@ -134,12 +186,18 @@ PixelFrame AvFrameWrapper::Convert(const AVFrame& frame, const ColorDescription&
   like.color = to;
   WritableFrame target = pool_.Allocate(PixelFormat::kI420, size, like);
   if (!target) return {};
+  const bool has_alpha = HasAlpha(frame.format);
+  if (has_alpha) {
+    alpha_.resize(static_cast<std::size_t>(AlphaStride(size.width) * size.height));
+  }
   const std::array<std::uint8_t*, 4> planes{target.plane(0), target.plane(1), target.plane(2),
-                                            nullptr};
-  const std::array<int, 4> strides{target.stride(0), target.stride(1), target.stride(2), 0};
+                                            has_alpha ? alpha_.data() : nullptr};
+  const std::array<int, 4> strides{target.stride(0), target.stride(1), target.stride(2),
+                                   has_alpha ? static_cast<int>(AlphaStride(size.width)) : 0};
   const int rows = sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height,
                              planes.data(), strides.data());
   if (rows != frame.height) return {};
+  if (has_alpha) ShowOverBlack(target, alpha_);
   return std::move(target).Finish();
 }
 

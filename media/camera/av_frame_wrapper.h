@@ -1,7 +1,9 @@
 #ifndef MOVRA_MEDIA_CAMERA_AV_FRAME_WRAPPER_H_
 #define MOVRA_MEDIA_CAMERA_AV_FRAME_WRAPPER_H_
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/frame/frame_pool.h"
@@ -9,11 +11,16 @@
 
 namespace movra::media {
 
+// Whether pictures of that format may be transparent.
+[[nodiscard]] bool HasAlpha(int av_format);
+
 // Makes pixel frames of decoded frames.
 //
 // A frame in one of the formats of video::PixelFormat is wrapped: the pixel frame owns the decoded
 // one, and no sample is copied. Any other (RGB, palettes, more than 10 bits, 10 bits with fuller
 // chroma ...) is converted to I420, RGB as BT.709 with limited range.
+//
+// What is transparent in a frame is shown over black.
 //
 // Colours are described by the frame's own fields; grey that says nothing of its range has the full
 // one, as is usual, and a matrix that is not stated is the one that the size stands for. The first
@@ -44,6 +51,7 @@ class AvFrameWrapper {
 
   std::optional<video::ColorDescription> first_color_;
   FramePool pool_;
+  std::vector<std::uint8_t> alpha_;  // Of the frame that is being converted.
   SwsContextPtr scaler_;
   Conversion conversion_;  // That the scaler is for.
 };

@@ -1,11 +1,12 @@
 #include "media/camera/camera_capture.h"
 
-#include <pthread.h>
-
 #include <optional>
 #include <utility>
 #include <variant>
 
+#include "media/camera/call_camera.h"
+#include "media/camera/camera_error.h"
+#include "media/camera/detached_thread.h"
 #include "media/camera/fit_frame.h"
 
 namespace movra::media {
@@ -17,31 +18,60 @@ using video::PixelFrameInfo;
 using video::StreamEnd;
 using video::TrackWriteResult;
 
-CameraCapture::CameraCapture(std::unique_ptr<CameraSource> source,
+namespace {
+
+constexpr char kWhose[] = "The camera of a capture";
+
+CameraInfo Failure(CameraError error) {
+  CameraInfo info;
+  info.error_code = static_cast<std::int32_t>(error);
+  return info;
+}
+
+}  // namespace
+
+CameraCapture::CameraCapture(MakeSource make_source,
                              std::shared_ptr<video::IPixelFrameTrackWriter> writer,
-                             const CaptureRequest& request, const CaptureClock& clock,
+                             const CaptureRequest& request,
+                             std::shared_ptr<const CaptureClock> clock,
                              std::shared_ptr<std::atomic<std::uint32_t>> delivered)
-    : source_(std::move(source)),
-      writer_(std::move(writer)),
-      clock_(clock),
+    : clock_(std::move(clock)),
       delivered_(std::move(delivered)),
-      request_(request) {}
+      gate_(std::move(writer)),
+      request_(request),
+      make_source_(std::move(make_source)) {}
 
-CameraCapture::~CameraCapture() { Stop(); }
+void CameraCapture::WaitFor(Release& earlier) {
+  {
+    const std::lock_guard lock(mutex_);
+    ++earlier_ones_;
+  }
+  earlier.Then([weak_this = weak_from_this()] {
+    const auto self = weak_this.lock();
+    if (self == nullptr) return;
+    {
+      const std::lock_guard lock(self->mutex_);
+      --self->earlier_ones_;
+    }
+    self->wake_.notify_all();
+  });
+}
 
-void CameraCapture::Start(OpenedCallback on_opened) {
-  thread_ = std::thread([this, on_opened = std::move(on_opened)] { Run(on_opened); });
+bool CameraCapture::Start(OpenedCallback on_opened) {
+  return StartDetachedThread("capture", movra_base::BindOnce([self = shared_from_this(),
+                                                              on_opened = std::move(on_opened)] {
+                               self->Run(on_opened);
+                             }));
 }
 
 void CameraCapture::Stop() {
-  if (!thread_.joinable()) return;
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
   }
   wake_.notify_all();
-  source_->Interrupt();
-  thread_.join();
+  gate_.Shut();
+  source_.Interrupt();
 }
 
 void CameraCapture::SetRequest(const CaptureRequest& request) {
@@ -60,15 +90,31 @@ bool CameraCapture::IsStopping() const {
 }
 
 void CameraCapture::Run(const OpenedCallback& on_opened) {
-  pthread_setname_np(pthread_self(), "capture");
-  const CameraInfo info = source_->Open(request());
-  on_opened(info);
-  if (info.error_code != 0) return;
-  policy_ = source_->Policy();
+  const CameraInfo info = Open();
+  if (!IsStopping()) on_opened(info);
+  if (info.error_code == 0) Play();
+  source_.Take().reset();
+  camera_let_go_.Done();
+}
 
+CameraInfo CameraCapture::Open() {
+  if (!WaitForEarlierOnes()) return Failure(CameraError::kBusy);
+  CameraInfo info = Failure(CameraError::kNoSuchCamera);
+  const CameraError thrown = CallCamera(kWhose, CameraError::kCannotOpen, [&] {
+    source_.Put(std::move(make_source_).Run());
+    CameraSource* const source = source_.get();
+    if (source == nullptr) return;
+    info = source->Open(request());
+    if (info.error_code == 0) policy_ = source->Policy();
+  });
+  return thrown == CameraError::kNone ? info : Failure(thrown);
+}
+
+void CameraCapture::Play() {
   const bool waits_for_room = policy_.delivery == FrameDelivery::kLossless;
   if (waits_for_room) {
-    writer_->SetRoomCallback([this] {
+    // The gate removes it before the capture can go.
+    gate_.SetRoomCallback([this] {
       {
         const std::lock_guard lock(mutex_);
         room_made_ = true;
@@ -77,36 +123,66 @@ void CameraCapture::Run(const OpenedCallback& on_opened) {
     });
   }
   ReadUntilTheEnd();
-  if (waits_for_room) writer_->SetRoomCallback({});
+  if (waits_for_room) gate_.SetRoomCallback({});
 }
 
 void CameraCapture::ReadUntilTheEnd() {
   while (!IsStopping()) {
     const CaptureRequest asked = request();
-    SourceItem item = source_->Read(asked);
-    if (auto* const end = std::get_if<StreamEnd>(&item)) {
-      // An interrupted source may call it an end, but a stream that is stopped has none.
-      if (!IsStopping()) writer_->WriteEnd(*end);
+    SourceItem item = Read(asked);
+    const auto* const source_frame = std::get_if<SourceFrame>(&item);
+    // Nobody will see it; an interrupted source may call it an end, but a stream that is stopped
+    // has none.
+    if (IsStopping()) {
+      if (source_frame != nullptr) gate_.CountUnwritten(FrameFate::kStopped);
       return;
     }
-    const auto* const source_frame = std::get_if<SourceFrame>(&item);
+    if (auto* const end = std::get_if<StreamEnd>(&item)) {
+      gate_.WriteEnd(*end);
+      return;
+    }
     if (source_frame == nullptr) continue;
-    rate_.SetRate(asked.frame_rate);
+    rate_.SetRate({asked.frame_rate, 1});
     if (!rate_.Keep(source_frame->frame.info().timestamp)) {
       ++dropped_to_rate_;
+      gate_.CountUnwritten(FrameFate::kDroppedToRate);
       continue;
     }
     PixelFrame frame = FitFrame(*source_frame, asked.size, pool_);
     item = {};  // So that the reader may find itself the only owner.
-    if (frame && !Deliver(std::move(frame))) return;
+    if (!frame) {
+      gate_.CountUnwritten(FrameFate::kNotMade);
+    } else if (!Deliver(std::move(frame))) {
+      return;
+    }
   }
+}
+
+SourceItem CameraCapture::Read(const CaptureRequest& asked) {
+  SourceItem item;
+  const CameraError thrown =
+      CallCamera(kWhose, CameraError::kReadFailed, [&] { item = source_.get()->Read(asked); });
+  if (thrown == CameraError::kNone) return item;
+  return StreamEnd{.error_code = static_cast<std::int32_t>(thrown),
+                   .reason = CameraErrorToString(thrown)};
+}
+
+bool CameraCapture::WaitForEarlierOnes() {
+  std::unique_lock lock(mutex_);
+  const CaptureClock::TimePoint deadline = clock_->Now() + kLongestTurn;
+  while (!stopping_ && earlier_ones_ > 0 && clock_->Now() < deadline) {
+    clock_->WaitUntil(lock, wake_, deadline);
+  }
+  return !stopping_ && earlier_ones_ == 0;
 }
 
 bool CameraCapture::Deliver(PixelFrame frame) {
   PixelFrameInfo info = frame.info();
-  if (policy_.paced && !WaitForTurn(info.timestamp)) return false;
-  if (policy_.delivery == FrameDelivery::kLossless && !WaitForRoom()) return false;
-
+  const bool is_lossless = policy_.delivery == FrameDelivery::kLossless;
+  if ((policy_.paced && !WaitForTurn(info.timestamp)) || (is_lossless && !WaitForRoom())) {
+    gate_.CountUnwritten(FrameFate::kStopped);
+    return false;
+  }
   info.delivery = policy_.delivery;
   // Frames dropped to the asked rate are no losses, so they leave no gap.
   info.sequence -= dropped_to_rate_;
@@ -114,7 +190,7 @@ bool CameraCapture::Deliver(PixelFrame frame) {
     info.capture_time = std::chrono::steady_clock::now().time_since_epoch();
   }
   frame = frame.WithInfo(info);
-  const TrackWriteResult result = writer_->Write(std::move(frame));
+  const TrackWriteResult result = gate_.Write(std::move(frame));
   if (result == TrackWriteResult::kAccepted || result == TrackWriteResult::kReplacedOlder) {
     delivered_->fetch_add(1, std::memory_order_relaxed);
   }
@@ -125,10 +201,10 @@ bool CameraCapture::WaitForTurn(std::chrono::nanoseconds timestamp) {
   std::unique_lock lock(mutex_);
   if (!pacing_) {
     pacing_ = true;
-    pace_origin_ = clock_.Now() - timestamp;
+    pace_origin_ = clock_->Now() - timestamp;
   }
   const CaptureClock::TimePoint due = pace_origin_ + timestamp;
-  while (!stopping_ && clock_.Now() < due) clock_.WaitUntil(lock, wake_, due);
+  while (!stopping_ && clock_->Now() < due) clock_->WaitUntil(lock, wake_, due);
   return !stopping_;
 }
 
@@ -140,7 +216,7 @@ bool CameraCapture::WaitForRoom() {
       room_made_ = false;
     }
     // Asked without the lock, and after the flag was lowered: room made meanwhile raises it again.
-    if (writer_->HasRoom()) return true;
+    if (gate_.HasRoom()) return true;
     std::unique_lock lock(mutex_);
     wake_.wait(lock, [this] { return stopping_ || room_made_; });
   }

@@ -1,11 +1,17 @@
 #include "media/camera/camera_capture.h"
 
+#include <future>
+#include <thread>
 #include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/no_more_threads_for_test.h"
+#include "media/camera/camera_error.h"
 #include "media/camera/capture_for_test.h"
+#include "media/track/bounded_track.h"
+#include "media/track/frame_counts.h"
 
 namespace movra::media {
 namespace {
@@ -54,11 +60,43 @@ class StandingClock final : public CaptureClock {
 
 class CameraCaptureTest : public ::testing::Test {
  protected:
-  CameraCapture& Start(std::shared_ptr<SourceScript> script, const CaptureRequest& request = {}) {
-    capture_ = std::make_unique<CameraCapture>(std::make_unique<ScriptedSource>(std::move(script)),
-                                               writer_, request, *clock_, delivered_);
-    capture_->Start([this](const CameraInfo& info) { opened_ = info.error_code; });
+  ~CameraCaptureTest() override {
+    if (capture_ != nullptr) StopAndWait(*capture_);
+  }
+
+  CameraCapture& MakeInto(std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                          std::shared_ptr<SourceScript> script,
+                          const CaptureRequest& request = {}) {
+    capture_ = std::make_shared<CameraCapture>(
+        movra_base::BindOnce(
+            [script = std::move(script)]() mutable -> std::unique_ptr<CameraSource> {
+              return std::make_unique<ScriptedSource>(std::move(script));
+            }),
+        std::move(writer), request, clock_, delivered_);
     return *capture_;
+  }
+  CameraCapture& Make(std::shared_ptr<SourceScript> script) {
+    return MakeInto(writer_, std::move(script));
+  }
+
+  CameraCapture& StartInto(std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                           std::shared_ptr<SourceScript> script,
+                           const CaptureRequest& request = {}) {
+    EXPECT_TRUE(MakeInto(std::move(writer), std::move(script), request).Start(Opened()));
+    return *capture_;
+  }
+  CameraCapture& Start(std::shared_ptr<SourceScript> script, const CaptureRequest& request = {}) {
+    return StartInto(writer_, std::move(script), request);
+  }
+
+  [[nodiscard]] CameraCapture::OpenedCallback Opened() const {
+    return [opened = opened_](const CameraInfo& info) { *opened = info.error_code; };
+  }
+
+  // With all that the capture's thread may still do.
+  static void StopAndWait(CameraCapture& capture) {
+    capture.Stop();
+    WaitFor(capture.camera_let_go());
   }
 
   static std::vector<std::uint64_t> SequencesOf(const std::vector<PixelFrame>& frames) {
@@ -77,8 +115,8 @@ class CameraCaptureTest : public ::testing::Test {
   std::shared_ptr<const CaptureClock> clock_ = std::make_shared<CaptureClock>();
   std::shared_ptr<std::atomic<std::uint32_t>> delivered_ =
       std::make_shared<std::atomic<std::uint32_t>>(0);
-  std::atomic<int> opened_ = -1;
-  std::unique_ptr<CameraCapture> capture_;
+  std::shared_ptr<std::atomic<int>> opened_ = std::make_shared<std::atomic<int>>(-1);
+  std::shared_ptr<CameraCapture> capture_;
 };
 
 TEST_F(CameraCaptureTest, WritesAllFramesInOrderAndThenTheEnd) {
@@ -92,7 +130,7 @@ TEST_F(CameraCaptureTest, WritesAllFramesInOrderAndThenTheEnd) {
   EXPECT_THAT(NumbersOf(writer_->frames()), ElementsAre(0, 1, 2));
   EXPECT_THAT(SequencesOf(writer_->frames()), ElementsAre(0, 1, 2));
   EXPECT_EQ(*delivered_, 3u);
-  EXPECT_EQ(opened_, 0);
+  EXPECT_EQ(*opened_, 0);
 }
 
 TEST_F(CameraCaptureTest, WaitsForRoomBeforeEachLosslessFrame) {
@@ -111,7 +149,7 @@ TEST_F(CameraCaptureTest, StopsWhileItWaitsForRoom) {
   writer_ = std::make_shared<CollectingWriter>(1);
   CameraCapture& capture = Start(MakeScript(4));
   writer_->WaitUntilRefused();
-  capture.Stop();
+  StopAndWait(capture);
   EXPECT_EQ(writer_->frames().size(), 1u);
   EXPECT_FALSE(writer_->end().has_value());
   EXPECT_FALSE(writer_->has_room_callback());
@@ -122,7 +160,7 @@ TEST_F(CameraCaptureTest, StopsWhileTheSourceWaitsAndWritesNoEndOfIt) {
   script->items.pop_back();
   CameraCapture& capture = Start(script);
   script->WaitUntilWaiting();
-  capture.Stop();
+  StopAndWait(capture);
   EXPECT_EQ(writer_->frames().size(), 2u);
   EXPECT_FALSE(writer_->end().has_value());
 }
@@ -132,16 +170,16 @@ TEST_F(CameraCaptureTest, StopsWhileTheSourceIsBeingOpened) {
   script->open_waits = true;
   CameraCapture& capture = Start(script);
   script->WaitUntilWaiting();
-  EXPECT_EQ(opened_, -1);
-  capture.Stop();
+  EXPECT_EQ(*opened_, -1);
+  StopAndWait(capture);
   EXPECT_EQ(writer_->frames().size(), 0u);
 }
 
 TEST_F(CameraCaptureTest, WritesNothingOfASourceThatCannotBeOpened) {
   auto script = MakeScript(2);
   script->info.error_code = 7;
-  Start(script).Stop();
-  EXPECT_EQ(opened_, 7);
+  WaitFor(Start(script).camera_let_go());
+  EXPECT_EQ(*opened_, 7);
   EXPECT_TRUE(writer_->frames().empty());
   EXPECT_FALSE(writer_->end().has_value());
 }
@@ -149,7 +187,7 @@ TEST_F(CameraCaptureTest, WritesNothingOfASourceThatCannotBeOpened) {
 TEST_F(CameraCaptureTest, EndsWhenNobodyCanReadAnyMore) {
   writer_->Close();
   auto script = MakeScript(3);
-  Start(script).Stop();
+  WaitFor(Start(script).camera_let_go());
   EXPECT_EQ(*delivered_, 0u);
 }
 
@@ -201,7 +239,7 @@ TEST_F(CameraCaptureTest, StopsWhileAFrameIsHeldBack) {
   script->policy = {.delivery = FrameDelivery::kLive, .paced = true};
   CameraCapture& capture = Start(script);
   clock->WaitUntilWaiting();
-  capture.Stop();
+  StopAndWait(capture);
   EXPECT_THAT(NumbersOf(writer_->frames()), ElementsAre(0));
 }
 
@@ -243,6 +281,223 @@ TEST_F(CameraCaptureTest, GoesOnAfterNothing) {
   Start(script);
   writer_->WaitForEnd();
   EXPECT_THAT(NumbersOf(writer_->frames()), ElementsAre(0, 1));
+}
+
+// The same with a track of ours, which counts.
+class CountedCaptureTest : public CameraCaptureTest {
+ protected:
+  CountedCaptureTest() { CountInto(*track_.GetReader(), counters_); }
+
+  CameraCapture& Start(const std::shared_ptr<SourceScript>& script,
+                       const CaptureRequest& request = {}) {
+    return StartInto(track_.GetWriter(), script, request);
+  }
+
+  // The number of frames up to the end.
+  [[nodiscard]] std::uint64_t ReadAll() {
+    const auto reader = track_.GetReader();
+    std::uint64_t frames = 0;
+    for (;;) {
+      const video::TrackItem item = reader->Read();
+      if (std::holds_alternative<StreamEnd>(item)) return frames;
+      if (std::holds_alternative<PixelFrame>(item)) ++frames;
+      std::this_thread::yield();
+    }
+  }
+
+  const std::shared_ptr<FrameCounters> counters_ = std::make_shared<FrameCounters>();
+  BoundedTrack track_{1};
+};
+
+TEST_F(CountedCaptureTest, CountsWhatIsDroppedToTheRate) {
+  Start(MakeScript(9, 30), {.frame_rate = 10});
+  EXPECT_EQ(ReadAll(), 3u);
+  EXPECT_EQ(counters_->Counts().came, 9u);
+  EXPECT_EQ(counters_->Counts().of(FrameFate::kDroppedToRate), 6u);
+  EXPECT_EQ(counters_->Counts().sum(), 6u);
+}
+
+TEST_F(CountedCaptureTest, CountsWhatCannotBeMade) {
+  auto script = MakeScript(3);
+  std::get<SourceFrame>(script->items[1]).upright_size = {65536, 2};
+  Start(script);
+  EXPECT_EQ(ReadAll(), 2u);
+  EXPECT_EQ(counters_->Counts().came, 3u);
+  EXPECT_EQ(counters_->Counts().of(FrameFate::kNotMade), 1u);
+  EXPECT_EQ(counters_->Counts().sum(), 1u);
+}
+
+TEST_F(CountedCaptureTest, CountsWhatIsInHandWhenItIsStopped) {
+  // Behind the first frame, which fills the track, the second one waits for its time.
+  const auto clock = std::make_shared<StandingClock>();
+  clock_ = clock;
+  auto script = MakeScript(3);
+  script->policy.paced = true;
+  CameraCapture& capture = Start(script);
+  clock->WaitUntilWaiting();
+  StopAndWait(capture);
+  EXPECT_EQ(counters_->Counts().came, 2u);
+  EXPECT_EQ(counters_->Counts().of(FrameFate::kStopped), 1u);
+  track_.Reset();
+  EXPECT_EQ(counters_->Counts().of(FrameFate::kStopped), 2u);
+}
+
+TEST_F(CountedCaptureTest, CountsWhatTheSourceDeliversBehindTheStop) {
+  auto script = MakeScript(0);
+  script->items.clear();
+  script->is_deaf = true;
+  script->last_item = MakeSourceFrame(0);
+  CameraCapture& capture = Start(script);
+  script->WaitUntilWaiting();
+  capture.Stop();
+  script->LetOn();
+  WaitFor(capture.camera_let_go());
+  EXPECT_EQ(counters_->Counts().came, 1u);
+  EXPECT_EQ(counters_->Counts().of(FrameFate::kStopped), 1u);
+}
+
+TEST_F(CameraCaptureTest, StopWaitsForNoSourceAndNothingThatItStillDeliversIsWritten) {
+  for (const SourceItem& late : {SourceItem(MakeSourceFrame(1)), SourceItem(StreamEnd{})}) {
+    writer_ = std::make_shared<CollectingWriter>();
+    auto script = MakeScript(1);
+    script->items.pop_back();
+    script->is_deaf = true;
+    script->last_item = late;
+    CameraCapture& capture = Start(script);
+    script->WaitUntilWaiting();
+    capture.Stop();
+    EXPECT_FALSE(writer_->has_room_callback());
+    WaitFor(capture.writer_let_go());
+    script->LetOn();
+    WaitFor(capture.camera_let_go());
+    EXPECT_EQ(writer_->frames().size(), 1u);
+    EXPECT_FALSE(writer_->end().has_value());
+  }
+}
+
+TEST_F(CameraCaptureTest, MayEndBeforeItsSourceDoes) {
+  auto script = MakeScript(1);
+  script->open_waits = true;
+  script->is_deaf = true;
+  Start(script);
+  script->WaitUntilWaiting();
+  capture_->Stop();
+  capture_.reset();
+  writer_.reset();
+  script->LetOn();
+  script->WaitUntilGone();
+  EXPECT_EQ(*opened_, -1) << "a start that was stopped has its answer already";
+}
+
+TEST_F(CameraCaptureTest, StopWaitsForNoWriteAndLetsGoOfTheWriterBehindIt) {
+  const auto writer = std::make_shared<HeldWriter>();
+  capture_ =
+      std::make_shared<CameraCapture>(movra_base::BindOnce([]() -> std::unique_ptr<CameraSource> {
+                                        return std::make_unique<ScriptedSource>(MakeScript(3));
+                                      }),
+                                      writer, CaptureRequest{}, clock_, delivered_);
+  ASSERT_TRUE(capture_->Start(Opened()));
+  writer->WaitUntilWriting();
+  capture_->Stop();
+  std::atomic<bool> let_go = false;
+  capture_->writer_let_go().Then([&] { let_go = true; });
+  EXPECT_FALSE(let_go);
+  writer->LetOn();
+  WaitFor(capture_->camera_let_go());
+  EXPECT_TRUE(let_go);
+  EXPECT_EQ(writer->writes(), 1);
+  EXPECT_EQ(writer->ends(), 0);
+}
+
+TEST_F(CameraCaptureTest, MakesItsSourceWhenTheEarlierOnesHaveLetGo) {
+  const auto clock = std::make_shared<StandingClock>();
+  clock_ = clock;
+  Release first;
+  Release second;
+  auto script = MakeScript(1);
+  script->policy.paced = false;
+  CameraCapture& capture = Make(script);
+  capture.WaitFor(first);
+  capture.WaitFor(second);
+  first.Done();
+  ASSERT_TRUE(capture.Start(Opened()));
+  clock->WaitUntilWaiting();
+  EXPECT_EQ(*opened_, -1);
+  EXPECT_TRUE(script->IsGone());
+  second.Done();
+  writer_->WaitForEnd();
+  EXPECT_EQ(*opened_, 0);
+}
+
+TEST_F(CameraCaptureTest, IsBusyWhenTheEarlierOneKeepsItsCameraForFiveSeconds) {
+  const auto clock = std::make_shared<JumpingClock>();
+  clock_ = clock;
+  Release earlier;
+  CameraCapture& capture = Make(MakeScript(1));
+  capture.WaitFor(earlier);
+  ASSERT_TRUE(capture.Start(Opened()));
+  WaitFor(capture.camera_let_go());
+  EXPECT_EQ(*opened_, static_cast<int>(CameraError::kBusy));
+  EXPECT_THAT(clock->waits(), ElementsAre(std::chrono::seconds(5)));
+  EXPECT_TRUE(writer_->frames().empty());
+  earlier.Done();
+}
+
+TEST_F(CameraCaptureTest, MakesNoSourceOnceItIsStopped) {
+  const auto clock = std::make_shared<StandingClock>();
+  clock_ = clock;
+  Release earlier;
+  auto script = MakeScript(1);
+  CameraCapture& capture = Make(script);
+  capture.WaitFor(earlier);
+  ASSERT_TRUE(capture.Start(Opened()));
+  clock->WaitUntilWaiting();
+  StopAndWait(capture);
+  EXPECT_TRUE(script->requests.empty());
+  EXPECT_EQ(*opened_, -1);
+}
+
+TEST_F(CameraCaptureTest, InterruptsASourceThatIsMadeBehindTheStop) {
+  const auto script = MakeScript(0);
+  script->items.clear();
+  script->open_waits = true;
+  std::promise<void> making;
+  std::promise<void> stopped;
+  capture_ =
+      std::make_shared<CameraCapture>(movra_base::BindOnce([&]() -> std::unique_ptr<CameraSource> {
+                                        making.set_value();
+                                        stopped.get_future().wait();
+                                        return std::make_unique<ScriptedSource>(script);
+                                      }),
+                                      writer_, CaptureRequest{}, clock_, delivered_);
+  ASSERT_TRUE(capture_->Start(Opened()));
+  making.get_future().wait();
+  capture_->Stop();
+  stopped.set_value();
+  WaitFor(capture_->camera_let_go());
+  EXPECT_TRUE(script->interrupted);
+}
+
+TEST_F(CameraCaptureTest, SaysThatThereIsNoSuchCameraWhenNoneIsMade) {
+  capture_ = std::make_shared<CameraCapture>(
+      movra_base::BindOnce([]() -> std::unique_ptr<CameraSource> { return nullptr; }), writer_,
+      CaptureRequest{}, clock_, delivered_);
+  ASSERT_TRUE(capture_->Start(Opened()));
+  WaitFor(capture_->camera_let_go());
+  EXPECT_EQ(*opened_, static_cast<int>(CameraError::kNoSuchCamera));
+}
+
+TEST_F(CameraCaptureTest, IsNotStartedWhereThereIsNoThreadToBeHad) {
+  const auto script = MakeScript(1);
+  CameraCapture& capture = Make(script);
+  {
+    const core::NoMoreThreads none;
+    EXPECT_FALSE(capture.Start(Opened()));
+  }
+  capture.Stop();
+  EXPECT_EQ(*opened_, -1);
+  EXPECT_TRUE(script->requests.empty());
+  capture_.reset();
 }
 
 }  // namespace

@@ -3,14 +3,11 @@
 
 namespace movra::video {
 
+// Devices alone, in both modes: whoever loses a camera goes on with the first one of the list, and
+// nobody wants to see a picture in its place that no camera takes.
 std::vector<VideoDeviceInfo> ICameraService::GetCameraDeviceList(
-    CameraListInterface::GetCameraListMode mode) {
-  std::vector<VideoDeviceInfo> devices = media::ListDevices();
-  // Last, because whoever loses a camera goes on with the first one of the list.
-  if (mode == CameraListInterface::GetCameraListMode::kAll) {
-    devices.push_back({.device_id = "test:", .name = "Test picture", .driver = "test"});
-  }
-  return devices;
+    CameraListInterface::GetCameraListMode /*mode*/) {
+  return media::ListDevices();
 }
 
 }  // namespace movra::video

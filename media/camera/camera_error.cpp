@@ -25,7 +25,7 @@ std::string CameraErrorToString(CameraError error) {
     case CameraError::kCannotOpen:
       return "cannot be opened";
     case CameraError::kBusy:
-      return "in use by another program";
+      return "still in use";
     case CameraError::kDeviceLost:
       return "the device is gone";
     case CameraError::kBrokenOff:
@@ -36,6 +36,8 @@ std::string CameraErrorToString(CameraError error) {
       return "no frame could be decoded";
     case CameraError::kCancelled:
       return "cancelled";
+    case CameraError::kNoResources:
+      return "there is not enough memory";
   }
   return "CameraError(" + std::to_string(static_cast<std::int32_t>(error)) + ")";
 }

@@ -19,12 +19,13 @@ enum class CameraError : std::int32_t {
   kUnsupported = 7,      // A codec, a pixel format or an option that nothing here can handle.
   kUnavailable = 8,      // This build cannot serve such cameras.
   kCannotOpen = 9,       // Any other failure to open.
-  kBusy = 10,            // Another program uses the device.
+  kBusy = 10,            // Another program, or a capture that was stopped, still uses it.
   kDeviceLost = 11,      // The device went while it was running.
   kBrokenOff = 12,       // The file ends before its video does.
   kReadFailed = 13,      // Reading failed in mid-stream.
   kNothingDecoded = 14,  // There was video, and not one frame of it could be decoded.
   kCancelled = 15,       // Stopped before the start was answered.
+  kNoResources = 16,     // No memory is left for it, or no thread.
 };
 
 // A few words for people, "no such file"; total over all values. Where an operation gives a text

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/once_callback.h"
 #include "core/dispatch_queue.h"
 #include "core/notification_center.h"
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/camera/call_camera.h"
 #include "media/camera/camera_error.h"
+#include "media/camera/capture_request.h"
+#include "media/camera/detached_thread.h"
 
 namespace movra::media {
 namespace {
@@ -31,6 +35,24 @@ int MillisecondsSince(std::chrono::steady_clock::time_point start) {
                               .count());
 }
 
+CameraInfo Failure(CameraError error, std::string text) {
+  CameraInfo info;
+  info.error_code = static_cast<std::int32_t>(error);
+  info.error_text = std::move(text);
+  return info;
+}
+
+CameraInfo NoThread() {
+  return Failure(CameraError::kNoResources, "the system has no thread left for a camera");
+}
+
+CameraInfo Describe(CameraSource* source, const std::string& camera_id) {
+  if (source != nullptr) return source->Describe();
+  return Failure(CameraError::kNoSuchCamera,
+                 "no camera is called '" + camera_id +
+                     "': use test:, file:PATH or a device such as /dev/video0");
+}
+
 CaptureRequest Updated(CaptureRequest request, const CameraParams& params) {
   if (params.width.has_value()) request.size.width = params.width.value();
   if (params.height.has_value()) request.size.height = params.height.value();
@@ -48,7 +70,12 @@ void Publish(CameraDeviceState state, const VideoDeviceInfo& device) {
 CameraServiceImpl::CameraServiceImpl(CameraServiceParts parts) : parts_(std::move(parts)) {}
 
 CameraServiceImpl::~CameraServiceImpl() {
-  for (Capture& capture : captures_) StopAndAnswer(capture);
+  for (Capture& entry : captures_) StopAndAnswer(entry);
+  for (Description& description : descriptions_) {
+    description.source->Interrupt();
+    core::GetMainQueue()->Post(
+        BindOnce(std::move(description.on_info), Failure(CameraError::kCancelled, "")));
+  }
 }
 
 std::shared_ptr<video::ICameraService> CameraServiceImpl::GetSelf() { return shared_from_this(); }
@@ -65,25 +92,22 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
                                      std::shared_ptr<IPixelFrameTrackWriter> writer,
                                      movra_base::OnceCallback<void(int, int)>&& on_started) {
   StopCaptureInto(writer.get());
-  const std::uint64_t number = ++last_start_number_;
+  const std::uint64_t number = ++last_number_;
   const SteadyTime started_at = std::chrono::steady_clock::now();
-  Capture& entry = captures_.emplace_back(
-      Capture{number, params.camera_id, writer, started_at, std::move(on_started), nullptr});
-
-  auto delivered = std::make_shared<std::atomic<std::uint32_t>>(0);
-  delivered_[params.camera_id] = delivered;
-  std::unique_ptr<CameraSource> source = TakeSource(params.camera_id);
-  if (source == nullptr) {
-    PostOpened(number, static_cast<int>(CameraError::kNoSuchCamera), started_at);
-    return;
-  }
-  entry.capture =
-      std::make_unique<CameraCapture>(std::move(source), std::move(writer), Updated({}, params),
-                                      *parts_.clock, std::move(delivered));
-  // The capture's thread is joined before the service ends, so it may use the service.
-  entry.capture->Start([this, number, started_at](const CameraInfo& info) {
-    PostOpened(number, info.error_code, started_at);
-  });
+  auto counter = CounterOf(params.camera_id);
+  auto capture = std::make_shared<CameraCapture>(
+      SourceMaker(params.camera_id), writer, Updated({}, params), parts_.clock, std::move(counter));
+  const Capture& entry =
+      captures_.emplace_back(Capture{number, params.camera_id, std::move(writer), started_at,
+                                     std::move(on_started), std::move(capture)});
+  WaitForLeftovers(entry);
+  // The queue is the one of now: a thread that ends late has nothing to say to another.
+  const auto answer = [service = weak_from_this(), queue = core::GetMainQueue(), number,
+                       started_at](const CameraInfo& info) {
+    queue->Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
+                         MillisecondsSince(started_at)));
+  };
+  if (!entry.capture->Start(answer)) answer(NoThread());
 }
 
 void CameraServiceImpl::StopCapture(const CameraParams& /*params*/,
@@ -95,9 +119,13 @@ void CameraServiceImpl::StopCapture(const CameraParams& /*params*/,
 
 void CameraServiceImpl::UpdateCaptureParams(const CameraParams& params) {
   // A cover picture is the preprocessor's to show: the camera goes on behind it.
+  const bool is_shared = CapturesOf(params.camera_id) > 1;
   for (const Capture& entry : captures_) {
-    if (entry.camera_id != params.camera_id || entry.capture == nullptr) continue;
-    entry.capture->SetRequest(Updated(entry.capture->request(), params));
+    if (entry.camera_id != params.camera_id) continue;
+    const CaptureRequest present = entry.capture->request();
+    const CaptureRequest updated = Updated(present, params);
+    // Which of several captures is meant is not said, so none may lose by it.
+    entry.capture->SetRequest(is_shared ? Covering(present, updated) : updated);
   }
 }
 
@@ -106,21 +134,30 @@ std::uint32_t CameraServiceImpl::GetCaptureStat(const CameraParams& params) {
   return found == delivered_.end() ? 0 : found->second->load(std::memory_order_relaxed);
 }
 
-CameraInfo CameraServiceImpl::GetCameraInfo(const std::string& camera_id) {
-  CameraInfo info;
-  if (std::unique_ptr<CameraSource> source = MakeSource(camera_id)) {
-    info = source->Describe();
-    if (info.error_code != 0 || !info.is_file) return info;
-    described_ = {described_.number + 1, camera_id, PlaybackOf(camera_id), std::move(source)};
-    core::GetMainQueue()->PostDelayed(
-        BindOnce(&CameraServiceImpl::ForgetDescribed, weak_from_this(), described_.number),
-        kDescribedIsKept);
-    return info;
-  }
-  info.error_code = static_cast<std::int32_t>(CameraError::kNoSuchCamera);
-  info.error_text = "no camera is called '" + camera_id +
-                    "': use test:, file:PATH or a device such as /dev/video0";
-  return info;
+void CameraServiceImpl::DescribeCamera(
+    const std::string& camera_id, movra_base::OnceCallback<void(video::CameraInfo)>&& on_info) {
+  const std::uint64_t number = ++last_number_;
+  const video::PlaybackParams playback = PlaybackOf(camera_id);
+  const auto source = std::make_shared<SourceSlot>();
+  descriptions_.push_back({number, camera_id, playback, source, std::move(on_info)});
+  const auto answer = [service = weak_from_this(), queue = core::GetMainQueue(), number](
+                          CameraInfo info, std::unique_ptr<CameraSource> described) {
+    queue->Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
+                         std::move(described)));
+  };
+  const bool started = StartDetachedThread(
+      "describe", BindOnce([make = parts_.make_source, camera_id, playback, source, answer] {
+        CameraInfo info;
+        const auto describe = [&] {
+          source->Put(make(camera_id, playback));
+          info = Describe(source->get(), camera_id);
+        };
+        const CameraError thrown =
+            CallCamera("The camera that is described", CameraError::kCannotOpen, describe);
+        if (thrown != CameraError::kNone) info = Failure(thrown, CameraErrorToString(thrown));
+        answer(std::move(info), source->Take());
+      }));
+  if (!started) answer(NoThread(), nullptr);
 }
 
 void CameraServiceImpl::SetPlaybackParams(const std::string& camera_id,
@@ -144,25 +181,62 @@ video::PlaybackParams CameraServiceImpl::PlaybackOf(const std::string& camera_id
   return playback == playback_.end() ? video::PlaybackParams() : playback->second;
 }
 
-std::unique_ptr<CameraSource> CameraServiceImpl::MakeSource(const std::string& camera_id) const {
-  return parts_.make_source(camera_id, PlaybackOf(camera_id));
-}
-
-std::unique_ptr<CameraSource> CameraServiceImpl::TakeSource(const std::string& camera_id) {
-  const bool is_described =
-      described_.camera_id == camera_id && described_.playback == PlaybackOf(camera_id);
-  std::unique_ptr<CameraSource> described = std::move(described_.source);
-  return described != nullptr && is_described ? std::move(described) : MakeSource(camera_id);
+// One that was asked for by a service that has ended meanwhile has been answered.
+void CameraServiceImpl::OnDescribed(std::uint64_t number, CameraInfo info,
+                                    std::unique_ptr<CameraSource> source) {
+  const auto found = std::find_if(
+      descriptions_.begin(), descriptions_.end(),
+      [number](const Description& description) { return description.number == number; });
+  if (found == descriptions_.end()) return;
+  Description description = std::move(*found);
+  descriptions_.erase(found);
+  if (info.error_code == 0 && info.is_file) {
+    described_ = {number, std::move(description.camera_id), description.playback,
+                  std::move(source)};
+    core::GetMainQueue()->PostDelayed(
+        BindOnce(&CameraServiceImpl::ForgetDescribed, weak_from_this(), number), kDescribedIsKept);
+  }
+  std::move(description.on_info).Run(std::move(info));
 }
 
 void CameraServiceImpl::ForgetDescribed(std::uint64_t number) {
   if (described_.number == number) described_.source.reset();
 }
 
-void CameraServiceImpl::PostOpened(std::uint64_t start_number, int error_code,
-                                   SteadyTime started_at) {
-  core::GetMainQueue()->Post(BindOnce(&CameraServiceImpl::OnOpened, weak_from_this(), start_number,
-                                      error_code, MillisecondsSince(started_at)));
+CameraCapture::MakeSource CameraServiceImpl::SourceMaker(const std::string& camera_id) {
+  const video::PlaybackParams playback = PlaybackOf(camera_id);
+  const bool is_described = described_.camera_id == camera_id && described_.playback == playback;
+  std::unique_ptr<CameraSource> described = std::move(described_.source);
+  if (!is_described) described.reset();
+  return BindOnce(
+      [make = parts_.make_source, camera_id, playback, described = std::move(described)]() mutable {
+        return described != nullptr ? std::move(described) : make(camera_id, playback);
+      });
+}
+
+// A camera counts from where it starts; captures that join it while it runs count on.
+std::shared_ptr<std::atomic<std::uint32_t>> CameraServiceImpl::CounterOf(
+    const std::string& camera_id) {
+  auto& counter = delivered_[camera_id];
+  if (counter == nullptr || CapturesOf(camera_id) == 0) {
+    counter = std::make_shared<std::atomic<std::uint32_t>>(0);
+  }
+  return counter;
+}
+
+std::ptrdiff_t CameraServiceImpl::CapturesOf(const std::string& camera_id) const {
+  return std::count_if(captures_.begin(), captures_.end(),
+                       [&camera_id](const Capture& entry) { return entry.camera_id == camera_id; });
+}
+
+void CameraServiceImpl::WaitForLeftovers(const Capture& entry) {
+  leftovers_.remove_if([](const Leftover& leftover) { return leftover.capture.expired(); });
+  for (const Leftover& leftover : leftovers_) {
+    const auto earlier = leftover.capture.lock();
+    if (earlier == nullptr) continue;
+    if (leftover.camera_id == entry.camera_id) entry.capture->WaitFor(earlier->camera_let_go());
+    if (leftover.writer == entry.writer.get()) entry.capture->WaitFor(earlier->writer_let_go());
+  }
 }
 
 // A start that was stopped meanwhile is no longer listed; it has been answered.
@@ -177,19 +251,20 @@ void CameraServiceImpl::OnOpened(std::uint64_t start_number, int error_code, int
 }
 
 void CameraServiceImpl::StopCaptureInto(const IPixelFrameTrackWriter* writer) {
-  captures_.remove_if([writer](Capture& entry) {
+  captures_.remove_if([this, writer](Capture& entry) {
     if (entry.writer.get() != writer) return false;
     StopAndAnswer(entry);
     return true;
   });
 }
 
-void CameraServiceImpl::StopAndAnswer(Capture& capture) {
-  if (capture.capture != nullptr) capture.capture->Stop();
-  if (!capture.on_started) return;
-  core::GetMainQueue()->Post(BindOnce(std::move(capture.on_started),
+void CameraServiceImpl::StopAndAnswer(Capture& entry) {
+  entry.capture->Stop();
+  leftovers_.push_back({std::move(entry.camera_id), entry.writer.get(), entry.capture});
+  if (!entry.on_started) return;
+  core::GetMainQueue()->Post(BindOnce(std::move(entry.on_started),
                                       static_cast<int>(CameraError::kCancelled),
-                                      MillisecondsSince(capture.started_at)));
+                                      MillisecondsSince(entry.started_at)));
 }
 
 void CameraServiceImpl::OnDevicesChanged() {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -15,12 +16,15 @@
 #include "media/camera/camera_source.h"
 #include "media/camera/capture_clock.h"
 #include "media/camera/directory_watcher.h"
+#include "media/camera/source_slot.h"
 #include "video/camera_service.h"
 
 namespace movra::media {
 
 // What a camera service is made of; tests put in parts of their own.
 struct CameraServiceParts {
+  // Called on threads of the service's own, several at a time. It belongs to them too: what it uses
+  // has to live for as long as it does itself, which may be longer than the service.
   CameraSourceFactory make_source;
   // The devices that come and go.
   std::function<std::vector<video::VideoDeviceInfo>()> list_devices;
@@ -35,12 +39,16 @@ struct CameraServiceParts {
 // "/dev/videoN" (media/camera/v4l2_camera.h). Error codes are CameraError values. Several captures
 // may run at once, also of one camera if it allows that; a capture is named by its writer.
 //
-// Main queue only. Callbacks are posted there and never run inside the call that takes them.
+// Main queue only. Callbacks are posted there and never run inside the call that takes them. No
+// operation opens or reads anything, nor waits for a thread that does: each capture has a thread of
+// its own, which may outlive its stop and the service for as long as its source keeps it. A start
+// that comes too early for the camera or the writer of such a thread waits for it on its own thread
+// (media/camera/camera_capture.h).
 class CameraServiceImpl final : public video::ICameraService,
                                 public std::enable_shared_from_this<CameraServiceImpl> {
  public:
   explicit CameraServiceImpl(CameraServiceParts parts);
-  // Stops what still runs; a start without an answer is answered as cancelled.
+  // Stops what still runs; starts and descriptions without an answer are answered as cancelled.
   ~CameraServiceImpl() override;
 
   // ICameraService
@@ -54,7 +62,8 @@ class CameraServiceImpl final : public video::ICameraService,
                    movra_base::OnceCallback<void()>&& on_stopped) override;
   void UpdateCaptureParams(const video::CameraParams& params) override;
   [[nodiscard]] std::uint32_t GetCaptureStat(const video::CameraParams& params) override;
-  [[nodiscard]] video::CameraInfo GetCameraInfo(const std::string& camera_id) override;
+  void DescribeCamera(const std::string& camera_id,
+                      movra_base::OnceCallback<void(video::CameraInfo)>&& on_info) override;
   void SetPlaybackParams(const std::string& camera_id,
                          const video::PlaybackParams& params) override;
   [[nodiscard]] bool IsAutoFocusEnabled() override;
@@ -69,7 +78,23 @@ class CameraServiceImpl final : public video::ICameraService,
     std::shared_ptr<video::IPixelFrameTrackWriter> writer;
     SteadyTime started_at;
     movra_base::OnceCallback<void(int, int)> on_started;  // Empty once it is answered.
-    std::unique_ptr<CameraCapture> capture;               // Null if there is no such camera.
+    std::shared_ptr<CameraCapture> capture;
+  };
+
+  // A capture that was stopped and may still be busy; null once nothing is left of it.
+  struct Leftover {
+    std::string camera_id;
+    const video::IPixelFrameTrackWriter* writer;
+    std::weak_ptr<CameraCapture> capture;
+  };
+
+  // A camera that is being looked at.
+  struct Description {
+    std::uint64_t number;
+    std::string camera_id;
+    video::PlaybackParams playback;
+    std::shared_ptr<SourceSlot> source;
+    movra_base::OnceCallback<void(video::CameraInfo)> on_info;
   };
 
   // A file that was looked at. Whoever asks what it is mostly plays it next, and opening it may
@@ -83,21 +108,26 @@ class CameraServiceImpl final : public video::ICameraService,
   };
 
   [[nodiscard]] video::PlaybackParams PlaybackOf(const std::string& camera_id) const;
-  [[nodiscard]] std::unique_ptr<CameraSource> MakeSource(const std::string& camera_id) const;
-  // The source that was described, if it is this one, or a new one; null for no camera.
-  [[nodiscard]] std::unique_ptr<CameraSource> TakeSource(const std::string& camera_id);
+  void OnDescribed(std::uint64_t number, video::CameraInfo info,
+                   std::unique_ptr<CameraSource> source);
   void ForgetDescribed(std::uint64_t number);
-  void PostOpened(std::uint64_t start_number, int error_code, SteadyTime started_at);
+  // Makes the source on the capture's thread, or hands over the one that was described.
+  [[nodiscard]] CameraCapture::MakeSource SourceMaker(const std::string& camera_id);
+  [[nodiscard]] std::shared_ptr<std::atomic<std::uint32_t>> CounterOf(const std::string& camera_id);
+  [[nodiscard]] std::ptrdiff_t CapturesOf(const std::string& camera_id) const;
+  void WaitForLeftovers(const Capture& entry);
   void OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms);
   void StopCaptureInto(const video::IPixelFrameTrackWriter* writer);
-  static void StopAndAnswer(Capture& capture);
+  void StopAndAnswer(Capture& entry);
   void OnDevicesChanged();
 
   const CameraServiceParts parts_;
 
   // The main queue's.
   std::list<Capture> captures_;
-  std::uint64_t last_start_number_ = 0;
+  std::list<Leftover> leftovers_;
+  std::list<Description> descriptions_;
+  std::uint64_t last_number_ = 0;  // Of a start or a description.
   std::map<std::string, video::PlaybackParams> playback_;
   std::map<std::string, std::shared_ptr<std::atomic<std::uint32_t>>> delivered_;
   std::vector<video::VideoDeviceInfo> devices_;  // As they were last listed.

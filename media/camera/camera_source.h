@@ -1,25 +1,17 @@
 #ifndef MOVRA_MEDIA_CAMERA_CAMERA_SOURCE_H_
 #define MOVRA_MEDIA_CAMERA_CAMERA_SOURCE_H_
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <variant>
 
+#include "media/camera/capture_request.h"
 #include "video/camera_service.h"
 #include "video/pixel_frame.h"
 #include "video/size.h"
 
 namespace movra::media {
-
-// What a capture is asked for; it may change from frame to frame.
-struct CaptureRequest {
-  video::Size size{};           // 0x0: the natural size.
-  std::int32_t frame_rate = 0;  // Frames per second at most; 0: all of them.
-
-  friend bool operator==(const CaptureRequest&, const CaptureRequest&) = default;
-};
 
 struct SourceFrame {
   video::PixelFrame frame;   // May still be rotated, have pixels that are not square, or be larger.
@@ -40,9 +32,12 @@ struct SourcePolicy {
 
 // One opened camera: where the frames of one capture come from.
 //
-// Life: made on the main queue; then Describe on that queue, or Open followed by Read until the end
-// on one other thread, or both in this order. It may be destroyed on either. Interrupt alone comes
-// from any thread at any time.
+// Life: Describe, or Open followed by Read until the end, or both in this order; on one thread at a
+// time, which is never the main queue's and may be another one behind Describe. Interrupt alone
+// comes from any thread at any time.
+//
+// What an operation throws is told in the log; a source that throws cannot be opened or read.
+// Nothing but Interrupt has to keep from it.
 //
 // A source delivers what it has. Dropping to the asked rate, scaling to the asked size, turning,
 // pacing and waiting for room are its caller's; the request tells a source that can choose (a
@@ -68,11 +63,11 @@ class CameraSource {
   [[nodiscard]] virtual SourceItem Read(const CaptureRequest& request) = 0;
 
   // Makes an Open or a Read that waits return soon, and any later one at once; what they return is
-  // not looked at. Any thread, any number of times.
+  // not looked at. Waits for nobody and calls nobody. Any thread, any number of times.
   virtual void Interrupt() = 0;
 };
 
-// Makes the source that an id names, or null when no kind of camera has such ids.
+// Makes the source that an id names, or null when no kind of camera has such ids. On any thread.
 using CameraSourceFactory = std::function<std::unique_ptr<CameraSource>(
     const std::string& camera_id, const video::PlaybackParams& playback)>;
 

@@ -1,6 +1,8 @@
 #include "media/camera/capture_for_test.h"
 
 #include <algorithm>
+#include <future>
+#include <memory>
 #include <utility>
 
 namespace movra::media {
@@ -94,9 +96,88 @@ void CollectingWriter::SetRoomCallback(std::function<void()> callback) {
   room_callback_ = std::move(callback);
 }
 
+void HeldWriter::WaitUntilWriting() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return writes_ > let_on_; });
+}
+
+void HeldWriter::LetOn() {
+  const std::lock_guard lock(mutex_);
+  ++let_on_;
+  changed_.notify_all();
+}
+
+int HeldWriter::writes() const {
+  const std::lock_guard lock(mutex_);
+  return writes_;
+}
+
+int HeldWriter::ends() const {
+  const std::lock_guard lock(mutex_);
+  return ends_;
+}
+
+int HeldWriter::most_inside() const {
+  const std::lock_guard lock(mutex_);
+  return most_inside_;
+}
+
+TrackWriteResult HeldWriter::Write(PixelFrame /*frame*/) {
+  std::unique_lock lock(mutex_);
+  const int number = ++writes_;
+  most_inside_ = std::max(most_inside_, ++inside_);
+  changed_.notify_all();
+  changed_.wait(lock, [&] { return let_on_ >= number; });
+  --inside_;
+  return TrackWriteResult::kAccepted;
+}
+
+void HeldWriter::WriteEnd(const StreamEnd& /*end*/) {
+  const std::lock_guard lock(mutex_);
+  ++ends_;
+}
+
 void SourceScript::WaitUntilWaiting() {
   std::unique_lock lock(mutex);
   changed.wait(lock, [this] { return waiting > 0; });
+}
+
+void SourceScript::WaitUntilInterrupted() {
+  std::unique_lock lock(mutex);
+  changed.wait(lock, [this] { return interrupted; });
+}
+
+void SourceScript::WaitUntilGone() {
+  std::unique_lock lock(mutex);
+  changed.wait(lock, [this] { return alive == 0; });
+}
+
+bool SourceScript::IsGone() {
+  const std::lock_guard lock(mutex);
+  return alive == 0;
+}
+
+void SourceScript::LetOn() {
+  const std::lock_guard lock(mutex);
+  let_on = true;
+  changed.notify_all();
+}
+
+ScriptedSource::ScriptedSource(std::shared_ptr<SourceScript> script) : script_(std::move(script)) {
+  const std::lock_guard lock(script_->mutex);
+  ++script_->alive;
+}
+
+ScriptedSource::~ScriptedSource() {
+  const std::lock_guard lock(script_->mutex);
+  --script_->alive;
+  script_->changed.notify_all();
+}
+
+video::CameraInfo ScriptedSource::Describe() {
+  std::unique_lock lock(script_->mutex);
+  if (script_->open_waits) WaitForInterruption(lock);
+  return script_->info;
 }
 
 video::CameraInfo ScriptedSource::Open(const CaptureRequest& request) {
@@ -111,7 +192,7 @@ SourceItem ScriptedSource::Read(const CaptureRequest& request) {
   script_->requests.push_back(request);
   if (script_->items.empty()) {
     WaitForInterruption(lock);
-    return StreamEnd{.error_code = -1, .reason = "interrupted"};
+    return script_->last_item;
   }
   SourceItem item = std::move(script_->items.front());
   script_->items.pop_front();
@@ -127,7 +208,14 @@ void ScriptedSource::Interrupt() {
 void ScriptedSource::WaitForInterruption(std::unique_lock<std::mutex>& lock) {
   ++script_->waiting;
   script_->changed.notify_all();
-  script_->changed.wait(lock, [this] { return script_->interrupted; });
+  script_->changed.wait(
+      lock, [this] { return script_->let_on || (script_->interrupted && !script_->is_deaf); });
+}
+
+void WaitFor(Release& release) {
+  const auto done = std::make_shared<std::promise<void>>();
+  release.Then([done] { done->set_value(); });
+  done->get_future().wait();
 }
 
 SourceFrame MakeSourceFrame(std::uint64_t sequence, int rate, video::Size size) {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "media/camera/camera_source.h"
+#include "media/camera/release.h"
 #include "media/frame/frame_pool.h"
 #include "video/pixel_frame_track.h"
 
@@ -60,30 +61,65 @@ class CollectingWriter final : public video::IPixelFrameTrackWriter {
   std::function<void()> room_callback_;
 };
 
+// A writer whose calls take as long as the test likes, and which tells when two threads are inside.
+class HeldWriter final : public video::IPixelFrameTrackWriter {
+ public:
+  // Until a write waits inside, and until it is let on; the next one waits again.
+  void WaitUntilWriting();
+  void LetOn();
+
+  [[nodiscard]] int writes() const;
+  [[nodiscard]] int ends() const;
+  [[nodiscard]] int most_inside() const;
+
+  // IPixelFrameTrackWriter
+  video::TrackWriteResult Write(video::PixelFrame frame) override;
+  void WriteEnd(const video::StreamEnd& end) override;
+
+ private:
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  // All guarded by mutex_.
+  int writes_ = 0;  // That were begun.
+  int let_on_ = 0;
+  int ends_ = 0;
+  int inside_ = 0;
+  int most_inside_ = 0;
+};
+
 // What a scripted source does, shared with the test because the capture owns the source.
 struct SourceScript {
   video::CameraInfo info;
   SourcePolicy policy{.delivery = video::FrameDelivery::kLossless, .paced = false};
   std::deque<SourceItem> items;  // Behind the last one Read waits to be interrupted.
-  bool open_waits = false;       // For an interruption.
+  SourceItem last_item = video::StreamEnd{.error_code = -1, .reason = "interrupted"};
+  bool open_waits = false;  // For an interruption.
+  bool is_deaf = false;     // Interruptions change nothing; LetOn ends what waits.
 
   std::mutex mutex;
   std::condition_variable changed;
   // Guarded by mutex.
   bool interrupted = false;
+  bool let_on = false;
   int waiting = 0;
+  int alive = 0;                         // Sources of this script.
   std::vector<CaptureRequest> requests;  // What each Open and Read was asked for.
 
   // Until the source waits in Open or behind its last item.
   void WaitUntilWaiting();
+  void WaitUntilInterrupted();
+  void WaitUntilGone();
+  [[nodiscard]] bool IsGone();
+  void LetOn();
 };
 
 class ScriptedSource final : public CameraSource {
  public:
-  explicit ScriptedSource(std::shared_ptr<SourceScript> script) : script_(std::move(script)) {}
+  explicit ScriptedSource(std::shared_ptr<SourceScript> script);
+  ~ScriptedSource() override;
 
   // CameraSource
-  [[nodiscard]] video::CameraInfo Describe() override { return script_->info; }
+  [[nodiscard]] video::CameraInfo Describe() override;
   [[nodiscard]] video::CameraInfo Open(const CaptureRequest& request) override;
   [[nodiscard]] SourcePolicy Policy() const override { return script_->policy; }
   [[nodiscard]] SourceItem Read(const CaptureRequest& request) override;
@@ -94,6 +130,9 @@ class ScriptedSource final : public CameraSource {
 
   const std::shared_ptr<SourceScript> script_;
 };
+
+// Until it is done.
+void WaitFor(Release& release);
 
 // A small picture, number `sequence` of a stream of `rate` frames per second.
 [[nodiscard]] SourceFrame MakeSourceFrame(std::uint64_t sequence, int rate = 30,

@@ -1,5 +1,7 @@
 #include "media/camera/clip_for_test.h"
 
+#include <sched.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +30,28 @@ void WriteFrame(std::FILE* out, const video::PixelFrame& frame) {
   }
 }
 
+// Programs that this thread starts meanwhile see one processor. What encoders write depends on how
+// many there are.
+class OneProcessor {
+ public:
+  OneProcessor() {
+    CPU_ZERO(&before_);
+    if (sched_getaffinity(0, sizeof before_, &before_) != 0) throw std::runtime_error("processors");
+    int first = 0;
+    while (!CPU_ISSET(first, &before_)) ++first;
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(first, &one);
+    sched_setaffinity(0, sizeof one, &one);
+  }
+  ~OneProcessor() { sched_setaffinity(0, sizeof before_, &before_); }
+  OneProcessor(const OneProcessor&) = delete;
+  OneProcessor& operator=(const OneProcessor&) = delete;
+
+ private:
+  cpu_set_t before_;
+};
+
 }  // namespace
 
 ClipDirectory::ClipDirectory() = default;
@@ -37,6 +61,7 @@ std::string ClipDirectory::Make(const std::string& name, const std::string& argu
   const std::string command = "cd '" + directory_.path().string() +
                               "' && ffmpeg -v error -y -f yuv4mpegpipe -i - " + arguments + " '" +
                               name + "'";
+  const OneProcessor one;
   std::FILE* const pipe = popen(command.c_str(), "w");
   if (pipe == nullptr) throw std::runtime_error("no pipe to ffmpeg");
   std::fprintf(pipe, "YUV4MPEG2 W%d H%d F30:1 Ip A1:1 C420mpeg2\n", size.width, size.height);
@@ -79,6 +104,7 @@ void ClipDirectory::SetDisplayMatrix(const std::string& path, int x_to_x, int x_
 void ClipDirectory::RunFfmpeg(const std::string& arguments) const {
   const std::string command =
       "cd '" + directory_.path().string() + "' && ffmpeg -v error -nostdin -y " + arguments;
+  const OneProcessor one;
   if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
 }
 

@@ -9,7 +9,9 @@
 
 namespace movra::media {
 
-// A directory of video files that the `ffmpeg` command line makes; it goes with the object.
+// A directory of video files that the `ffmpeg` command line makes; it goes with the object. With
+// one version of `ffmpeg` and its encoders the files are the same on every machine: no font,
+// locale, time zone or number of processors has a part in them.
 class ClipDirectory {
  public:
   ClipDirectory();  // Not defaulted here, or clang would not let a directory be const.

@@ -1,12 +1,9 @@
 #include "media/camera/clock_text.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstddef>
 #include <cstring>
-#include <memory>
-
-#include "media/dynamic/cairo_api.h"
 
 namespace movra::media {
 namespace {
@@ -15,55 +12,58 @@ constexpr std::string_view kCharacters = "0123456789:.# ";
 constexpr int kBlack = 16;
 constexpr int kWhite = 235;
 
-struct CairoDeleter {
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-  void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
+// Five columns and seven rows, the leftmost column in the highest bit. They are our own because a
+// picture that takes them from a font is another one on each machine.
+constexpr int kRows = 7;
+constexpr int kColumns = 5;
+using Glyph = std::array<std::uint8_t, kRows>;
+constexpr std::array<Glyph, kCharacters.size()> kGlyphs{{
+    {0b01110, 0b10001, 0b10011, 0b10101, 0b11001, 0b10001, 0b01110},
+    {0b00100, 0b01100, 0b00100, 0b00100, 0b00100, 0b00100, 0b01110},
+    {0b01110, 0b10001, 0b00001, 0b00010, 0b00100, 0b01000, 0b11111},
+    {0b11111, 0b00010, 0b00100, 0b00010, 0b00001, 0b10001, 0b01110},
+    {0b00010, 0b00110, 0b01010, 0b10010, 0b11111, 0b00010, 0b00010},
+    {0b11111, 0b10000, 0b11110, 0b00001, 0b00001, 0b10001, 0b01110},
+    {0b00110, 0b01000, 0b10000, 0b11110, 0b10001, 0b10001, 0b01110},
+    {0b11111, 0b00001, 0b00010, 0b00100, 0b01000, 0b01000, 0b01000},
+    {0b01110, 0b10001, 0b10001, 0b01110, 0b10001, 0b10001, 0b01110},
+    {0b01110, 0b10001, 0b10001, 0b01111, 0b00001, 0b00010, 0b01100},
+    {0b00000, 0b00100, 0b00100, 0b00000, 0b00100, 0b00100, 0b00000},
+    {0b00000, 0b00000, 0b00000, 0b00000, 0b00000, 0b01100, 0b01100},
+    {0b01010, 0b01010, 0b11111, 0b01010, 0b11111, 0b01010, 0b01010},
+    {},
+}};
+
+// A box is a glyph with a row above it and one below, and a column behind it.
+constexpr int kBoxRows = kRows + 2;
+constexpr int kBoxColumns = kColumns + 1;
+constexpr int kSubsamples = 4;  // To each side of a pixel; they smooth the edges.
+
+bool IsLit(const Glyph& glyph, int row, int column) {
+  if (row < 0 || row >= kRows || column >= kColumns) return false;
+  return (glyph[static_cast<std::size_t>(row)] >> (kColumns - 1 - column) & 1) != 0;
+}
+
+std::uint8_t Sample(const Glyph& glyph, const video::Size& box, int x, int y) {
+  int lit = 0;
+  for (int part = 0; part < kSubsamples * kSubsamples; ++part) {
+    const int row = (y * kSubsamples + part / kSubsamples) * kBoxRows;
+    const int column = (x * kSubsamples + part % kSubsamples) * kBoxColumns;
+    lit += IsLit(glyph, row / (box.height * kSubsamples) - 1, column / (box.width * kSubsamples))
+               ? 1
+               : 0;
+  }
+  return static_cast<std::uint8_t>(kBlack + (kWhite - kBlack) * lit / (kSubsamples * kSubsamples));
+}
 
 }  // namespace
 
 ClockText::ClockText(int height) {
-  glyph_ = {std::max(height, 8), std::max(height, 8)};
-  // Without Cairo the boxes stay empty: a picture without its clock is still a picture.
-  if (LoadCairo().empty()) DrawGlyphs();
-  const auto pixels =
-      static_cast<std::size_t>(glyph_.width) * static_cast<std::size_t>(glyph_.height);
-  samples_.resize(pixels * kCharacters.size(), kBlack);
-}
-
-void ClockText::DrawGlyphs() {
-  const int count = static_cast<int>(kCharacters.size());
-  const double font_size = glyph_.height * 0.9;
-  // Wide enough for any font's digits; the box is cut to the widest glyph below.
-  const std::unique_ptr<cairo_surface_t, CairoDeleter> surface(
-      cairo_image_surface_create(CAIRO_FORMAT_A8, glyph_.height * 2, glyph_.height * count));
-  const std::unique_ptr<cairo_t, CairoDeleter> context(cairo_create(surface.get()));
-  cairo_select_font_face(context.get(), "monospace", CAIRO_FONT_SLANT_NORMAL,
-                         CAIRO_FONT_WEIGHT_BOLD);
-  cairo_set_font_size(context.get(), font_size);
-  cairo_font_extents_t font;
-  cairo_font_extents(context.get(), &font);
-  const int baseline =
-      static_cast<int>(std::lround((glyph_.height + font.ascent - font.descent) / 2));
-  double widest = 1;
-  for (int i = 0; i < count; ++i) {
-    const char text[] = {kCharacters[static_cast<std::size_t>(i)], '\0'};
-    cairo_text_extents_t extents;
-    cairo_text_extents(context.get(), text, &extents);
-    widest = std::max(widest, extents.x_advance);
-    cairo_move_to(context.get(), 0, i * glyph_.height + baseline);
-    cairo_show_text(context.get(), text);
-  }
-  cairo_surface_flush(surface.get());
-  glyph_.width = std::min(static_cast<int>(std::ceil(widest)), glyph_.height * 2);
-
-  const unsigned char* const coverage = cairo_image_surface_get_data(surface.get());
-  const int stride = cairo_image_surface_get_stride(surface.get());
-  if (coverage == nullptr) return;
-  for (int y = 0; y < glyph_.height * count; ++y) {
-    for (int x = 0; x < glyph_.width; ++x) {
-      const int share = coverage[std::ptrdiff_t{y} * stride + x];
-      samples_.push_back(static_cast<std::uint8_t>(kBlack + (kWhite - kBlack) * share / 255));
+  glyph_.height = std::max(height, 8);
+  glyph_.width = glyph_.height * kBoxColumns / kBoxRows;
+  for (const Glyph& glyph : kGlyphs) {
+    for (int y = 0; y < glyph_.height; ++y) {
+      for (int x = 0; x < glyph_.width; ++x) samples_.push_back(Sample(glyph, glyph_, x, y));
     }
   }
 }

@@ -9,8 +9,9 @@
 
 namespace movra::media {
 
-// Draws digits and the signs ":", "." and "#" into luma, light on dark, each in a box of one size.
-// The glyphs are drawn once; a line of text then costs a copy of some rows.
+// Draws digits and the signs ":", "." and "#" into luma, light on dark, each in a box of one size,
+// and the same on every machine. The glyphs are drawn once; a line of text then costs a copy of
+// some rows.
 class ClockText {
  public:
   // The height of a box in pixels, at least 8.
@@ -24,8 +25,6 @@ class ClockText {
             std::string_view text) const;
 
  private:
-  void DrawGlyphs();
-
   video::Size glyph_;
   std::vector<std::uint8_t> samples_;  // The boxes below one another, without gaps.
 };

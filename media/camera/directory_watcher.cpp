@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace movra::media {
@@ -26,7 +27,10 @@ DirectoryWatcher::DirectoryWatcher(const std::string& directory, std::string pre
   constexpr std::uint32_t kChanges =
       IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM | IN_ATTRIB;
   if (inotify_add_watch(events_, directory.c_str(), kChanges | IN_ONLYDIR) < 0) return;
-  thread_ = std::thread([this] { Run(); });
+  try {
+    thread_ = std::thread([this] { Run(); });
+  } catch (const std::system_error&) {  // There is none to be had; so nothing is watched.
+  }
 }
 
 DirectoryWatcher::~DirectoryWatcher() {

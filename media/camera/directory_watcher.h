@@ -10,7 +10,8 @@ namespace movra::media {
 // Tells when entries of a directory whose names begin with a prefix come, go or change their
 // rights. Several changes may be told as one.
 //
-// Made and destroyed on one thread. Where directories cannot be watched nothing is ever told.
+// Made and destroyed on one thread. Where directories cannot be watched, or nothing is left to do
+// it with, nothing is ever told.
 class DirectoryWatcher {
  public:
   // `on_change` is called on a thread of the watcher's own, and not after its destruction.

@@ -1,11 +1,14 @@
 #include "media/camera/directory_watcher.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <semaphore>
 
 #include <gtest/gtest.h>
 
+#include "core/no_more_threads_for_test.h"
+#include "media/open_descriptors_for_test.h"
 #include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
@@ -49,6 +52,33 @@ TEST_F(DirectoryWatcherTest, TellsNothingOfOtherEntries) {
 TEST_F(DirectoryWatcherTest, WatchesNothingWhereThereIsNoDirectory) {
   const DirectoryWatcher watcher(directory_ / "none", "video", [] {});
   EXPECT_FALSE(watcher.watching());
+}
+
+TEST_F(DirectoryWatcherTest, TellsWhenAnEntryThatIsThereGetsItsRights) {
+  Touch("video0");
+  const DirectoryWatcher watcher(directory_.path(), "video", [this] { changes_.release(); });
+  fs::permissions(directory_ / "video0", fs::perms::owner_read);
+  changes_.acquire();
+}
+
+TEST_F(DirectoryWatcherTest, LeavesNothingOpen) {
+  const std::size_t files = OpenDescriptors().size();
+  {
+    const DirectoryWatcher watcher(directory_.path(), "video", [] {});
+    const DirectoryWatcher idle(directory_ / "none", "video", [] {});
+    EXPECT_EQ(OpenDescriptors().size(), files + 4);
+  }
+  EXPECT_EQ(OpenDescriptors().size(), files);
+}
+
+TEST_F(DirectoryWatcherTest, WatchesNothingWhereThereIsNoThreadToBeHad) {
+  const std::size_t files = OpenDescriptors().size();
+  {
+    const core::NoMoreThreads none;
+    const DirectoryWatcher watcher(directory_.path(), "video", [] {});
+    EXPECT_FALSE(watcher.watching());
+  }
+  EXPECT_EQ(OpenDescriptors().size(), files);
 }
 
 }  // namespace

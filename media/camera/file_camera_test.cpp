@@ -110,7 +110,13 @@ TEST_F(FileCameraTest, StopsWhileItWaitsForRoom) {
 
 TEST_F(FileCameraTest, DeliversTheWholeUprightPictureInTheAskedSize) {
   CameraParams params = Params(clips_.MakeTurned("turned.mp4", 5, {640, 360}));
-  EXPECT_EQ(service_->GetCameraInfo(params.camera_id).natural_size, (Size{640, 360}));
+  video::CameraInfo info;
+  service_->DescribeCamera(params.camera_id, movra_base::BindOnce([&](video::CameraInfo found) {
+                             info = std::move(found);
+                             loop_->Quit();
+                           }));
+  loop_->Run();
+  EXPECT_EQ(info.natural_size, (Size{640, 360}));
   params.width = 320;
   params.height = 100;
   Start(params, writer_);

@@ -13,8 +13,9 @@ namespace movra::media {
 struct FileReading {
   std::uint64_t delivered_frames = 0;
   std::uint64_t damaged_frames = 0;
-  std::chrono::nanoseconds duration{0};  // Up to the end of the last frame.
-  bool broken_off = false;               // The file ends before its video does.
+  std::chrono::nanoseconds duration{0};         // Up to the end of the last frame.
+  std::chrono::nanoseconds stated_duration{0};  // That the file says it has; 0: it does not.
+  bool broken_off = false;                      // The file ends before its video does.
 };
 
 // The end mark that says so, to programs and to people.

@@ -20,7 +20,9 @@ PipeInput::~PipeInput() {
 }
 
 int PipeInput::Open(const std::string& path) {
-  fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (wake_fd_ < 0) return AVERROR(EMFILE);  // Or reading could not be interrupted.
+  // Without waiting for a writer: that is left to reading, which can be interrupted.
+  fd_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (fd_ < 0) return AVERROR(errno);
   constexpr int kBufferBytes = 1 << 16;
   auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
@@ -45,7 +47,7 @@ int PipeInput::Read(void* self, std::uint8_t* buffer, int size) {
     const ssize_t bytes = read(input.fd_, buffer, static_cast<std::size_t>(size));
     if (bytes > 0) return static_cast<int>(bytes);
     if (bytes == 0) return AVERROR_EOF;
-    if (errno != EINTR) return AVERROR(errno);
+    if (errno != EINTR && errno != EAGAIN) return AVERROR(errno);
   }
 }
 

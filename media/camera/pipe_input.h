@@ -8,8 +8,8 @@
 
 namespace movra::media {
 
-// The bytes of a named pipe, for FFmpeg to read. FFmpeg's own way waits for a writer that stalls
-// until it writes again, whatever happens meanwhile; this one can be interrupted.
+// The bytes of a named pipe, for FFmpeg to read. FFmpeg's own way waits for a writer to come, and
+// for one that stalls to write again, whatever happens meanwhile; this one can be interrupted.
 //
 // One thread at a time, Interrupt apart.
 class PipeInput {
@@ -19,7 +19,7 @@ class PipeInput {
   PipeInput(const PipeInput&) = delete;
   PipeInput& operator=(const PipeInput&) = delete;
 
-  // Once; waits for a writer, which cannot be interrupted. 0 or FFmpeg's error.
+  // Once; does not wait for a writer. 0 or FFmpeg's error.
   [[nodiscard]] int Open(const std::string& path);
 
   // What FFmpeg reads from; null unless open.

@@ -13,6 +13,7 @@
 #include "media/camera/clip_for_test.h"
 #include "media/camera/frame_marker.h"
 #include "media/camera/video_file_decoder.h"
+#include "media/open_descriptors_for_test.h"
 
 // Video that comes through a named pipe.
 
@@ -95,6 +96,16 @@ TEST_F(PipeInputTest, AWriterThatStallsIsWaitedForUntilTheReaderIsInterrupted) {
   interrupter.join();
   end.set_value();
   writer.join();
+}
+
+TEST_F(PipeInputTest, AWriterThatDoesNotComeIsWaitedForUntilTheReaderIsInterrupted) {
+  {
+    VideoFileDecoder decoder;
+    std::thread opener([&] { EXPECT_NE(decoder.Open(pipe_).error_code, 0); });
+    decoder.Interrupt();
+    opener.join();
+  }
+  EXPECT_FALSE(IsOpen(pipe_));
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ namespace {
 
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using video::CameraInfo;
 using video::PixelFrame;
@@ -223,6 +224,22 @@ TEST_F(V4l2CameraTest, EndsWhenTheDeviceFailsAgainAndAgain) {
   for (; std::holds_alternative<std::monostate>(item); item = camera_->Read({})) ++nothing;
   EXPECT_EQ(nothing, 29);
   EXPECT_EQ(std::get<StreamEnd>(item).error_code, Code(CameraError::kReadFailed));
+}
+
+TEST_F(V4l2CameraTest, GoesOnAsLongAsFramesComeBetweenTheFailures) {
+  ASSERT_EQ(Open().error_code, 0);
+  for (int i = 0; i < 20; ++i) PushError(EIO);
+  Push(0);
+  for (int i = 0; i < 20; ++i) PushError(EIO);
+  Push(1);
+  std::vector<std::uint32_t> numbers;
+  while (numbers.size() < 2) {
+    const SourceItem item = camera_->Read({});
+    ASSERT_FALSE(std::holds_alternative<StreamEnd>(item)) << numbers.size();
+    const auto* const source = std::get_if<SourceFrame>(&item);
+    if (source != nullptr) numbers.push_back(ReadFrameMarker(source->frame).value_or(99));
+  }
+  EXPECT_THAT(numbers, ElementsAre(0u, 1u));
 }
 
 TEST_F(V4l2CameraTest, IsInterruptedWhileItWaitsForAFrame) {

@@ -23,6 +23,8 @@ class SystemV4l2Io final : public V4l2Io {
 
   // V4l2Io
   [[nodiscard]] int Open(const std::string& path) override {
+    if (stop_ < 0) return EMFILE;  // Nothing could end a wait.
+    if (device_ >= 0) close(device_);
     device_ = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     return device_ < 0 ? errno : 0;
   }

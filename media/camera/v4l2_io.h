@@ -17,7 +17,7 @@ class V4l2Io {
  public:
   virtual ~V4l2Io() = default;
 
-  // Once, before anything else.
+  // Before anything else. A device that is open already is closed first.
   [[nodiscard]] virtual int Open(const std::string& path) = 0;
   // ioctl, repeated when a signal interrupts it.
   [[nodiscard]] virtual int Control(unsigned long request, void* argument) = 0;

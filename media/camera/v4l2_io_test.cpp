@@ -2,14 +2,19 @@
 
 #include <fcntl.h>
 #include <linux/videodev2.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <thread>
 
 #include <gtest/gtest.h>
 
+#include "media/camera/v4l2_camera.h"
+#include "media/camera/v4l2_devices.h"
+#include "media/open_descriptors_for_test.h"
 #include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
@@ -22,6 +27,36 @@ TEST(V4l2Io, ReportsWhatCannotBeOpenedOrAsked) {
   v4l2_capability capability{};
   EXPECT_EQ(io->Control(VIDIOC_QUERYCAP, &capability), ENOTTY);
   EXPECT_EQ(io->Map(4096, 0), nullptr);
+}
+
+TEST(V4l2Io, LeavesNothingOpen) {
+  const std::size_t files = OpenDescriptors().size();
+  {
+    const auto io = MakeV4l2Io();
+    ASSERT_EQ(io->Open("/dev/null"), 0);
+    const std::size_t opened = OpenDescriptors().size();
+    ASSERT_EQ(io->Open("/dev/null"), 0);
+    EXPECT_EQ(OpenDescriptors().size(), opened);
+    EXPECT_EQ(io->Open("/dev/no-such-device"), ENOENT);
+  }
+  EXPECT_EQ(OpenDescriptors().size(), files);
+  const TemporaryDirectory directory;
+  directory.Write("video0", "not a device");
+  EXPECT_TRUE(ListV4l2Devices(directory.path().string(), MakeV4l2Io).empty());
+  EXPECT_NE(V4l2Camera(directory / "video0", MakeV4l2Io()).Open({}).error_code, 0);
+  EXPECT_EQ(OpenDescriptors().size(), files);
+}
+
+// A camera that could not be interrupted would never be let go of.
+TEST(V4l2Io, OpensNothingWhereADescriptorIsMissingToInterruptItBy) {
+  rlimit usual{};
+  getrlimit(RLIMIT_NOFILE, &usual);
+  rlimit none = usual;
+  none.rlim_cur = 0;
+  setrlimit(RLIMIT_NOFILE, &none);
+  const auto io = MakeV4l2Io();
+  setrlimit(RLIMIT_NOFILE, &usual);
+  EXPECT_EQ(io->Open("/dev/null"), EMFILE);
 }
 
 // A pipe stands for the device: it becomes readable when somebody writes into it.

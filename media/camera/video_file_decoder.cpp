@@ -11,6 +11,7 @@
 #include "media/camera/file_check.h"
 #include "media/camera/file_end.h"
 #include "media/camera/picture_size.h"
+#include "media/camera/stream_time.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
@@ -61,31 +62,20 @@ bool IsInterlaced(AVFieldOrder order) {
   return order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
 }
 
-bool IsMp4(const AVFormatContext& container) {
-  return std::string_view(container.iformat->name).starts_with("mov,");
+bool IsHdr(AVColorTransferCharacteristic transfer) {
+  return transfer == AVCOL_TRC_SMPTE2084 || transfer == AVCOL_TRC_ARIB_STD_B67;
 }
 
-bool IsY4m(const AVFormatContext& container) {
-  return std::string_view(container.iformat->name) == "yuv4mpegpipe";
-}
+// Of a picture; those behind it follow by a nanosecond.
+constexpr nanoseconds kLatest{2 * kFurthestTime};
 
-nanoseconds InNanoseconds(std::int64_t value, AVRational unit) {
-  return nanoseconds(av_rescale_q(value, unit, kNanoseconds));
-}
-
-// The duration of the stream alone, which Matroska states as a tag of the form 00:00:02.000000000.
-std::optional<nanoseconds> TaggedDuration(const AVStream& stream) {
-  const AVDictionaryEntry* const tag = av_dict_get(stream.metadata, "DURATION", nullptr, 0);
-  std::int64_t microseconds = 0;
-  if (tag == nullptr || av_parse_time(&microseconds, tag->value, 1) < 0) return std::nullopt;
-  return std::chrono::microseconds(microseconds);
+void BoundTimes(AVPacket& packet) {
+  if (packet.pts != AV_NOPTS_VALUE) packet.pts = BoundedTime(packet.pts);
+  if (packet.dts != AV_NOPTS_VALUE) packet.dts = BoundedTime(packet.dts);
+  packet.duration = BoundedTime(packet.duration);
 }
 
 }  // namespace
-
-int VideoFileDecoder::IsInterrupted(void* decoder) {
-  return static_cast<VideoFileDecoder*>(decoder)->interrupted_ ? 1 : 0;
-}
 
 CameraInfo VideoFileDecoder::Open(const std::string& path) {
   path_ = path;
@@ -94,10 +84,15 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
   if (const std::string error = LoadFfmpeg(); !error.empty()) {
     return Failure(CameraError::kUnavailable, error);
   }
-  if (const int error = OpenContainer(path, check.is_pipe); error != 0) {
-    return Failure(
-        CameraError::kNotAVideo,
-        "'" + path + "' is not a video, or its beginning is damaged (" + ErrorText(error) + ")");
+  if (check.is_pipe) {
+    if (const int error = pipe_.Open(path); error != 0) {
+      return Failure(CameraError::kCannotOpen,
+                     "'" + path + "' cannot be opened (" + ErrorText(error) + ")");
+    }
+  }
+  const auto failure = container_.Open(path, pipe_.context(), &interrupted_);
+  if (failure.error != CameraError::kNone) {
+    return Failure(failure.error, "'" + path + "' " + failure.text);
   }
   const AVCodec* decoder = nullptr;
   const int index = av_find_best_stream(container_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
@@ -105,10 +100,8 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
     return Failure(CameraError::kUnsupported,
                    "'" + path + "' holds video that nothing here can decode");
   }
-  // A text file passes for a drawing made of characters, and a song's cover for a video.
-  const bool only_text = std::string_view(container_->iformat->name) == "tty";
-  if (index < 0 || only_text ||
-      (container_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+  // A song's cover passes for a video.
+  if (index < 0 || (container_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
     return Failure(CameraError::kNotAVideo, "'" + path + "' has no video in it");
   }
   stream_ = container_->streams[index];
@@ -118,26 +111,15 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
                        " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
   }
   orientation_ = OrientationOf(*stream_);
-  return Describe();
-}
-
-int VideoFileDecoder::OpenContainer(const std::string& path, bool is_pipe) {
-  if (is_pipe) {
-    if (const int error = pipe_.Open(path); error != 0) return error;
+  account_.Open(*container_, *stream_);
+  CameraInfo info = Describe();
+  // These two are told how long they are by what there is of them.
+  const std::string_view name = container_->iformat->name;
+  const bool is_measured = name == "avi" || name == "gif";
+  if (container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM && !is_measured) {
+    stated_duration_ = info.duration;
   }
-  AVFormatContext* context = avformat_alloc_context();
-  if (context == nullptr) return AVERROR(ENOMEM);
-  context->interrupt_callback = {&IsInterrupted, this};
-  context->pb = pipe_.context();
-  // The prefix keeps a file whose name looks like an address from being taken for one. The context
-  // is freed where this fails.
-  const std::string url = "file:" + path;
-  if (const int error = avformat_open_input(&context, url.c_str(), nullptr, nullptr); error < 0) {
-    return error;
-  }
-  container_.reset(context);
-  const int error = avformat_find_stream_info(context, nullptr);
-  return std::min(error, 0);
+  return info;
 }
 
 int VideoFileDecoder::OpenDecoder() {
@@ -156,6 +138,8 @@ int VideoFileDecoder::OpenDecoder() {
   codec_->thread_count = threads_;
   // Frames that lack what they are predicted from come out too, marked, so that they are counted.
   codec_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+  codec_->err_recognition |= AV_EF_CRCCHECK;
+  codec_->opaque = &complaints_;
   return std::min(avcodec_open2(codec_.get(), decoder, nullptr), 0);
 }
 
@@ -177,6 +161,8 @@ CameraInfo VideoFileDecoder::Describe() const {
     info.duration = InNanoseconds(container_->duration, AV_TIME_BASE_Q);
   }
   info.is_interlaced = IsInterlaced(parameters.field_order);
+  info.has_alpha = HasAlpha(parameters.format);
+  info.is_hdr = IsHdr(parameters.color_trc);
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     info.has_audio =
         info.has_audio || container_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
@@ -185,16 +171,22 @@ CameraInfo VideoFileDecoder::Describe() const {
 }
 
 SourceItem VideoFileDecoder::Next() {
+  if (plays_only_ && !interrupted_) return NextOfStill();
   while (!interrupted_) {
     AvFramePtr frame(av_frame_alloc());
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
     if (result == AVERROR(EAGAIN)) {
       FeedDecoder();
     } else if (result == AVERROR_EOF) {
+      told_missing_ = account_.Missing();
+      CountDamage(told_missing_);
       return End();
-    } else if (result < 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
-               frame->decode_error_flags != 0) {
+    } else if (result < 0) {
+      account_.TakeError();
       CountDamage();
+    } else if (!IsWhole(*frame)) {
+      // What was cut off before the first picture was left out on purpose.
+      if (!account_.IsBeforeTheFirst(*frame)) CountDamage();
     } else if (auto item = Deliver(std::move(frame))) {
       return std::move(*item);
     }
@@ -202,53 +194,49 @@ SourceItem VideoFileDecoder::Next() {
   return std::monostate();
 }
 
+bool VideoFileDecoder::IsWhole(const AVFrame& frame) {
+  account_.TakePicture(frame);
+  // H.264 marks each picture that it had to make up; what it complains of besides, at the seams of
+  // recordings that were put together, shows nowhere.
+  const bool complained =
+      complaints_.Take(frame.reordered_opaque) && stream_->codecpar->codec_id != AV_CODEC_ID_H264;
+  return !complained && (frame.flags & AV_FRAME_FLAG_CORRUPT) == 0 && frame.decode_error_flags == 0;
+}
+
 void VideoFileDecoder::FeedDecoder() {
   for (;;) {
     const int read = av_read_frame(container_.get(), packet_.get());
     if (read < 0) {
-      broken_off_ = broken_off_ || read != AVERROR_EOF || EndsEarly();
+      const bool ends_early = account_.EndsEarly();
+      broken_off_ = broken_off_ || read != AVERROR_EOF || ends_early;
       // No packet at all asks the decoder for the frames that it still holds.
       static_cast<void>(avcodec_send_packet(codec_.get(), nullptr));
       return;
     }
+    BoundTimes(*packet_);
     const bool wanted = packet_->stream_index == stream_->index;
     int sent = 0;
     if (wanted) {
-      TrackPacket();
+      Account(*packet_);
       sent = avcodec_send_packet(codec_.get(), packet_.get());
     }
     av_packet_unref(packet_.get());
-    if (sent < 0) CountDamage();
+    if (sent < 0) {
+      account_.TakeError();
+      CountDamage();
+    }
     if (wanted) return;
   }
 }
 
-void VideoFileDecoder::TrackPacket() {
-  last_packet_incomplete_ = (packet_->flags & AV_PKT_FLAG_CORRUPT) != 0;
-  last_packet_end_ = packet_->pos + packet_->size;
+void VideoFileDecoder::Account(const AVPacket& packet) {
   if (!first_packet_dts_) {
-    first_packet_dts_ = packet_->dts != AV_NOPTS_VALUE ? packet_->dts : packet_->pts;
+    first_packet_dts_ = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
   }
-  if (packet_->pts == AV_NOPTS_VALUE) return;
-  earliest_pts_ = std::min(earliest_pts_.value_or(packet_->pts), packet_->pts);
-  latest_pts_end_ = std::max(latest_pts_end_, packet_->pts + packet_->duration);
-}
-
-bool VideoFileDecoder::EndsEarly() const {
-  if (last_packet_incomplete_) return true;
-  // Here the library keeps quiet about a last picture that is not whole.
-  if (IsY4m(*container_)) return avio_seek(container_->pb, 0, SEEK_CUR) > last_packet_end_;
-  // MP4 says so itself, and may hold less than its duration where it was edited. In other
-  // containers only a duration that the file states can be held against what there was.
-  const bool stated = container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM;
-  if (!stated || !earliest_pts_ || IsMp4(*container_)) return false;
-  const nanoseconds there = InNanoseconds(latest_pts_end_ - *earliest_pts_, stream_->time_base);
-  if (const auto video_duration = TaggedDuration(*stream_)) {
-    return there + milliseconds(200) < *video_duration;
-  }
-  // The longest stream of the file may be another one.
-  return stream_->duration > 0 &&
-         there + seconds(1) < InNanoseconds(stream_->duration, stream_->time_base);
+  CountDamage(account_.TakePacket(packet));
+  // Nothing tells of a picture that the container could not give whole, but this mark.
+  codec_->reordered_opaque = ++packets_;
+  if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0) complaints_.Add(packets_);
 }
 
 std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
@@ -266,9 +254,11 @@ std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   info.rotation = orientation.rotation;
   info.sequence = next_sequence_++;
   info.damaged_frames = damaged_frames_;
-  return SourceFrame{wrapped.WithInfo(info),
-                     UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
-                     orientation.mirror};
+  SourceFrame item{wrapped.WithInfo(info),
+                   UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
+                   orientation.mirror};
+  only_ = delivered_ == 1 ? std::optional(item) : std::nullopt;
+  return item;
 }
 
 // What a picture says of itself goes before what the container says of all, up to the next picture
@@ -281,23 +271,29 @@ Orientation VideoFileDecoder::OrientationNow(const AVFrame& frame) {
 }
 
 nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {
-  const nanoseconds expected = last_timestamp_ + last_duration_;
+  const nanoseconds expected = ExpectedTime();
   nanoseconds timestamp = expected;
-  if (const std::int64_t pts = frame.best_effort_timestamp; pts != AV_NOPTS_VALUE) {
+  if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
+    const std::int64_t pts = BoundedTime(frame.best_effort_timestamp);
     if (!first_pts_) first_pts_ = pts;
     timestamp = pass_start_ + InNanoseconds(pts - *first_pts_, stream_->time_base);
-    // Recordings put one behind the other begin to count anew.
-    if (delivered_ > 0 && IsAnotherClock(timestamp - expected)) {
+    // Recordings put one behind the other begin to count anew. What the picture before said of its
+    // length is no measure: where a pause was cut out, it still says the length of the pause.
+    if (delivered_ > 0 && IsAnotherClock(timestamp - last_timestamp_)) {
       pass_start_ = expected;
       first_pts_ = pts;
       timestamp = expected;
     }
   }
-  // Broken files stamp two frames alike, or backwards.
-  timestamp = std::max(timestamp, last_timestamp_ + nanoseconds(1));
+  // Broken files stamp two frames alike, or backwards, or at the end of time.
+  timestamp = std::max(std::min(timestamp, kLatest), last_timestamp_ + nanoseconds(1));
   last_timestamp_ = timestamp;
   last_duration_ = FrameDuration(frame);
   return timestamp;
+}
+
+nanoseconds VideoFileDecoder::ExpectedTime() const {
+  return std::min(last_timestamp_ + last_duration_, kLatest);
 }
 
 bool VideoFileDecoder::IsAnotherClock(nanoseconds jump) const {
@@ -313,6 +309,11 @@ nanoseconds VideoFileDecoder::FrameDuration(const AVFrame& frame) const {
 }
 
 bool VideoFileDecoder::Rewind() {
+  if (only_ && !broken_off_ && damaged_frames_ == 0) {
+    // Asked for again, some containers of a single picture give none.
+    plays_only_ = only_waits_ = true;
+    return true;
+  }
   // What came through a pipe is gone.
   if (delivered_ == 0 || pipe_.context() != nullptr) return false;
   // By the decoding time: what is decoded first is often shown later.
@@ -323,22 +324,36 @@ bool VideoFileDecoder::Rewind() {
   }
   avcodec_flush_buffers(codec_.get());
   // No end mark will tell of what the file lacks.
-  if (std::exchange(broken_off_, false)) CountDamage();
-  pass_start_ = last_timestamp_ + last_duration_;
+  if (std::exchange(broken_off_, false) && told_missing_ == 0) CountDamage();
+  account_.Rewind();
+  pass_start_ = ExpectedTime();
   first_pts_.reset();
   return true;
+}
+
+SourceItem VideoFileDecoder::NextOfStill() {
+  if (!std::exchange(only_waits_, false)) return End();
+  last_timestamp_ = std::max(ExpectedTime(), last_timestamp_ + nanoseconds(1));
+  ++delivered_;
+  SourceFrame again = *only_;
+  video::PixelFrameInfo info = again.frame.info();
+  info.timestamp = last_timestamp_;
+  info.sequence = next_sequence_++;
+  again.frame = again.frame.WithInfo(info);
+  return again;
 }
 
 StreamEnd VideoFileDecoder::End() const {
   return EndOfFile(path_, {.delivered_frames = delivered_,
                            .damaged_frames = damaged_frames_,
-                           .duration = last_timestamp_ + last_duration_,
+                           .duration = ExpectedTime(),
+                           .stated_duration = stated_duration_,
                            .broken_off = broken_off_});
 }
 
-void VideoFileDecoder::CountDamage() {
-  ++damaged_frames_;
-  ++next_sequence_;
+void VideoFileDecoder::CountDamage(std::uint64_t frames) {
+  damaged_frames_ += frames;
+  next_sequence_ += frames;
 }
 
 }  // namespace movra::media

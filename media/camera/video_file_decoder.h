@@ -9,7 +9,10 @@
 
 #include "media/camera/av_frame_wrapper.h"
 #include "media/camera/camera_source.h"
+#include "media/camera/file_account.h"
 #include "media/camera/pipe_input.h"
+#include "media/camera/video_container.h"
+#include "media/ffmpeg/decoder_complaints.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/frame/orient_frame.h"
 #include "video/camera_service.h"
@@ -31,7 +34,8 @@ namespace movra::media {
 // on the way.
 //
 // Damage: what cannot be decoded, or only with made-up parts, is left out, counted, and leaves a
-// gap in the sequence numbers; decoding goes on behind it. The end says how much there was, and its
+// gap in the sequence numbers; decoding goes on behind it. So is what the container says that there
+// is and that never came (media/camera/file_account.h). The end says how much there was, and its
 // error code is CameraError::kBrokenOff when the file ends before its video does, kNothingDecoded
 // when there was none to be had.
 //
@@ -50,7 +54,8 @@ class VideoFileDecoder {
 
   // Goes back to the first frame. Time stamps and sequence numbers go on: the frames that follow
   // are stamped as if the file were stored twice. A file that breaks off counts as one damaged
-  // frame more. False if it cannot go back, or had no frame to show.
+  // frame more, where it is not known how many it lacks. The picture of a file that holds but one
+  // is given again without reading it. False if it cannot go back, or had no frame to show.
   [[nodiscard]] bool Rewind();
 
   // Makes Open and Next give up soon. Any thread.
@@ -60,31 +65,33 @@ class VideoFileDecoder {
   }
 
  private:
-  static int IsInterrupted(void* decoder);
-
-  // These answer 0 or FFmpeg's error.
-  int OpenContainer(const std::string& path, bool is_pipe);
+  // 0 or FFmpeg's error.
   int OpenDecoder();
   [[nodiscard]] video::CameraInfo Describe() const;
 
   void FeedDecoder();
-  // Notes how far the file reaches.
-  void TrackPacket();
-  [[nodiscard]] bool EndsEarly() const;
+  // Before the packet goes to the decoder.
+  void Account(const AVPacket& packet);
+  // Whether nothing in the picture was made up.
+  [[nodiscard]] bool IsWhole(const AVFrame& frame);
   // Stamps and wraps a decoded frame; nothing if it cannot be converted.
   [[nodiscard]] std::optional<SourceFrame> Deliver(AvFramePtr frame);
   [[nodiscard]] Orientation OrientationNow(const AVFrame& frame);
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
+  [[nodiscard]] SourceItem NextOfStill();
   [[nodiscard]] video::StreamEnd End() const;
+  // Where the picture behind the last one belongs.
+  [[nodiscard]] std::chrono::nanoseconds ExpectedTime() const;
   [[nodiscard]] bool IsAnotherClock(std::chrono::nanoseconds jump) const;
   [[nodiscard]] std::chrono::nanoseconds FrameDuration(const AVFrame& frame) const;
-  void CountDamage();
+  void CountDamage(std::uint64_t frames = 1);
 
   const int threads_;
   std::atomic<bool> interrupted_ = false;
   std::string path_;
   PipeInput pipe_;  // What the container is read from if that is a pipe.
-  AvInputPtr container_;
+  VideoContainer container_;
+  DecoderComplaints complaints_;  // Outlives the codec.
   AvCodecContextPtr codec_;
   AvPacketPtr packet_;
   AvFrameWrapper wrapper_;
@@ -97,12 +104,17 @@ class VideoFileDecoder {
   std::uint64_t delivered_ = 0;
   bool broken_off_ = false;
 
-  // Stream times of the packets of the first pass, in the stream's unit.
-  std::optional<std::int64_t> first_packet_dts_;
-  std::optional<std::int64_t> earliest_pts_;
-  std::int64_t latest_pts_end_ = 0;
-  std::int64_t last_packet_end_ = 0;  // In the file.
-  bool last_packet_incomplete_ = false;
+  FileAccount account_;
+  std::int64_t packets_ = 0;  // That went to the decoder.
+  std::uint64_t told_missing_ = 0;
+  std::optional<std::int64_t> first_packet_dts_;  // In the stream's unit.
+  std::chrono::nanoseconds stated_duration_{0};
+
+  // The file's picture as long as there was but one, and whether it is played without reading it
+  // again.
+  std::optional<SourceFrame> only_;
+  bool plays_only_ = false;
+  bool only_waits_ = false;
 
   // Of this pass through the file: its place on the time line, and the stream time it begins at.
   std::chrono::nanoseconds pass_start_{0};

@@ -13,6 +13,7 @@
 
 #include "media/camera/camera_error.h"
 #include "media/camera/clip_for_test.h"
+#include "media/camera/decoded_for_test.h"
 #include "media/camera/fit_frame.h"
 #include "media/camera/frame_marker.h"
 #include "media/frame/convert_frame.h"
@@ -35,51 +36,6 @@ using video::StreamEnd;
 using video::VideoRotation;
 
 constexpr char kFastH264[] = "-c:v libx264 -preset veryfast -crf 20";
-
-struct Decoded {
-  CameraInfo info;
-  std::vector<SourceFrame> frames;
-  StreamEnd end;
-
-  // The markers, of frames made upright.
-  [[nodiscard]] std::vector<int> Numbers() const {
-    FramePool pool;
-    std::vector<int> numbers;
-    for (const SourceFrame& item : frames) {
-      const PixelFrame luma = ConvertFrame(FitFrame(item, {}, pool), PixelFormat::kI420, pool);
-      const auto number = ReadFrameMarker(luma);
-      numbers.push_back(number ? static_cast<int>(*number) : -1);
-    }
-    return numbers;
-  }
-
-  [[nodiscard]] std::vector<nanoseconds> Timestamps() const {
-    std::vector<nanoseconds> timestamps;
-    for (const SourceFrame& item : frames) timestamps.push_back(item.frame.info().timestamp);
-    return timestamps;
-  }
-};
-
-// Appends what is left of a pass through the file.
-void ReadToTheEnd(VideoFileDecoder& decoder, Decoded& decoded) {
-  for (;;) {
-    SourceItem item = decoder.Next();
-    if (auto* const end = std::get_if<StreamEnd>(&item)) {
-      decoded.end = *end;
-      return;
-    }
-    decoded.frames.push_back(std::get<SourceFrame>(std::move(item)));
-  }
-}
-
-Decoded Decode(const std::string& path, int threads = 1) {
-  VideoFileDecoder decoder(threads);
-  Decoded decoded;
-  decoded.info = decoder.Open(path);
-  EXPECT_EQ(decoded.info.error_code, 0) << decoded.info.error_text;
-  if (decoded.info.error_code == 0) ReadToTheEnd(decoder, decoded);
-  return decoded;
-}
 
 std::vector<int> Range(int begin, int end) {
   std::vector<int> numbers(static_cast<std::size_t>(end - begin));
@@ -230,7 +186,8 @@ TEST_F(VideoFileDecoderTest, TellsTheSizeWithSquarePixels) {
 TEST_F(VideoFileDecoderTest, DecodesWhatPeopleHave) {
   for (const auto& [name, arguments] : std::vector<std::pair<std::string, std::string>>{
            {"raw.y4m", ""},
-           {"hevc.mp4", "-c:v libx265 -preset ultrafast -x265-params log-level=none"},
+           {"hevc.mp4",
+            "-c:v libx265 -preset ultrafast -x265-params log-level=none:frame-threads=1:pools=1"},
            {"vp8.webm", "-c:v libvpx -deadline realtime -cpu-used 8 -b:v 1M"},
            {"vp9.webm", "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -b:v 1M"},
            {"mjpeg.avi", "-c:v mjpeg -q:v 4 -pix_fmt yuvj422p"},

@@ -189,8 +189,14 @@ bool Y4mReader::ReadSamples(WritableFrame& frame) {
 
 nanoseconds Y4mReader::TimeOf(std::uint64_t frame) const {
   constexpr std::int64_t kSecond = 1'000'000'000;
+  constexpr std::int64_t kLastSecond = 1'000'000'000;
   const std::int64_t numerator = header_.rate_numerator;
-  const std::int64_t units = static_cast<std::int64_t>(frame) * header_.rate_denominator;
+  std::int64_t units = 0;
+  const bool too_long = __builtin_mul_overflow(frame, header_.rate_denominator, &units);
+  // A header may state a picture in a lifetime. From the end of time on they follow closely.
+  if (too_long || units / numerator >= kLastSecond) {
+    return nanoseconds(kLastSecond * kSecond + static_cast<std::int64_t>(frame));
+  }
   const std::int64_t rest = units % numerator;
   return nanoseconds(units / numerator * kSecond + (rest * kSecond + numerator / 2) / numerator);
 }

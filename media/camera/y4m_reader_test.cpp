@@ -113,11 +113,39 @@ TEST_F(Y4mReaderTest, PicturesWithoutGapsBetweenTheirRowsArriveWhole) {
   EXPECT_EQ(SamplesOf(NextFrame()), luma + chroma + chroma);
 }
 
+// More rows than one call may be told of.
+TEST_F(Y4mReaderTest, ATallPictureArrivesWhole) {
+  constexpr int kHeight = 3001;
+  const auto bytes = static_cast<std::size_t>(12 * kHeight + 2 * 6 * ((kHeight + 1) / 2));
+  std::string samples;
+  for (std::size_t i = 0; i < bytes; ++i) samples += static_cast<char>(i * 7 + i / 251);
+  Write("YUV4MPEG2 W12 H" + std::to_string(kHeight) + " F25:1\nFRAME\n" + samples);
+  static_cast<void>(reader_.Open(path_));
+  const video::PixelFrame frame = NextFrame();
+  ASSERT_GT(frame.info().planes[0].stride, 12) << "or the rows are one piece";
+  EXPECT_TRUE(SamplesOf(frame) == samples);
+  EXPECT_EQ(NextEnd().error_code, 0);
+}
+
 TEST_F(Y4mReaderTest, TimeStampsAreTheNearestNanosecondsAtAnyFrame) {
   static_cast<void>(reader_.Open(Write(Clip(3))));
   EXPECT_EQ(NextFrame().info().timestamp, nanoseconds(0));
   EXPECT_EQ(NextFrame().info().timestamp, nanoseconds(33'366'667));
   EXPECT_EQ(NextFrame().info().timestamp, nanoseconds(66'733'333));
+}
+
+TEST_F(Y4mReaderTest, TimeStampsGrowAtTheSlowestRateThereIs) {
+  std::string clip = "YUV4MPEG2 W6 H5 F1:2147483647\n";
+  for (int i = 0; i < 8; ++i) clip += "FRAME\n" + Samples(i);
+  const video::CameraInfo info = reader_.Open(Write(clip));
+  ASSERT_EQ(info.error_code, 0);
+  nanoseconds last{-1};
+  for (int i = 0; i < 8; ++i) {
+    const nanoseconds time = NextFrame().info().timestamp;
+    EXPECT_GT(time, last) << i;
+    last = time;
+  }
+  EXPECT_GT(info.duration, last);
 }
 
 TEST_F(Y4mReaderTest, TheMarkOfAFrameMayCarryWords) {

@@ -14,11 +14,8 @@
 #define MOVRA_CAIRO_FUNCTIONS(X)         \
   X(cairo_create)                        \
   X(cairo_destroy)                       \
-  X(cairo_font_extents)                  \
   X(cairo_image_surface_create)          \
   X(cairo_image_surface_create_for_data) \
-  X(cairo_image_surface_get_data)        \
-  X(cairo_image_surface_get_stride)      \
   X(cairo_move_to)                       \
   X(cairo_paint)                         \
   X(cairo_select_font_face)              \
@@ -28,9 +25,7 @@
   X(cairo_show_text)                     \
   X(cairo_status_to_string)              \
   X(cairo_surface_destroy)               \
-  X(cairo_surface_flush)                 \
-  X(cairo_surface_write_to_png)          \
-  X(cairo_text_extents)
+  X(cairo_surface_write_to_png)
 
 namespace movra::media {
 

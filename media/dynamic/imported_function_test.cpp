@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
+
+#include "media/dynamic/cairo_api.h"
 
 namespace movra::media {
 namespace {
@@ -33,6 +36,7 @@ TEST(ImportedFunction, ALibraryThatIsMissingIsNamedAndBindsNothing) {
   loader.Open("libm.so.6");
   loader.Bind("cos", cosine);
   EXPECT_FALSE(cosine.is_bound());
+  loader.Open("libmovra-elsewhere.so.7");
   EXPECT_EQ(loader.error(), error);
 }
 
@@ -42,7 +46,34 @@ TEST(ImportedFunction, AFunctionThatIsMissingIsNamed) {
   loader.Open("libm.so.6");
   loader.Bind("movra_nothing", cosine);
   EXPECT_FALSE(cosine.is_bound());
-  EXPECT_THAT(loader.error(), HasSubstr("movra_nothing"));
+  const std::string error = loader.error();
+  EXPECT_THAT(error, HasSubstr("movra_nothing"));
+  loader.Bind("cos", cosine);
+  EXPECT_FALSE(cosine.is_bound());
+  EXPECT_EQ(loader.error(), error);
+}
+
+TEST(ImportedFunction, WithoutALibraryNothingIsBoundAndNothingIsWrong) {
+  LibraryLoader loader;
+  Cosine cosine;
+  loader.Bind("cos", cosine);
+  EXPECT_FALSE(cosine.is_bound());
+  EXPECT_THAT(loader.error(), IsEmpty());
+}
+
+TEST(ImportedFunction, StaysBoundWhereABindingFails) {
+  LibraryLoader loader;
+  Cosine cosine;
+  loader.Open("libm.so.6");
+  loader.Bind("cos", cosine);
+  loader.Bind("movra_nothing", cosine);
+  EXPECT_TRUE(cosine.is_bound());
+}
+
+TEST(CairoApi, IsBoundWhenItIsLoaded) {
+  ASSERT_EQ(LoadCairo(), "");
+  EXPECT_STREQ(cairo_status_to_string(CAIRO_STATUS_NO_MEMORY), "out of memory");
+  EXPECT_EQ(LoadCairo(), "");
 }
 
 }  // namespace

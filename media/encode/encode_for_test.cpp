@@ -105,10 +105,12 @@ video::PixelFrame Redescribed(const video::PixelFrame& frame,
 void PacketRecorder::Write(const video::EncodedFrame& frame) {
   std::unique_lock lock(mutex_);
   packets_.push_back({frame, {frame.data, frame.data + frame.size_bytes}});
+  most_inside_ = std::max(most_inside_, ++inside_);
   held_ = hold_;
   changed_.notify_all();
   changed_.wait(lock, [this] { return !hold_; });
   held_ = false;
+  --inside_;
 }
 
 void PacketRecorder::WriteEnd(const video::StreamEnd& end) {
@@ -148,6 +150,11 @@ std::vector<PacketRecorder::Packet> PacketRecorder::packets() const {
 std::vector<video::StreamEnd> PacketRecorder::ends() const {
   const std::lock_guard lock(mutex_);
   return ends_;
+}
+
+int PacketRecorder::most_inside() const {
+  const std::lock_guard lock(mutex_);
+  return most_inside_;
 }
 
 void PacketRecorder::WaitFor(const char* what, const std::function<bool()>& happened) {

@@ -51,6 +51,8 @@ class PacketRecorder : public video::IVideoFrameTrackWriter {
 
   [[nodiscard]] std::vector<Packet> packets() const;
   [[nodiscard]] std::vector<video::StreamEnd> ends() const;
+  // The most threads that were ever inside Write at once.
+  [[nodiscard]] int most_inside() const;
 
  private:
   void WaitFor(const char* what, const std::function<bool()>& happened);
@@ -61,6 +63,8 @@ class PacketRecorder : public video::IVideoFrameTrackWriter {
   std::vector<video::StreamEnd> ends_;
   bool hold_ = false;
   bool held_ = false;
+  int inside_ = 0;
+  int most_inside_ = 0;
 };
 
 // Keeps the events that reach it on the main queue.

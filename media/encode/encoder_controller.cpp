@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/track/frame_account.h"
 
 namespace movra::media {
 namespace {
@@ -21,18 +24,38 @@ EncoderController::EncoderController(const video::VideoContext& context,
     : VideoLoggable(context),
       type_(type),
       client_(std::move(client)),
-      factory_(std::move(factory)) {}
+      factory_(std::move(factory)),
+      counters_(std::make_shared<EncoderCounters>(
+          FrameAccount::Stream(FrameAccount::Of(context.trace()), type))) {}
 
 EncoderController::~EncoderController() { Stop(0); }
 
 void EncoderController::Start() {
   if (run_ != nullptr) return;
   events_ = std::make_shared<EncoderEvents>(type_, client_);
-  run_ = std::make_shared<EncoderRun>(
+  const auto run = std::make_shared<EncoderRun>(
       controls_, std::make_unique<StreamEncoder>(context(), type_, factory_, events_, counters_),
-      counters_, std::exchange(unfinished_run_, nullptr));
-  thread_ = std::thread([run = run_] { run->Run(); });
+      counters_, events_, unfinished_run_);
+  if (!StartThread(run)) return;
+  run_ = run;
+  unfinished_run_.reset();
   ListenToInput();
+}
+
+bool EncoderController::StartThread(const std::shared_ptr<EncoderRun>& run) {
+  try {
+    thread_ = std::thread([run] { run->Run(); });
+    return true;
+  } catch (const std::system_error& error) {
+    const std::string text = std::string("the encoder's thread cannot be started: ") + error.what();
+    if (movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelError)) {
+      LogStream("../../media/encode/encoder_controller", __LINE__, __func__,
+                movra_logging::kLogLevelError, nullptr)
+          << LogTraceId(GetTraceId()) << LogTag(GetLogTag()) << " " << text;
+    }
+    events_->Failed(video::VideoEncoderError::kOpenFailed, text);
+    return false;
+  }
 }
 
 void EncoderController::Stop(std::uint64_t max_wait_ms) {
@@ -83,6 +106,7 @@ void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrac
   late_in_former_tracks_ += std::exchange(late_in_track_, 0);
   UnlistenToInput();
   controls_.reader = std::move(reader);
+  if (const auto input = controls_.reader.lock()) CountInto(*input, counters_->frames());
   ApplyControls();
   if (run_ != nullptr) ListenToInput();
 }

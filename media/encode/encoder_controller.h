@@ -40,6 +40,8 @@ class EncoderController final : public video::IVideoEncoderController,
   void SetRoiConfig(std::vector<video::RoiConfigInfo> configs) override;
 
  private:
+  // Starts the run's thread; false, logged and told to the client, if the system has none left.
+  [[nodiscard]] bool StartThread(const std::shared_ptr<EncoderRun>& run);
   void ApplyControls();
   // Makes the input track wake the run, or nobody.
   void ListenToInput();
@@ -51,7 +53,7 @@ class EncoderController final : public video::IVideoEncoderController,
   const video::VideoStreamType type_;
   const std::weak_ptr<Client> client_;
   const FrameEncoderFactory factory_;
-  const std::shared_ptr<EncoderCounters> counters_ = std::make_shared<EncoderCounters>();
+  const std::shared_ptr<EncoderCounters> counters_;
 
   EncoderControls controls_;
   std::uint32_t late_in_former_tracks_ = 0;

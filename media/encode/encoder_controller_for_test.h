@@ -78,8 +78,10 @@ class ScriptedEncoder : public IFrameEncoder {
 
 class EncoderControllerFixture : public ::testing::Test {
  protected:
-  EncoderControllerFixture() {
-    controller_ = std::make_shared<EncoderController>(
+  EncoderControllerFixture() { controller_ = MakeController(); }
+
+  std::shared_ptr<EncoderController> MakeController() {
+    const auto controller = std::make_shared<EncoderController>(
         video::VideoContext(InstanceTrace(1), "[main]"), video::VideoStreamType::kSmall, client_,
         [script = script_](const EncoderSettings& settings, const StreamFormat& format,
                            EncoderFailure& failure) -> std::unique_ptr<IFrameEncoder> {
@@ -91,8 +93,9 @@ class EncoderControllerFixture : public ::testing::Test {
           }
           return std::make_unique<ScriptedEncoder>(script);
         });
-    controller_->SetInputTrackReader(track_->GetReader());
-    controller_->SetOutputTrackWriter(recorder_);
+    controller->SetInputTrackReader(track_->GetReader());
+    controller->SetOutputTrackWriter(recorder_);
+    return controller;
   }
 
   void Write(int index, const video::Size& size = kSmallSize) {

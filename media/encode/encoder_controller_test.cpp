@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "core/no_more_threads_for_test.h"
 #include "media/encode/encoder_controller_for_test.h"
 
 namespace movra::media {
@@ -159,6 +160,45 @@ TEST_F(EncoderControllerTest, AStartAfterABlockedStopWritesOnlyWhenTheOldWriteHa
   recorder_->WaitForPackets(2);
   EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1));
   controller_->Stop(kLongWaitMs);
+}
+
+TEST_F(EncoderControllerTest, AThreadThatCannotBeStartedIsAnErrorAndLeavesItStopped) {
+  Write(0);
+  {
+    const core::NoMoreThreads none;
+    controller_->Start();
+    controller_->Start();
+  }
+  EXPECT_FALSE(controller_->IsStarted());
+  main_loop_.RunPosted();
+  ASSERT_THAT(client_->errors, SizeIs(2));
+  EXPECT_EQ(client_->errors[0].error, video::VideoEncoderError::kOpenFailed);
+  EXPECT_THAT(client_->errors[0].text, ::testing::HasSubstr("thread cannot be started"));
+  controller_->RequestKeyFrame();
+  controller_->Stop(kLongWaitMs);
+  controller_->Start();
+  EXPECT_TRUE(controller_->IsStarted());
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+}
+
+TEST_F(EncoderControllerTest, AFailedStartAfterABlockedStopStillWaitsForTheOldWriteLater) {
+  recorder_->HoldNextWrite();
+  Write(0);
+  controller_->Start();
+  recorder_->WaitUntilHeld();
+  controller_->Stop(0);
+  {
+    const core::NoMoreThreads none;
+    controller_->Start();
+  }
+  Write(1);
+  controller_->Start();
+  recorder_->Release();
+  recorder_->WaitForPackets(2);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1));
+  EXPECT_EQ(recorder_->most_inside(), 1);
 }
 
 TEST_F(EncoderControllerTest, AStoppedControllerStartsAgainWithAKeyFrame) {

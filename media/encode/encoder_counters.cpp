@@ -1,6 +1,7 @@
 #include "media/encode/encoder_counters.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace movra::media {
 namespace {
@@ -16,17 +17,22 @@ std::uint32_t MeanMicroseconds(std::chrono::nanoseconds sum, std::uint32_t count
 
 }  // namespace
 
+EncoderCounters::EncoderCounters(std::shared_ptr<FrameCounters> frames)
+    : frames_(std::move(frames)) {}
+
 void EncoderCounters::CountIn() {
   const std::lock_guard lock(mutex_);
   ++record_.frames_in;
 }
 
 void EncoderCounters::CountDroppedForRate() {
+  frames_->Count(FrameFate::kDroppedToRate);
   const std::lock_guard lock(mutex_);
   ++record_.frames_dropped_rate;
 }
 
 void EncoderCounters::CountFailed() {
+  frames_->Count(FrameFate::kFailed);
   const std::lock_guard lock(mutex_);
   ++record_.frames_failed;
 }
@@ -46,6 +52,8 @@ void EncoderCounters::CountEncoded(const Encoded& encoded) {
   latency_sum_ += encoded.latency;
   record_.latency_max_us = std::max(record_.latency_max_us, Microseconds(encoded.latency));
 }
+
+void EncoderCounters::CountHandedOver(FrameFate fate) { frames_->Count(fate); }
 
 void EncoderCounters::SetTargetBitrate(std::uint32_t bits_per_second) {
   const std::lock_guard lock(mutex_);

@@ -4,8 +4,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 
+#include "media/track/frame_counts.h"
 #include "video/encode_params.h"
 #include "video/size.h"
 #include "video/stats.h"
@@ -25,10 +27,16 @@ class EncoderCounters {
     std::chrono::nanoseconds latency{-1};  // Capture to packet; negative: not known.
   };
 
+  // Where the frames' fates are counted besides.
+  explicit EncoderCounters(
+      std::shared_ptr<FrameCounters> frames = std::make_shared<FrameCounters>());
+
   void CountIn();
   void CountDroppedForRate();
   void CountFailed();
   void CountEncoded(const Encoded& encoded);
+  // The fate of a frame that was encoded: whether and why not it reached its writer.
+  void CountHandedOver(FrameFate fate);
   void SetTargetBitrate(std::uint32_t bits_per_second);
   // What the open encoder is; an empty one when none is open.
   void SetProperty(const video::EncoderProperty& property);
@@ -36,8 +44,10 @@ class EncoderCounters {
   // Without the frames that were late, which the track counts.
   [[nodiscard]] video::EncoderStats Stats() const;
   [[nodiscard]] video::EncoderProperty Property() const;
+  [[nodiscard]] const std::shared_ptr<FrameCounters>& frames() const { return frames_; }
 
  private:
+  const std::shared_ptr<FrameCounters> frames_;
   mutable std::mutex mutex_;
   // All guarded by mutex_.
   video::EncoderStatsRecord record_;

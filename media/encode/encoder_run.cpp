@@ -3,21 +3,26 @@
 #include <utility>
 #include <variant>
 
+#include "logging/guarded_call.h"
+#include "media/encode/writer_turn.h"
+
 namespace movra::media {
 namespace {
 
 bool IsSame(const std::weak_ptr<video::IVideoFrameTrackWriter>& a,
             const std::weak_ptr<video::IVideoFrameTrackWriter>& b) {
-  return !a.owner_before(b) && !b.owner_before(a);
+  // Several may share one owner that they are parts of.
+  return !a.owner_before(b) && !b.owner_before(a) && a.lock() == b.lock();
 }
 
 }  // namespace
 
 EncoderRun::EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
                        std::shared_ptr<EncoderCounters> counters,
-                       std::shared_ptr<EncoderRun> previous)
+                       std::shared_ptr<EncoderEvents> events, std::shared_ptr<EncoderRun> previous)
     : encoder_(std::move(encoder)),
       counters_(std::move(counters)),
+      events_(std::move(events)),
       previous_(std::move(previous)),
       controls_(std::move(controls)) {}
 
@@ -118,14 +123,15 @@ void EncoderRun::HandleFrame(const video::PixelFrame& frame) {
     return;
   }
   const video::EncodedFrame* const encoded = encoder_->Encode(frame);
-  if (encoded != nullptr && MayWrite()) writer->Write(*encoded);
+  if (encoded == nullptr) return;
+  counters_->CountHandedOver(CallWriter(*writer, [&] { writer->Write(*encoded); }));
 }
 
 void EncoderRun::HandleEnd(const video::StreamEnd& end) {
   TakeControls();
   encoder_->EndStream();
   const auto writer = writer_.lock();
-  if (writer != nullptr && MayWrite()) writer->WriteEnd(end);
+  if (writer != nullptr) CallWriter(*writer, [&] { writer->WriteEnd(end); });
 }
 
 void EncoderRun::TakeControls() {
@@ -135,10 +141,26 @@ void EncoderRun::TakeControls() {
   const EncoderControls controls = changed ? controls_ : EncoderControls();
   lock.unlock();
   // A writer's first frame must be one that a decoder can begin with.
-  const bool new_writer = changed && !IsSame(writer_, controls.writer);
-  if (new_writer) writer_ = controls.writer;
+  const bool new_writer = changed && !IsSame(given_writer_, controls.writer);
+  if (new_writer) given_writer_ = writer_ = controls.writer;
   if (changed) encoder_->SetParams(controls.params, controls.regions);
   if (key_frame || new_writer) encoder_->RequestKeyFrame();
+}
+
+template <class Call>
+FrameFate EncoderRun::CallWriter(const video::IVideoFrameTrackWriter& writer, Call&& call) {
+  {
+    const WriterTurn turn(writer);
+    // Asked when it is its turn, which may have been long in coming.
+    if (!MayWrite()) return FrameFate::kStopped;
+    if (movra_logging::CallGuarded("The writer of an encoded stream", std::forward<Call>(call))) {
+      return FrameFate::kEncoded;
+    }
+  }
+  writer_.reset();
+  events_->Failed(video::VideoEncoderError::kEncodeFailed,
+                  "the stream's writer threw, and nothing more is written to it");
+  return FrameFate::kFailed;
 }
 
 bool EncoderRun::MayWrite() {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "media/encode/encoder_counters.h"
+#include "media/encode/encoder_events.h"
 #include "media/encode/stream_encoder.h"
 #include "video/encode_params.h"
 #include "video/pixel_frame_track.h"
@@ -36,7 +37,8 @@ class EncoderRun {
   // `previous` is the run before this one if its thread may still be busy: this one reads and
   // writes nothing before that has finished.
   EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
-             std::shared_ptr<EncoderCounters> counters, std::shared_ptr<EncoderRun> previous);
+             std::shared_ptr<EncoderCounters> counters, std::shared_ptr<EncoderEvents> events,
+             std::shared_ptr<EncoderRun> previous);
 
   void Run();
 
@@ -57,14 +59,20 @@ class EncoderRun {
   void HandleFrame(const video::PixelFrame& frame);
   void HandleEnd(const video::StreamEnd& end);
   void TakeControls();
+  // Calls the writer, when no other thread is inside it, unless this run was abandoned by then. A
+  // writer that throws is told of once and called no more. What became of the call.
+  template <class Call>
+  FrameFate CallWriter(const video::IVideoFrameTrackWriter& writer, Call&& call);
   // Whether a write may begin; one that has may end, whatever happens meanwhile.
   [[nodiscard]] bool MayWrite();
 
   // The thread alone.
   std::unique_ptr<StreamEncoder> encoder_;
   const std::shared_ptr<EncoderCounters> counters_;
+  const std::shared_ptr<EncoderEvents> events_;
   std::shared_ptr<EncoderRun> previous_;
-  std::weak_ptr<video::IVideoFrameTrackWriter> writer_;
+  std::weak_ptr<video::IVideoFrameTrackWriter> given_writer_;  // By the controls.
+  std::weak_ptr<video::IVideoFrameTrackWriter> writer_;        // The same until it throws.
   bool more_ = false;  // The last read found something, so the next one may too.
 
   std::mutex mutex_;

@@ -18,7 +18,7 @@ TEST(EncoderSettings, AbsentParametersGiveTheDefaults) {
   const EncoderSettings settings = ResolveEncoderSettings({}, {}, kHd);
   EXPECT_EQ(settings.preset, "veryfast");
   EXPECT_EQ(settings.threads, 1);
-  EXPECT_EQ(settings.nominal_rate, 30);
+  EXPECT_EQ(settings.nominal_rate, (FrameRate{30, 1}));
   EXPECT_EQ(settings.bitrate_kbps, 1500);
   EXPECT_EQ(settings.max_bitrate_kbps, 1500);
   EXPECT_EQ(settings.buffer_kbit, 1500);
@@ -36,7 +36,7 @@ TEST(EncoderSettings, PresentParametersAreTaken) {
   const EncoderSettings settings = ResolveEncoderSettings(params, {{1, 2, 3, 4, -5}}, kHd);
   EXPECT_EQ(settings.preset, "ultrafast");
   EXPECT_EQ(settings.threads, 0);
-  EXPECT_EQ(settings.nominal_rate, 24);
+  EXPECT_EQ(settings.nominal_rate, (FrameRate{24, 1}));
   EXPECT_EQ(settings.bitrate_kbps, 800);
   EXPECT_EQ(settings.max_bitrate_kbps, 1200);
   EXPECT_EQ(settings.buffer_kbit, 1200);
@@ -61,7 +61,7 @@ TEST(EncoderSettings, ValuesWithoutSenseCountAsAbsent) {
   params.key_frame_interval_ms = 0;
   const EncoderSettings settings = ResolveEncoderSettings(params, {}, kHd);
   EXPECT_EQ(settings.threads, 0);
-  EXPECT_EQ(settings.nominal_rate, 30);
+  EXPECT_EQ(settings.nominal_rate, (FrameRate{30, 1}));
   EXPECT_EQ(settings.bitrate_kbps, 1500);
   EXPECT_EQ(KeyFrameInterval(params), milliseconds(2000));
 }
@@ -80,6 +80,33 @@ TEST(EncoderSettings, TheDefaultBitRateGrowsLessThanTheNumberOfPixelsAndFrames) 
   EXPECT_EQ(DefaultBitrateBps(kHd, 60), 2'121'000);
   EXPECT_EQ(DefaultBitrateBps({0, 0}, 30), 32'000);
   EXPECT_EQ(DefaultBitrateBps({16'000, 16'000}, 1000), 100'000'000);
+}
+
+TEST(EncoderSettings, TheExactRateGoesBeforeTheWholeOne) {
+  EncodeParams params;
+  params.frame_rate = 13;
+  params.frame_rate_numerator = 25;
+  params.frame_rate_denominator = 2;
+  EXPECT_EQ(ResolveEncoderSettings(params, {}, kHd).nominal_rate, (FrameRate{25, 2}));
+  EXPECT_EQ(ResolveEncoderSettings(params, {}, kHd).bitrate_kbps, 968);
+  params.frame_rate_numerator = 2001;
+  EXPECT_EQ(ResolveEncoderSettings(params, {}, kHd).nominal_rate, (FrameRate{1000, 1}));
+}
+
+TEST(EncoderSettings, AChangeOfTheWholeRateAloneTakesTheExactOneAway) {
+  EncodeParams params;
+  params.frame_rate = 13;
+  params.frame_rate_numerator = 25;
+  params.frame_rate_denominator = 2;
+  EncodeParams other_field;
+  other_field.threads = 2;
+  MergeEncodeParams(other_field, params);
+  EXPECT_EQ(FrameRateOf(params), (FrameRate{25, 2}));
+
+  EncodeParams whole;
+  whole.frame_rate = 20;
+  MergeEncodeParams(whole, params);
+  EXPECT_EQ(params.ToString(), "EncodeParams{frame_rate:20 threads:2}");
 }
 
 TEST(EncoderSettings, MergingOverwritesOnlyWhatIsPresent) {
@@ -109,6 +136,8 @@ TEST(EncoderSettings, MergingTakesEveryField) {
   change.key_frame_interval_ms = 6;
   change.threads = 7;
   change.preset = "slow";
+  change.frame_rate_numerator = 8;
+  change.frame_rate_denominator = 9;
   EncodeParams params;
   MergeEncodeParams(change, params);
   EXPECT_EQ(params.ToString(), change.ToString());

@@ -19,7 +19,10 @@ using video::PixelFrameInfo;
 std::int64_t ToTicks(nanoseconds time) {
   // 90 kHz is nine ticks in 100 microseconds.
   constexpr std::int64_t kNanosecondsPerNineTicks = 100'000;
-  return (time.count() * 9 + kNanosecondsPerNineTicks / 2) / kNanosecondsPerNineTicks;
+  // In two parts, because nine times a time of some decades is more than the number holds.
+  const std::int64_t whole = time.count() / kNanosecondsPerNineTicks;
+  const std::int64_t rest = time.count() % kNanosecondsPerNineTicks;
+  return whole * 9 + (rest * 9 + kNanosecondsPerNineTicks / 2) / kNanosecondsPerNineTicks;
 }
 
 bool HasPlanes(const PixelFrameInfo& info, const std::array<std::int32_t, 3>& row_bytes) {
@@ -60,7 +63,7 @@ void StreamEncoder::SetParams(const video::EncodeParams& params,
                               std::vector<video::RoiConfigInfo> regions) {
   params_ = params;
   regions_ = std::move(regions);
-  dropper_.SetRate(params.frame_rate.value_or(0));
+  dropper_.SetRate(FrameRateOf(params));
 }
 
 bool StreamEncoder::Keeps(const video::PixelFrame& frame) {
@@ -125,7 +128,8 @@ bool StreamEncoder::PrepareEncoder(const StreamFormat& format) {
   EncoderSettings settings = ResolveEncoderSettings(params_, regions_, format.size);
   const bool open = encoder_ != nullptr && encoder_->HasSettings();
   if (settings == settings_ && format == format_ && (open || failed_)) return open;
-  const bool adopted = open && format == format_ && encoder_->Reconfigure(settings);
+  const bool adopted = open && format == format_ && settings.codec == settings_.codec &&
+                       encoder_->Reconfigure(settings);
   settings_ = std::move(settings);
   format_ = format;
   counters_->SetTargetBitrate(static_cast<std::uint32_t>(settings_.bitrate_kbps) * 1000);
@@ -136,7 +140,12 @@ bool StreamEncoder::Open(const EncoderSettings& settings, const StreamFormat& fo
   // Closed first, so that two encoders never stand in memory at once.
   encoder_.reset();
   EncoderFailure failure;
-  encoder_ = factory_(settings, format, failure);
+  if (settings.codec == video::VideoCodec::kH264) {
+    encoder_ = factory_(settings, format, failure);
+  } else {
+    failure = {video::VideoEncoderError::kUnavailable,
+               "there is no encoder for " + video::VideoCodecToString(settings.codec)};
+  }
   failed_ = encoder_ == nullptr;
   if (failed_) {
     Fail(failure);
@@ -184,9 +193,10 @@ std::int64_t StreamEncoder::NextTicks(nanoseconds timestamp) {
   if (frames_ == 0 || timestamp < last_timestamp_) {
     frames_ = 0;
     first_timestamp_ = timestamp;
-    first_ticks_ = last_ticks_ + kEncoderTicksPerSecond / settings_.nominal_rate;
+    first_ticks_ = last_ticks_ + ToTicks(settings_.nominal_rate.Interval());
     last_key_frame_ = timestamp;
   }
+  last_distance_ = frames_ > 0 ? timestamp - last_timestamp_ : nanoseconds(0);
   ++frames_;
   last_timestamp_ = timestamp;
   // Two frames within one tick still need an order.
@@ -196,15 +206,18 @@ std::int64_t StreamEncoder::NextTicks(nanoseconds timestamp) {
 
 bool StreamEncoder::IsKeyFrameDue(nanoseconds timestamp) const {
   // Half a frame of tolerance: time stamps are rounded, and the nearest frame is meant.
-  return timestamp - last_key_frame_ + ExpectedDuration() / 2 >= KeyFrameInterval(params_);
+  const nanoseconds tolerance = std::min(ExpectedDuration(), last_distance_) / 2;
+  return timestamp - last_key_frame_ + tolerance >= KeyFrameInterval(params_);
 }
 
 nanoseconds StreamEncoder::ExpectedDuration() const {
   if (frames_ > 1) {
-    return (last_timestamp_ - first_timestamp_) / static_cast<std::int64_t>(frames_ - 1);
+    const nanoseconds sum = last_timestamp_ - first_timestamp_;
+    const nanoseconds mean = sum / static_cast<std::int64_t>(frames_ - 1);
+    // What counts after a pause is how the frames come now; the mean forgets it slowly.
+    return mean / 2 < last_distance_ ? mean : 2 * last_distance_;
   }
-  const std::int32_t rate = params_.frame_rate.value_or(0);
-  return rate > 0 ? nanoseconds(std::chrono::seconds(1)) / rate : nanoseconds(0);
+  return FrameRateOf(params_).Interval();
 }
 
 }  // namespace movra::media

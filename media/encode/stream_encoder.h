@@ -53,7 +53,8 @@ class StreamEncoder {
 
   [[nodiscard]] std::int64_t NextTicks(std::chrono::nanoseconds timestamp);
   [[nodiscard]] bool IsKeyFrameDue(std::chrono::nanoseconds timestamp) const;
-  // The mean distance of the stream's frames so far; before two of them what the rate says.
+  // The mean distance of the stream's frames so far, twice the last one at most; before two of them
+  // what the rate says.
   [[nodiscard]] std::chrono::nanoseconds ExpectedDuration() const;
 
   const video::VideoContext context_;
@@ -80,6 +81,7 @@ class StreamEncoder {
   std::uint64_t frames_ = 0;
   std::chrono::nanoseconds first_timestamp_{0};
   std::chrono::nanoseconds last_timestamp_{0};
+  std::chrono::nanoseconds last_distance_{0};  // To the frame before; 0 for the first.
   std::int64_t first_ticks_ = 0;
   std::int64_t last_ticks_ = 0;
 

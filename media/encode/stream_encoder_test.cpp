@@ -26,7 +26,17 @@ using video::StreamEnd;
 using video::VideoEncoderError;
 using video::VideoStreamType;
 
-class StreamEncoderTest : public EncoderControllerFixture {};
+class StreamEncoderTest : public EncoderControllerFixture {
+ protected:
+  // The numbers of the frames that were to become key frames.
+  std::vector<std::size_t> AskedForKey() const {
+    std::vector<std::size_t> numbers;
+    for (std::size_t i = 0; i < script_->asked_for_key.size(); ++i) {
+      if (script_->asked_for_key[i]) numbers.push_back(i);
+    }
+    return numbers;
+  }
+};
 
 TEST_F(StreamEncoderTest, ANewStreamBehindAnEndMarkBeginsWithAKeyFrame) {
   Write(0);
@@ -63,6 +73,68 @@ TEST_F(StreamEncoderTest, KeyFramesComeAtTheIntervalByTime) {
     if (packet.frame.key_frame) keys.push_back(packet.frame.sequence);
   }
   EXPECT_THAT(keys, ElementsAre(0, 15, 30, 45));
+}
+
+TEST_F(StreamEncoderTest, ChangedParametersLeaveKeyFramesOnTheirSchedule) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  controller_->Start();
+  for (int i = 0; i < 10; ++i) Write(i);
+  recorder_->WaitForPackets(10);
+  EncodeParams change;
+  change.bitrate_bps = 700'000;
+  change.frame_rate = 60;
+  controller_->SetEncodeParams(change);
+  for (int i = 10; i < 35; ++i) Write(i);
+  recorder_->WaitForPackets(35);
+  change.key_frame_interval_ms = 200;
+  controller_->SetEncodeParams(change);
+  for (int i = 35; i < 45; ++i) Write(i);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 15, 30, 36, 42));
+  ASSERT_THAT(script_->reconfigured, SizeIs(1));
+  EXPECT_EQ(script_->reconfigured[0].nominal_rate, (FrameRate{60, 1}));
+}
+
+TEST_F(StreamEncoderTest, KeyFramesKeepTheirScheduleBehindEveryJumpBack) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  for (const int begin : {100, 50, 0}) {
+    for (int i = begin; i < begin + 20; ++i) Write(i);
+  }
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 15, 35, 55));
+}
+
+TEST_F(StreamEncoderTest, ALongPauseMakesNoKeyFramesOfThePicturesBehindIt) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  for (int i = 0; i < 10; ++i) Write(i);
+  for (int i = 10; i < 40; ++i) {
+    track_->GetWriter()->Write(
+        Redescribed(PaintFrame(kSmallSize, i),
+                    [](video::PixelFrameInfo& info) { info.timestamp += std::chrono::hours(10); }));
+  }
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 10, 25));
+  // Nor is the pause what the last picture is expected to last.
+  EXPECT_LT(recorder_->packets().back().frame.duration, milliseconds(100));
+}
+
+TEST_F(StreamEncoderTest, ATimeStampOfAMillenniumIsStillATime) {
+  Write(0);
+  track_->GetWriter()->Write(Redescribed(
+      PaintFrame(kSmallSize, 1),
+      [](video::PixelFrameInfo& info) { info.timestamp = std::chrono::hours(24 * 365 * 200); }));
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  ASSERT_THAT(script_->ticks, SizeIs(2));
+  EXPECT_EQ(script_->ticks[1] - script_->ticks[0], std::int64_t{24 * 365 * 200} * 3600 * 90'000);
 }
 
 TEST_F(StreamEncoderTest, ARequestedKeyFrameIsTheNextFrame) {
@@ -169,6 +241,41 @@ TEST_F(StreamEncoderTest, AnEncoderThatDoesNotOpenIsReportedOnceAndItsTrackStill
   EXPECT_EQ(controller_->GetStats().record.frames_in, 5U);
   EXPECT_EQ(controller_->GetStats().record.frames_failed, 5U);
   EXPECT_THAT(recorder_->packets(), IsEmpty());
+}
+
+TEST_F(StreamEncoderTest, ACodecThatIsNotThereIsRefusedByName) {
+  EncodeParams params;
+  params.codec = static_cast<video::VideoCodec>(7);
+  controller_->SetEncodeParams(params);
+  controller_->Start();
+  Write(0);
+  Write(1);
+  Flush();
+  EXPECT_THAT(script_->opened, IsEmpty());
+  EXPECT_THAT(recorder_->packets(), IsEmpty());
+  EXPECT_EQ(controller_->GetStats().record.frames_failed, 2U);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].error, VideoEncoderError::kUnavailable);
+  EXPECT_EQ(client_->errors[0].text, "there is no encoder for VideoCodec(7)");
+  params.codec = video::VideoCodec::kH264;
+  controller_->SetEncodeParams(params);
+  Write(2);
+  recorder_->WaitForPackets(1);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(2));
+}
+
+TEST_F(StreamEncoderTest, ACodecThatIsNotThereTakesThePlaceOfTheOneThatRuns) {
+  controller_->Start();
+  Write(0);
+  recorder_->WaitForPackets(1);
+  EncodeParams params;
+  params.codec = static_cast<video::VideoCodec>(7);
+  controller_->SetEncodeParams(params);
+  Write(1);
+  Flush();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+  EXPECT_THAT(script_->reconfigured, IsEmpty());
+  EXPECT_THAT(client_->errors, SizeIs(1));
 }
 
 TEST_F(StreamEncoderTest, AfterAFailureChangedParametersTryAgain) {

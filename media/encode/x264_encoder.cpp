@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "media/encode/frame_encoder.h"
 #include "media/encode/frame_rate_meter.h"
 #include "media/encode/region_offsets.h"
+#include "media/encode/sequence_timing.h"
 
 // After <cstdarg> and <cstdint>, which it needs and does not include.
 #include <x264.h>
@@ -97,10 +99,10 @@ bool HaveRates(const Rates& rates, const x264_param_t& params) {
          params.rc.i_vbv_buffer_size == rates.buffer_kbit;
 }
 
-void SetTiming(int nominal_rate, x264_param_t& params) {
+void SetTiming(const FrameRate& nominal_rate, x264_param_t& params) {
   params.b_vfr_input = 0;
-  params.i_fps_num = static_cast<std::uint32_t>(nominal_rate);
-  params.i_fps_den = 1;
+  params.i_fps_num = static_cast<std::uint32_t>(nominal_rate.numerator);
+  params.i_fps_den = static_cast<std::uint32_t>(nominal_rate.denominator);
   // The controller asks for key frames by time; the library could only count frames.
   params.i_keyint_max = X264_KEYINT_MAX_INFINITE;
 }
@@ -136,6 +138,7 @@ class X264Encoder final : public IFrameEncoder {
   bool ApplyRates();
   void CheckChange();
   bool TakeHeaders();
+  void AddHeader(std::span<const std::uint8_t> unit);
 
   x264_t* encoder_ = nullptr;
   X264Messages messages_;
@@ -181,7 +184,8 @@ bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& form
   params.i_bframe = 0;
   params.b_repeat_headers = 0;  // Key frames get them here: see headers_.
   params.b_annexb = 1;
-  SetRates(AtNominalRate(settings, settings.nominal_rate, settings.nominal_rate), params);
+  const double nominal_rate = settings.nominal_rate.PerSecond();
+  SetRates(AtNominalRate(settings, nominal_rate, nominal_rate), params);
   SetTiming(settings.nominal_rate, params);
   SetColor(format.color, params);
   // Regions work through adaptive quantisation, which the fastest preset leaves off.
@@ -201,7 +205,7 @@ bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& form
   x264_encoder_parameters(encoder_, &params);
   threads_ = params.i_threads;
   adaptive_quantisation_ = params.rc.i_aq_mode != X264_AQ_NONE;
-  nominal_rate_ = settings.nominal_rate;
+  nominal_rate_ = nominal_rate;
   meter_ = FrameRateMeter(nominal_rate_);
   settings_ = settings;
   size_ = format.size;
@@ -216,18 +220,24 @@ bool X264Encoder::TakeHeaders() {
   for (int i = 0; i < unit_count; ++i) {
     const x264_nal_t& unit = units[i];
     const bool is_parameter_set = unit.i_type == NAL_SPS || unit.i_type == NAL_PPS;
-    if (is_parameter_set) {
-      headers_.insert(headers_.end(), unit.p_payload, unit.p_payload + unit.i_payload);
-    }
+    if (is_parameter_set) AddHeader({unit.p_payload, static_cast<std::size_t>(unit.i_payload)});
   }
   return true;
+}
+
+void X264Encoder::AddHeader(std::span<const std::uint8_t> unit) {
+  // The library would claim that each picture lasts as long as the highest rate says.
+  const auto begin = std::find(unit.begin(), unit.end(), std::uint8_t{1}) + 1;
+  const std::vector<std::uint8_t> set = WithFrameRate({begin, unit.end()}, FrameRate());
+  headers_.insert(headers_.end(), unit.begin(), begin);
+  headers_.insert(headers_.end(), set.begin(), set.end());
 }
 
 bool X264Encoder::Reconfigure(const EncoderSettings& settings) {
   if (settings.preset != settings_.preset || settings.threads != settings_.threads) return false;
   if (!settings.regions.empty() && !adaptive_quantisation_) return false;
   if (settings.nominal_rate != settings_.nominal_rate) {
-    meter_ = FrameRateMeter(settings.nominal_rate);
+    meter_ = FrameRateMeter(settings.nominal_rate.PerSecond());
   }
   settings_ = settings;
   offsets_ = RegionOffsets(settings.regions, size_);

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <string>
 #include <utility>
@@ -144,6 +143,20 @@ TEST_F(X264EncoderTest, TheBitRateHoldsWhateverTheFrameRateTurnsOutToBe) {
   EXPECT_THAT(DecodePackets(packets_), SizeIs(80));
 }
 
+TEST_F(X264EncoderTest, ANewNominalRateSharesTheBitsOutAtOnce) {
+  EncoderSettings settings = Settings(500);
+  settings.nominal_rate = {10, 1};
+  Open(settings);
+  for (int i = 0; i < 40; ++i) Encode(i, false, 10);
+  settings.nominal_rate = {30, 1};
+  ASSERT_TRUE(encoder_->Reconfigure(settings));
+  for (int i = 120; i < 210; ++i) Encode(i);
+  // To measure the new rate takes half a second, in which three times as much would come.
+  EXPECT_LT(MeasuredKbps(40, 52), 800);
+  EXPECT_NEAR(MeasuredKbps(70, 130), 500, 150);
+  EXPECT_EQ(std::count(keys_.begin(), keys_.end(), true), 1);
+}
+
 TEST_F(X264EncoderTest, PresetAndThreadsCannotChangeInPlace) {
   Open(Settings(500));
   EncoderSettings settings = Settings(500);
@@ -196,16 +209,7 @@ TEST_F(X264EncoderTest, ARegionIsBetterThanTheRestAtTheSameBitRate) {
     const auto pictures = DecodePackets(packets_);
     double sum = 0;
     for (std::size_t i = 15; i < pictures.size(); ++i) {
-      double squares = 0;
-      for (int y = 0; y < kSize.height; ++y) {
-        for (int x = 0; x < kSize.width / 2; ++x) {
-          const auto at = static_cast<std::size_t>(y * kSize.width + x);
-          const double difference =
-              double{1} * frames_[i].info().planes[0].data[at] - pictures[i].luma[at];
-          squares += difference * difference;
-        }
-      }
-      sum += 10 * std::log10(255.0 * 255.0 * kSize.width / 2 * kSize.height / squares);
+      sum += LeftLumaPsnr(frames_[i], pictures[i]);
     }
     return sum / 15;
   };

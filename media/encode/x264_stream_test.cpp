@@ -90,6 +90,60 @@ TEST_F(X264StreamTest, ABitRateChangedWhileRunningShowsInWhatComesOut) {
   EXPECT_EQ(controller_->GetStats().record.key_frames, 3U);
 }
 
+TEST_F(X264StreamTest, ARegionSetWhileRunningIsBetterInWhatComesOut) {
+  EncodeParams params;
+  params.bitrate_bps = 1'500'000;
+  controller_->SetEncodeParams(params);
+  controller_->Start();
+  for (int i = 0; i < 30; ++i) Write({320, 180}, i, 10);
+  recorder_->WaitForPackets(30);
+  controller_->SetRoiConfig({{0, 0, 160, 180, -12}});
+  for (int i = 30; i < 60; ++i) Write({320, 180}, i, 10);
+  recorder_->WaitForPackets(60);
+  controller_->SetRoiConfig({});
+  for (int i = 60; i < 90; ++i) Write({320, 180}, i, 10);
+  controller_->Stop(kLongWaitMs);
+  const auto pictures = Decode();
+  ASSERT_THAT(pictures, SizeIs(90));
+  const auto left_psnr = [&](std::size_t begin, std::size_t end) {
+    double sum = 0;
+    for (std::size_t i = begin; i < end; ++i) sum += LeftLumaPsnr(frames_[i], pictures[i]);
+    return sum / static_cast<double>(end - begin);
+  };
+  EXPECT_GT(left_psnr(45, 60), left_psnr(15, 30) + 2);
+  EXPECT_LT(left_psnr(75, 90), left_psnr(45, 60) - 2);
+  EXPECT_EQ(controller_->GetStats().record.key_frames, 2U);
+}
+
+TEST_F(X264StreamTest, WhatFollowsAnEndMarkDecodesByItself) {
+  for (int i = 0; i < 10; ++i) Write({320, 180}, i);
+  track_->GetWriter()->WriteEnd(video::StreamEnd());
+  for (int i = 10; i < 20; ++i) Write({320, 180}, i);
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(recorder_->ends(), SizeIs(1));
+  std::vector<std::vector<std::uint8_t>> packets;
+  for (const auto& packet : recorder_->packets()) packets.push_back(packet.bytes);
+  ASSERT_THAT(packets, SizeIs(20));
+  const auto pictures = DecodePackets({packets.begin() + 10, packets.end()});
+  ASSERT_THAT(pictures, SizeIs(10));
+  for (std::size_t i = 0; i < 10; ++i) {
+    EXPECT_GT(LumaPsnr(frames_[10 + i], pictures[i]), 28) << i;
+  }
+}
+
+TEST_F(X264StreamTest, TimeStampsThatJumpBackTwiceCostNoPicture) {
+  for (const int begin : {100, 50, 0}) {
+    for (int i = begin; i < begin + 10; ++i) Write({320, 180}, i);
+  }
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  const auto pictures = Decode();
+  ASSERT_THAT(pictures, SizeIs(30));
+  for (std::size_t i = 0; i < 30; ++i) EXPECT_GT(LumaPsnr(frames_[i], pictures[i]), 28) << i;
+  EXPECT_THAT(client_->errors, ::testing::IsEmpty());
+}
+
 TEST_F(X264StreamTest, PropertyAndStatisticsTellWhatRuns) {
   controller_->Start();
   Write({320, 180}, 0);

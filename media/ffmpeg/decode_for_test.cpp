@@ -102,20 +102,33 @@ DecodedFile DecodeFile(const std::string& path) {
   return file;
 }
 
-double LumaPsnr(const video::PixelFrame& frame, const DecodedPicture& picture) {
+namespace {
+
+// Of the columns from the left on.
+double ColumnsPsnr(const video::PixelFrame& frame, const DecodedPicture& picture, int columns) {
   const video::PixelFrameInfo& info = frame.info();
   if (info.size != picture.size) return -1;
   double squares = 0;
-  std::size_t i = 0;
-  for (int y = 0; y < info.size.height; ++y) {
+  const std::uint8_t* decoded = picture.luma.data();
+  for (int y = 0; y < info.size.height; ++y, decoded += info.size.width) {
     const std::uint8_t* const row = info.planes[0].data + std::ptrdiff_t{y} * info.planes[0].stride;
-    for (int x = 0; x < info.size.width; ++x, ++i) {
-      const double difference = double{1} * row[x] - picture.luma[i];
+    for (int x = 0; x < columns; ++x) {
+      const double difference = double{1} * row[x] - decoded[x];
       squares += difference * difference;
     }
   }
-  const double mean = squares / static_cast<double>(picture.luma.size());
+  const double mean = squares / (double{1} * columns * info.size.height);
   return mean == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / mean);
+}
+
+}  // namespace
+
+double LumaPsnr(const video::PixelFrame& frame, const DecodedPicture& picture) {
+  return ColumnsPsnr(frame, picture, frame.info().size.width);
+}
+
+double LeftLumaPsnr(const video::PixelFrame& frame, const DecodedPicture& picture) {
+  return ColumnsPsnr(frame, picture, frame.info().size.width / 2);
 }
 
 }  // namespace movra::media

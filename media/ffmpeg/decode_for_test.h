@@ -40,6 +40,9 @@ struct DecodedFile {
 // below 15 another picture. -1 if the sizes differ.
 [[nodiscard]] double LumaPsnr(const video::PixelFrame& frame, const DecodedPicture& picture);
 
+// The same of the left half alone.
+[[nodiscard]] double LeftLumaPsnr(const video::PixelFrame& frame, const DecodedPicture& picture);
+
 }  // namespace movra::media
 
 #endif  // MOVRA_MEDIA_FFMPEG_DECODE_FOR_TEST_H_

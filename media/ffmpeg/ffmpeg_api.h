@@ -54,36 +54,44 @@ extern "C" {
   X(av_packet_free)                \
   X(av_packet_unref)               \
   X(avcodec_alloc_context3)        \
+  X(avcodec_descriptor_get)        \
   X(avcodec_find_decoder)          \
   X(avcodec_flush_buffers)         \
   X(avcodec_free_context)          \
+  X(avcodec_get_class)             \
   X(avcodec_get_name)              \
   X(avcodec_open2)                 \
   X(avcodec_parameters_to_context) \
   X(avcodec_receive_frame)         \
   X(avcodec_send_packet)
 
-#define MOVRA_AVFORMAT_FUNCTIONS(X) \
-  X(av_find_best_stream)            \
-  X(av_guess_frame_rate)            \
-  X(av_guess_sample_aspect_ratio)   \
-  X(av_read_frame)                  \
-  X(av_seek_frame)                  \
-  X(av_stream_get_side_data)        \
-  X(av_write_frame)                 \
-  X(av_write_trailer)               \
-  X(avformat_alloc_context)         \
-  X(avformat_alloc_output_context2) \
-  X(avformat_close_input)           \
-  X(avformat_find_stream_info)      \
-  X(avformat_free_context)          \
-  X(avformat_new_stream)            \
-  X(avformat_open_input)            \
-  X(avformat_write_header)          \
-  X(avio_alloc_context)             \
-  X(avio_context_free)              \
-  X(avio_flush)                     \
-  X(avio_seek)
+#define MOVRA_AVFORMAT_FUNCTIONS(X)   \
+  X(av_find_best_stream)              \
+  X(av_guess_frame_rate)              \
+  X(av_guess_sample_aspect_ratio)     \
+  X(av_probe_input_buffer2)           \
+  X(av_read_frame)                    \
+  X(av_seek_frame)                    \
+  X(av_stream_get_side_data)          \
+  X(av_write_frame)                   \
+  X(av_write_trailer)                 \
+  X(avformat_alloc_context)           \
+  X(avformat_alloc_output_context2)   \
+  X(avformat_close_input)             \
+  X(avformat_find_stream_info)        \
+  X(avformat_free_context)            \
+  X(avformat_new_stream)              \
+  X(avformat_open_input)              \
+  X(avformat_write_header)            \
+  X(avformat_index_get_entries_count) \
+  X(avio_alloc_context)               \
+  X(avio_close)                       \
+  X(avio_context_free)                \
+  X(avio_flush)                       \
+  X(avio_open2)                       \
+  X(avio_read)                        \
+  X(avio_seek)                        \
+  X(avio_size)
 
 #define MOVRA_SWSCALE_FUNCTIONS(X) \
   X(sws_freeContext)               \

@@ -5,13 +5,22 @@
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/ffmpeg/decoder_complaints.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
 
+void NoteComplaint(void* context) {
+  if (context == nullptr || *static_cast<const AVClass**>(context) != avcodec_get_class()) return;
+  const auto& codec = *static_cast<const AVCodecContext*>(context);
+  if (codec.opaque == nullptr) return;
+  static_cast<DecoderComplaints*>(codec.opaque)->Add(codec.reordered_opaque);
+}
+
 void Log(void* context, int level, const char* format, std::va_list arguments) {
   if (level > AV_LOG_WARNING) return;
+  if (level <= AV_LOG_ERROR) NoteComplaint(context);
   const int our_level =
       level <= AV_LOG_ERROR ? movra_logging::kLogLevelWarning : movra_logging::kLogLevelInfo;
   if (!movra_logging::ShouldCreateLogMessage(our_level)) return;

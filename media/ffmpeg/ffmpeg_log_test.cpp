@@ -52,6 +52,12 @@ TEST_F(FfmpegLog, ChatterIsDropped) {
   EXPECT_THAT(lines_, IsEmpty());
 }
 
+TEST_F(FfmpegLog, AMessageWithoutEndIsCutAfterAThousandCharacters) {
+  av_log(nullptr, AV_LOG_ERROR, "%s\n", std::string(3000, 'x').c_str());
+  ASSERT_EQ(lines_.size(), 1U);
+  EXPECT_EQ(lines_[0].second, std::string(1023, 'x'));
+}
+
 TEST_F(FfmpegLog, NothingGoesToStandardErrorAndALevelThatIsOffIsNotWritten) {
   movra_logging::SetMinLogLevel(movra_logging::kLogLevelError);
   testing::internal::CaptureStderr();

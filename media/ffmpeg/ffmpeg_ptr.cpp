@@ -19,6 +19,8 @@ void AvDeleter::operator()(AVPacket* packet) const { av_packet_free(&packet); }
 
 void AvDeleter::operator()(SwsContext* context) const { sws_freeContext(context); }
 
+void AvFileDeleter::operator()(AVIOContext* file) const { avio_close(file); }
+
 void AvInputDeleter::operator()(AVFormatContext* context) const { avformat_close_input(&context); }
 
 void AvOutputDeleter::operator()(AVFormatContext* context) const { avformat_free_context(context); }

@@ -24,8 +24,12 @@ struct AvDeleter {
   void operator()(SwsContext* context) const;
 };
 
-// Input contexts are closed together with the file that they opened; output contexts leave their
-// AVIO to whoever made it.
+// A file that FFmpeg opened, which is not what it is to free an AVIOContext of our own.
+struct AvFileDeleter {
+  void operator()(AVIOContext* file) const;
+};
+
+// Input and output contexts leave their AVIO to whoever made it.
 struct AvInputDeleter {
   void operator()(AVFormatContext* context) const;
 };
@@ -36,6 +40,7 @@ struct AvOutputDeleter {
 using AvInputPtr = std::unique_ptr<AVFormatContext, AvInputDeleter>;
 using AvOutputPtr = std::unique_ptr<AVFormatContext, AvOutputDeleter>;
 using AvCodecContextPtr = std::unique_ptr<AVCodecContext, AvDeleter>;
+using AvFilePtr = std::unique_ptr<AVIOContext, AvFileDeleter>;
 using AvIoPtr = std::unique_ptr<AVIOContext, AvDeleter>;
 using AvFramePtr = std::unique_ptr<AVFrame, AvDeleter>;
 using AvPacketPtr = std::unique_ptr<AVPacket, AvDeleter>;

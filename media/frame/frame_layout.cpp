@@ -57,9 +57,8 @@ bool IsRgb(PixelFormat format) {
 }
 
 bool IsAllocatable(PixelFormat format, const video::Size& size) {
-  constexpr std::int32_t kMaxSide = 32768;
-  return PlaneCount(format) > 0 && size.width > 0 && size.height > 0 && size.width <= kMaxSide &&
-         size.height <= kMaxSide;
+  return PlaneCount(format) > 0 && size.width > 0 && size.height > 0 &&
+         size.width <= kLongestSide && size.height <= kLongestSide;
 }
 
 video::PixelFrameInfo CropTo(const video::PixelFrameInfo& info, const video::Region& region) {

@@ -2,6 +2,7 @@
 #define MOVRA_MEDIA_FRAME_FRAME_LAYOUT_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "video/capture_params.h"
 #include "video/pixel_frame.h"
@@ -31,7 +32,9 @@ struct PlaneLayout {
 
 [[nodiscard]] bool IsRgb(video::PixelFormat format);
 
-// Whether the format is known and the sides are between 1 and 32768.
+inline constexpr std::int32_t kLongestSide = 32768;
+
+// Whether the format is known and the sides are between 1 and kLongestSide.
 [[nodiscard]] bool IsAllocatable(video::PixelFormat format, const video::Size& size);
 
 // The description of a part of the picture: the plane pointers move, no sample does. The region

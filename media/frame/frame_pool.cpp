@@ -35,7 +35,8 @@ class FramePool::Store {
  public:
   explicit Store(std::size_t max_idle) : max_idle_(max_idle) {}
 
-  // The buffer that came back last is the one most likely to be in the cache.
+  // The buffer that came back last is the one most likely to be in the cache. Without memory when
+  // there is none: pictures are large, and one that cannot be made ends no process.
   Buffer Take(std::size_t bytes) {
     {
       const std::lock_guard lock(mutex_);
@@ -48,8 +49,8 @@ class FramePool::Store {
       }
       ++allocations_;
     }
-    auto* const memory =
-        static_cast<std::uint8_t*>(::operator new (bytes, std::align_val_t{kAlignment}));
+    auto* const memory = static_cast<std::uint8_t*>(
+        ::operator new (bytes, std::align_val_t{kAlignment}, std::nothrow));
     return {std::unique_ptr<std::uint8_t, AlignedDelete>(memory), bytes};
   }
 
@@ -112,6 +113,7 @@ WritableFrame FramePool::Allocate(video::PixelFormat format, const video::Size& 
   }
   Buffer buffer = store_->Take(bytes);
   std::uint8_t* const memory = buffer.memory.get();
+  if (memory == nullptr) return {};
   for (std::size_t i = 0; i < PlaneCount(format); ++i) info.planes[i].data = memory + offsets[i];
   const std::shared_ptr<std::uint8_t> owner(buffer.memory.release(), Returner{store_, bytes});
   return {info, owner};

@@ -27,7 +27,8 @@ class FramePool {
   explicit FramePool(std::size_t max_idle = kDefaultMaxIdle);
 
   // A frame to be filled. It takes everything but format, size and planes from `like`: time
-  // stamps, sequence, delivery, rotation and colour. Empty if IsAllocatable denies.
+  // stamps, sequence, delivery, rotation and colour. Empty if IsAllocatable denies or memory is
+  // out.
   [[nodiscard]] WritableFrame Allocate(video::PixelFormat format, const video::Size& size,
                                        const video::PixelFrameInfo& like = {});
 

@@ -85,6 +85,9 @@ PixelFrame OrientFrame(const PixelFrame& frame, const Orientation& orientation, 
   const int degrees = Degrees(orientation.rotation);
   if (!frame || (degrees == 0 && !orientation.mirror)) return frame;
   PixelFrame oriented = ConvertFrame(frame, TurnableFormat(frame.info().format), pool);
+  // Pixels of four bytes are turned as words, whose rows lie whole words apart.
+  const bool is_uneven = IsRgb(oriented.info().format) && oriented.info().planes[0].stride % 4 != 0;
+  if (oriented && is_uneven) oriented = WritableFrame::Of(oriented, pool).Finish();
   if (oriented && degrees != 0) oriented = Rotate(oriented, degrees, pool);
   if (oriented && orientation.mirror) oriented = Mirror(oriented, pool);
   return oriented;

@@ -14,6 +14,7 @@
 namespace movra::media {
 namespace {
 
+using std::chrono::nanoseconds;
 using video::PixelFrame;
 using video::Size;
 
@@ -34,7 +35,7 @@ using SurfacePtr = std::unique_ptr<cairo_surface_t, CairoDeleter>;
 struct Row {
   std::string title;
   Size size;                  // Of its pictures on the sheet.
-  std::vector<Still> stills;  // In that size and in Cairo's format.
+  std::vector<Still> stills;  // In that size and in Cairo's format, with the columns' times.
 
   [[nodiscard]] int width() const { return kColumns * (size.width + kGap) - kGap; }
   [[nodiscard]] int height() const { return kTitleHeight + size.height + kTimeHeight; }
@@ -56,11 +57,28 @@ PixelFrame Fitted(const PixelFrame& frame, const Size& size, FramePool& pool) {
   return ConvertFrame(ScaleFrame(scalable, size, pool), video::PixelFormat::kBGRA, pool);
 }
 
+// The video's picture at each of the moments; they are settled by the first one that is read.
+std::vector<Still> ReadColumns(const ContactSheetRow& video, std::vector<nanoseconds>& moments,
+                               std::string* error) {
+  const StillSource source{video.path, video.frames, video.duration};
+  if (moments.empty()) {
+    std::vector<Still> stills = ReadStills(source, kColumns, error);
+    for (Still& still : stills) moments.push_back(still.time += video.begin);
+    return stills;
+  }
+  std::vector<nanoseconds> times;
+  for (const nanoseconds moment : moments) times.push_back(moment - video.begin);
+  std::vector<Still> stills = ReadStillsAt(source, times, error);
+  for (std::size_t i = 0; i < stills.size(); ++i) stills[i].time = moments[i];
+  return stills;
+}
+
 bool ReadRows(const std::vector<ContactSheetRow>& videos, std::vector<Row>& rows,
               std::string* error) {
   FramePool pool;
+  std::vector<nanoseconds> moments;
   for (const ContactSheetRow& video : videos) {
-    Row row{video.title, {}, ReadStills(video.path, video.frames, kColumns, error)};
+    Row row{video.title, {}, ReadColumns(video, moments, error)};
     if (row.stills.empty()) {
       *error = "'" + video.path + "': " + *error;
       return false;
@@ -92,7 +110,7 @@ void DrawPicture(cairo_t* context, double x, double y, const PixelFrame& frame) 
   cairo_paint(context);
 }
 
-std::string TimeText(std::chrono::nanoseconds time) {
+std::string TimeText(nanoseconds time) {
   const double seconds = std::chrono::duration<double>(time).count();
   char text[48];
   std::snprintf(text, sizeof text, "%d:%05.2f", static_cast<int>(seconds / 60),

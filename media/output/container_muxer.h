@@ -39,8 +39,8 @@ class IContainerMuxer {
 
   [[nodiscard]] virtual std::string Start(const MuxHeader& header) = 0;
   [[nodiscard]] virtual std::string Write(const MuxPacket& packet) = 0;
-  // Writes what is left to write. The file is not closed.
-  [[nodiscard]] virtual std::string Finish() = 0;
+  // Writes what is left to write; the last picture stands this long. The file is not closed.
+  [[nodiscard]] virtual std::string Finish(std::chrono::nanoseconds last_duration) = 0;
 
   // How many of the pictures that were written the file holds when it is cut back to where it was
   // last whole; containers collect some of them before they write.

@@ -1,12 +1,10 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <linux/capability.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,8 +17,10 @@
 #include <vector>
 
 #include "media/ffmpeg/decode_for_test.h"
+#include "media/open_descriptors_for_test.h"
 #include "media/output/encoded_file_writer.h"
 #include "media/output/output_for_test.h"
+#include "media/without_rights_of_root_for_test.h"
 
 // How writing is refused, breaks off or is cut short.
 
@@ -39,24 +39,6 @@ constexpr std::array<std::pair<const char*, ContainerFormat>, 4> kContainers{{
     {"a.ts", ContainerFormat::kMpegTs},
     {"a.h264", ContainerFormat::kAnnexB},
 }};
-
-// Takes from this thread, for a scope, what lets root write everywhere.
-class WithoutRightsOfRoot {
- public:
-  WithoutRightsOfRoot() {
-    EXPECT_EQ(syscall(SYS_capget, &header_, before_.data()), 0);
-    auto without = before_;
-    without[0].effective &= ~(1U << CAP_DAC_OVERRIDE);
-    EXPECT_EQ(syscall(SYS_capset, &header_, without.data()), 0);
-  }
-  ~WithoutRightsOfRoot() { EXPECT_EQ(syscall(SYS_capset, &header_, before_.data()), 0); }
-  WithoutRightsOfRoot(const WithoutRightsOfRoot&) = delete;
-  WithoutRightsOfRoot& operator=(const WithoutRightsOfRoot&) = delete;
-
- private:
-  __user_cap_header_struct header_{_LINUX_CAPABILITY_VERSION_3, 0};
-  std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> before_{};
-};
 
 class EncodedFileEndingsTest : public ::testing::Test {
  protected:
@@ -113,6 +95,48 @@ TEST_F(EncodedFileEndingsTest, AnExistingFileIsReplacedOnRequestAndNotBeforeTheF
   writer->Close();
   EXPECT_EQ(ReadWholeFile(path).size(), writer->bytes_written());
   EXPECT_THAT(DecodeFile(path).pictures, SizeIs(2));
+}
+
+TEST_F(EncodedFileEndingsTest, AFileHasOneWriterAtATimeUntilItsWriterGoes) {
+  const std::string path = directory_ / "a.h264";
+  std::ofstream(path) << "old";
+  auto first = Create(path, ContainerFormat::kAnnexB, true);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(Create(path, ContainerFormat::kAnnexB, true), nullptr) << "nothing written yet";
+  EXPECT_THAT(refusal_, AllOf(HasSubstr(path), HasSubstr("another run is writing it")));
+  SampleStream stream;
+  stream.WriteMany(*first, 2);
+  const std::string written = ReadWholeFile(path);
+  EXPECT_EQ(Create(path, ContainerFormat::kAnnexB, true), nullptr);
+  first->Close();
+  EXPECT_EQ(Create(path, ContainerFormat::kAnnexB, true), nullptr) << "it is still looked at";
+  EXPECT_EQ(ReadWholeFile(path), written);
+  first.reset();
+  EXPECT_NE(Create(path, ContainerFormat::kAnnexB, true), nullptr);
+}
+
+TEST_F(EncodedFileEndingsTest, APipeMayHaveSeveralWriters) {
+  int reader = -1;
+  const std::string path = MakePipe(reader);
+  const auto first = Create(path, ContainerFormat::kAnnexB);
+  EXPECT_NE(first, nullptr);
+  EXPECT_NE(Create(path, ContainerFormat::kAnnexB), nullptr) << refusal_;
+  close(reader);
+}
+
+TEST_F(EncodedFileEndingsTest, WhatIsOpenedIsClosed) {
+  for (const auto& [name, format] : kContainers) {
+    { const auto loaded = Create(directory_ / (std::string("first-") + name), format); }
+    const auto before = OpenDescriptors();
+    for (const bool has_frames : {true, false}) {
+      const auto writer = Create(directory_ / name, format, true);
+      ASSERT_NE(writer, nullptr) << refusal_;
+      EXPECT_EQ(Create(directory_ / name, format), nullptr);
+      SampleStream stream;
+      if (has_frames) stream.WriteMany(*writer, 2);
+    }
+    EXPECT_EQ(OpenDescriptors(), before) << name;
+  }
 }
 
 TEST_F(EncodedFileEndingsTest, PathsThatCannotBeWrittenAreRefusedByName) {
@@ -290,6 +314,9 @@ std::thread WriteUntilThePipeIsFull(EncodedFileWriter& writer, int reader) {
     frame.data = data.data();
     frame.size_bytes = data.size();
     frame.key_frame = true;
+    writer.Write(frame);
+    // Without container the first picture is written with the second.
+    frame.timestamp = milliseconds(40);
     writer.Write(frame);
   });
   const int room = fcntl(reader, F_GETPIPE_SZ);

@@ -55,6 +55,7 @@ void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
   std::optional<WriteError> error;
   {
     const std::lock_guard lock(mutex_);
+    if (end.end_time.has_value()) EndAt(*end.end_time);
     error = Finish();
   }
   if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
@@ -71,7 +72,9 @@ void EncodedFileWriter::Close() {
 
 WrittenFigures EncodedFileWriter::written() const {
   const std::lock_guard lock(figures_mutex_);
-  return figures_;
+  WrittenFigures figures = figures_;
+  figures.file_bytes = file_->bytes_written();
+  return figures;
 }
 
 std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {
@@ -123,11 +126,19 @@ nanoseconds EncodedFileWriter::FileTime(const EncodedFrame& frame) {
   return time;
 }
 
+void EncodedFileWriter::EndAt(nanoseconds end_time) {
+  if (muxer_ == nullptr || !started_) return;
+  const nanoseconds duration = origin_->Since(end_time) + shift_ - last_time_;
+  if (duration.count() <= 0) return;
+  const std::lock_guard lock(figures_mutex_);
+  figures_.duration += duration - std::exchange(last_duration_, duration);
+}
+
 std::optional<WriteError> EncodedFileWriter::Finish() {
   if (muxer_ == nullptr) return std::nullopt;
   std::optional<WriteError> error;
   if (started_) {
-    const std::string failure = muxer_->Finish();
+    const std::string failure = muxer_->Finish(last_duration_);
     NoteWhole();
     error = Check(failure);
   }

@@ -37,6 +37,7 @@ struct WrittenFigures {
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
   std::uint64_t bytes = 0;               // Of the pictures, without the container.
+  std::uint64_t file_bytes = 0;          // Of all that was written: of a file its size.
   std::chrono::nanoseconds duration{0};  // From the first frame to the end of the last one.
 
   friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
@@ -57,8 +58,10 @@ struct WrittenFigures {
 // a file that plays up to there; after an error it ends behind the last frame that is whole in it.
 // Its first frame is a key frame; those before one are left out.
 // Times are the source's, from the origin on, exact to the container's unit of 11 microseconds or
-// less; where a source's time jumps back, the file's goes on. A size that changes within the stream
-// is carried by its key frames. Nothing is left behind of a stream without a frame.
+// less; where a source's time jumps back, the file's goes on. H.264 without a container has no
+// times but one rate, which is the mean of the stream's in a file, and of its first two pictures in
+// a pipe. A size that changes within the stream is carried by its key frames. Nothing is left
+// behind of a stream without a frame.
 //
 // A process that writes to pipes ignores SIGPIPE; then a closed pipe is an error like others.
 class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
@@ -98,6 +101,8 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   // All with mutex_ held. Each returns the error that it met first.
   std::optional<WriteError> WriteFrame(const video::EncodedFrame& frame);
   std::optional<WriteError> Finish();
+  // The last picture stands until then, on the source's time line.
+  void EndAt(std::chrono::nanoseconds end_time);
   std::optional<WriteError> Check(const std::string& muxer_error);
   void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds time);
   // Notes the figures as those of the file if it holds every picture that they count.

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -174,6 +176,64 @@ TEST_P(ContainerTest, AFileWithoutItsEndPlaysAsFarAsItGoes) {
   std::filesystem::copy_file(path_, directory_ / "copy");
   const DecodedFile file = DecodeFile(directory_ / "copy");
   EXPECT_GE(file.pictures.size(), 90U - 8U);
+}
+
+// Makes pictures larger by a unit that decoders skip.
+class Padding : public video::IVideoFrameTrackWriter {
+ public:
+  Padding(video::IVideoFrameTrackWriter& writer, std::size_t bytes)
+      : writer_(writer), filler_(bytes, 0xFF) {
+    const std::uint8_t begin[] = {0, 0, 0, 1, kNalFiller};
+    std::copy(std::begin(begin), std::end(begin), filler_.begin());
+    filler_.back() = 0x80;
+  }
+
+  void Write(const video::EncodedFrame& frame) override {
+    std::vector<std::uint8_t> data(frame.data, frame.data + frame.size_bytes);
+    data.insert(data.end(), filler_.begin(), filler_.end());
+    video::EncodedFrame padded = frame;
+    padded.data = data.data();
+    padded.size_bytes = data.size();
+    writer_.Write(padded);
+  }
+  void WriteEnd(const StreamEnd& end) override { writer_.WriteEnd(end); }
+
+ private:
+  static constexpr std::uint8_t kNalFiller = 12;
+
+  video::IVideoFrameTrackWriter& writer_;
+  std::vector<std::uint8_t> filler_;
+};
+
+// How often this thread has written anything so far; nothing where the kernel does not count.
+std::optional<int> WritesOfThisThread() {
+  std::ifstream figures("/proc/thread-self/io");
+  for (std::string name; figures >> name;) {
+    int number = 0;
+    figures >> number;
+    if (name == "syscw:") return number;
+  }
+  return std::nullopt;
+}
+
+// So that a process that is killed tears as little as it can.
+TEST_P(ContainerTest, HoweverMuchThereIsAFragmentIsOneWrite) {
+  if (!WritesOfThisThread()) GTEST_SKIP() << "this kernel does not count writes";
+  const auto writer = Create(path_, GetParam().format);
+  Padding padding(*writer, 70'000);
+  SampleStream stream;
+  stream.WriteMany(padding, 1);
+  std::uint64_t largest = 0;
+  for (int i = 0; i < 60; ++i) {
+    const int writes = *WritesOfThisThread();
+    const std::uint64_t bytes = writer->bytes_written();
+    stream.WriteMany(padding, 1);
+    EXPECT_LE(*WritesOfThisThread() - writes, 1) << i;
+    largest = std::max(largest, writer->bytes_written() - bytes);
+  }
+  EXPECT_GE(largest, 70'000U);
+  writer->Close();
+  EXPECT_THAT(DecodeFile(path_).pictures, SizeIs(61));
 }
 
 TEST_P(ContainerTest, FramesBeforeTheFirstKeyFrameAreLeftOut) {

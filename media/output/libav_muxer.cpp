@@ -1,9 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/output/container_muxer.h"
@@ -19,6 +23,13 @@ constexpr AVRational kMpegBase{1, 90'000};
 
 // What a reader may have to wait for, and what a process that is killed may lose.
 constexpr nanoseconds kLongestFragment = std::chrono::milliseconds(250);
+
+// 6.6 hours of 90 kHz, which is what an MP4 can say. libavformat bridges as much again; a picture
+// that stands longer than both stands so long.
+constexpr std::int64_t kLongestDuration = std::numeric_limits<std::int32_t>::max();
+
+// What readers of transport streams take for a gap in time rather than a clock that was set.
+constexpr nanoseconds kLongestTransportStill = std::chrono::seconds(10);
 
 // libavformat writes Matroska in milliseconds and offers no other unit. It gets times in units of
 // 10 microseconds instead, and the one number in the file that tells how long a unit is becomes
@@ -72,7 +83,7 @@ class LibavMuxer final : public IContainerMuxer {
   // IContainerMuxer
   std::string Start(const MuxHeader& header) override;
   std::string Write(const MuxPacket& packet) override;
-  std::string Finish() override;
+  std::string Finish(nanoseconds last_duration) override;
   [[nodiscard]] std::uint64_t pictures_in_file() const override { return pictures_in_file_; }
 
  private:
@@ -83,10 +94,15 @@ class LibavMuxer final : public IContainerMuxer {
   std::string WriteHeader();
   // Hands the held picture over, with the units that it lasts.
   int WriteHeld(std::int64_t duration);
+  // Many readers take a longer gap in a transport stream for a clock that was set, and cut it out.
+  void WarnOfLongStill(const MuxPacket& packet);
   // Begins a fragment or cluster if the packet would make the one before too long.
   int FlushIfFull(const MuxPacket& packet);
   // All pictures so far go into the file.
   int Flush();
+  // What the library has written goes into the file, in one write.
+  bool WriteOut();
+  bool WriteCollected();
   void PatchMatroskaScale(std::uint8_t* data, std::size_t size);
   [[nodiscard]] std::int64_t ToUnits(nanoseconds time) const;
 
@@ -96,13 +112,18 @@ class LibavMuxer final : public IContainerMuxer {
   AvOutputPtr context_;
   const AvPacketPtr packet_{av_packet_alloc()};
   AVRational base_{1, 1};  // What a unit of a packet's times is.
-  std::int64_t position_ = 0;
+  // What the library wrote and the file does not have yet. A killed process leaves a part of a
+  // fragment only if it was within the one write that this becomes.
+  std::vector<std::uint8_t> collected_;
+  std::int64_t position_ = 0;  // Behind what was collected.
   bool matroska_scale_patched_ = false;
   std::uint64_t pictures_ = 0;
   std::uint64_t pictures_in_file_ = 0;
   nanoseconds fragment_start_{0};
+  nanoseconds last_time_{0};
 
-  // An MP4 tells how long each picture lasts, which is known when the next one comes.
+  // An MP4 tells how long each picture lasts, which is known when the next one comes, and Matroska
+  // how long all of them do.
   struct Held {
     std::vector<std::uint8_t> data;
     std::int64_t time = -1;  // In units.
@@ -110,7 +131,7 @@ class LibavMuxer final : public IContainerMuxer {
   };
   Held held_;  // Or the picture before, if none is held.
   bool is_holding_ = false;
-  std::int64_t last_duration_ = 0;
+  bool warned_ = false;
 };
 
 std::string LibavMuxer::Start(const MuxHeader& header) {
@@ -170,7 +191,7 @@ std::string LibavMuxer::WriteHeader() {
   }
   const int result = avformat_write_header(context_.get(), options.get());
   if (result < 0) return Explain("write the header", result);
-  avio_flush(io_.get());
+  WriteOut();
   base_ = context_->streams[0]->time_base;
   if (matroska_scale_patched_) base_ = kMatroskaBase;
   return file_.error().has_value() ? "the file refused it" : "";
@@ -185,13 +206,25 @@ std::string LibavMuxer::Write(const MuxPacket& packet) {
   held_.time = time;
   held_.key_frame = packet.key_frame;
   is_holding_ = true;
-  last_duration_ = ToUnits(packet.duration);
-  // Others than MP4 do not tell how long a picture lasts.
-  if (result >= 0 && format_ != ContainerFormat::kMp4) result = WriteHeld(last_duration_);
-  // A transport stream has nothing to collect pictures for.
-  if (result >= 0 && format_ == ContainerFormat::kMpegTs) result = Flush();
+  if (format_ == ContainerFormat::kMpegTs) {
+    // It neither tells how long a picture lasts nor has anything to collect pictures for.
+    WarnOfLongStill(packet);
+    if (result >= 0) result = WriteHeld(ToUnits(packet.duration));
+    if (result >= 0) result = Flush();
+  }
   if (result < 0) return Explain("write a picture", result);
   return file_.error().has_value() ? "the file refused it" : "";
+}
+
+void LibavMuxer::WarnOfLongStill(const MuxPacket& packet) {
+  const nanoseconds still = packet.time - std::exchange(last_time_, packet.time);
+  if (pictures_ == 0 || still <= kLongestTransportStill || std::exchange(warned_, true)) return;
+  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
+  LogStream("../../media/output/libav_muxer", __LINE__, __func__, movra_logging::kLogLevelWarning,
+            nullptr)
+      << "A picture of a transport stream stands for "
+      << std::to_string(std::chrono::duration_cast<std::chrono::seconds>(still).count())
+      << " s: many players cut out what exceeds ten. MP4 and Matroska keep it.";
 }
 
 int LibavMuxer::WriteHeld(std::int64_t duration) {
@@ -201,7 +234,9 @@ int LibavMuxer::WriteHeld(std::int64_t duration) {
   packet_->size = static_cast<int>(held_.data.size());
   packet_->pts = held_.time;
   packet_->dts = held_.time;
-  packet_->duration = duration;
+  // The next picture's own time tells where a longer one ends.
+  const bool is_mp4 = format_ == ContainerFormat::kMp4;
+  packet_->duration = is_mp4 ? std::min(duration, kLongestDuration) : duration;
   packet_->flags = held_.key_frame ? AV_PKT_FLAG_KEY : 0;
   packet_->stream_index = 0;
   const int result = av_write_frame(context_.get(), packet_.get());
@@ -223,21 +258,33 @@ int LibavMuxer::FlushIfFull(const MuxPacket& packet) {
 
 int LibavMuxer::Flush() {
   const int result = av_write_frame(context_.get(), nullptr);
-  avio_flush(io_.get());
+  const bool written = WriteOut();
   if (result < 0) return result;
-  if (file_.error().has_value()) return AVERROR(EIO);
+  if (!written) return AVERROR(EIO);
   file_.MarkWhole();
   pictures_in_file_ = pictures_;
   return 0;
 }
 
-std::string LibavMuxer::Finish() {
-  int result = is_holding_ ? WriteHeld(last_duration_) : 0;
+bool LibavMuxer::WriteOut() {
+  avio_flush(io_.get());
+  return WriteCollected();
+}
+
+bool LibavMuxer::WriteCollected() {
+  // A file that is replaced is left alone until there is something for it.
+  if (!collected_.empty()) static_cast<void>(file_.Write(collected_.data(), collected_.size()));
+  collected_.clear();
+  return !file_.error().has_value();
+}
+
+std::string LibavMuxer::Finish(nanoseconds last_duration) {
+  int result = is_holding_ ? WriteHeld(ToUnits(last_duration)) : 0;
   // Before the trailer, so that an error in it costs no picture.
   if (result >= 0 && pictures_ > 0) result = Flush();
   if (result < 0) return Explain("write a picture", result);
   result = av_write_trailer(context_.get());
-  avio_flush(io_.get());
+  WriteOut();
   if (result < 0) return Explain("finish the file", result);
   return file_.error().has_value() ? "the file refused it" : "";
 }
@@ -248,7 +295,7 @@ int LibavMuxer::WriteBytes(void* self, std::uint8_t* data, int size) {
   if (muxer->format_ == ContainerFormat::kMkv && muxer->position_ < kMatroskaHeadBytes) {
     muxer->PatchMatroskaScale(data, bytes);
   }
-  if (!muxer->file_.Write(data, bytes)) return AVERROR(EIO);
+  muxer->collected_.insert(muxer->collected_.end(), data, data + size);
   muxer->position_ += size;
   return size;
 }
@@ -257,7 +304,8 @@ std::int64_t LibavMuxer::SeekTo(void* self, std::int64_t offset, int whence) {
   auto* const muxer = static_cast<LibavMuxer*>(self);
   // Muxers seek absolutely; the size they may do without.
   if (whence != SEEK_SET) return AVERROR(ENOSYS);
-  if (!muxer->file_.Seek(offset)) return AVERROR(EIO);
+  // The library has flushed its buffer before it moves.
+  if (!muxer->WriteCollected() || !muxer->file_.Seek(offset)) return AVERROR(EIO);
   muxer->position_ = offset;
   return offset;
 }

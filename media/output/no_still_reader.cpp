@@ -3,11 +3,23 @@
 #include "media/output/still_reader.h"
 
 namespace movra::media {
+namespace {
 
-std::vector<Still> ReadStills(const std::string& /*path*/, std::uint64_t /*frames*/, int /*count*/,
-                              std::string* error) {
+std::vector<Still> None(std::string* error) {
   *error = "this build cannot decode";
   return {};
+}
+
+}  // namespace
+
+std::vector<Still> ReadStills(const StillSource& /*source*/, int /*count*/, std::string* error) {
+  return None(error);
+}
+
+std::vector<Still> ReadStillsAt(const StillSource& /*source*/,
+                                const std::vector<std::chrono::nanoseconds>& /*times*/,
+                                std::string* error) {
+  return None(error);
 }
 
 }  // namespace movra::media

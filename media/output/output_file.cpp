@@ -4,6 +4,7 @@
 #include <limits.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,6 +76,23 @@ Opened OpenPath(const std::string& path, bool overwrite) {
   return {open(path.c_str(), kFlags), false};
 }
 
+// Whether the path still names the open file.
+bool IsNamed(int fd, const std::string& path) {
+  struct stat own {};
+  struct stat named {};
+  return fstat(fd, &own) == 0 && stat(path.c_str(), &named) == 0 && own.st_dev == named.st_dev &&
+         own.st_ino == named.st_ino;
+}
+
+// Whether somebody else writes the file, or wrote it and took it away just now. The lock goes with
+// the descriptor; where a file system has none, nobody is known to write.
+bool IsTaken(int fd, const std::string& path) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  const bool is_locked = flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  return is_locked || !IsNamed(fd, path);
+}
+
 }  // namespace
 
 std::unique_ptr<OutputFile> OutputFile::Open(const std::string& path, bool overwrite,
@@ -85,7 +103,14 @@ std::unique_ptr<OutputFile> OutputFile::Open(const std::string& path, bool overw
                             : Explain("write", path, errno);
     return nullptr;
   }
-  if (path != kStandardOutput) fcntl(opened.fd, F_SETFL, 0);
+  if (path != kStandardOutput) {
+    fcntl(opened.fd, F_SETFL, 0);
+    if (IsTaken(opened.fd, path)) {
+      close(opened.fd);
+      error = "cannot write " + path + ": another run is writing it; write elsewhere";
+      return nullptr;
+    }
+  }
   const int wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wake_fd < 0) error = Explain("write", path, errno);
   std::unique_ptr<OutputFile> file(new OutputFile(path, opened.fd, wake_fd, opened.made));
@@ -102,17 +127,19 @@ OutputFile::OutputFile(std::string path, int fd, int wake_fd, bool made)
 
 OutputFile::~OutputFile() {
   Close();
+  if (fd_ >= 0) close(fd_);
   if (wake_fd_ >= 0) close(wake_fd_);
 }
 
 void OutputFile::Close() {
-  if (fd_ < 0) return;
+  if (std::exchange(closed_, true)) return;
   RemoveIfEmpty();
-  close(std::exchange(fd_, -1));
+  // A file stays this run's until all is over: it is still to be looked at.
+  if (!regular_) close(std::exchange(fd_, -1));
 }
 
 bool OutputFile::Write(const std::uint8_t* data, std::size_t size) {
-  if (error_.has_value() || fd_ < 0) return false;
+  if (error_.has_value() || closed_) return false;
   if (!std::exchange(begun_, true) && seekable_ && ftruncate(fd_, 0) != 0) {
     return Fail("write", errno);
   }
@@ -133,7 +160,7 @@ bool OutputFile::Write(const std::uint8_t* data, std::size_t size) {
 }
 
 bool OutputFile::Seek(std::int64_t position) {
-  if (error_.has_value() || fd_ < 0) return false;
+  if (error_.has_value() || closed_) return false;
   if (lseek(fd_, position, SEEK_SET) < 0) return Fail("move within", errno);
   position_ = static_cast<std::uint64_t>(position);
   return true;
@@ -183,13 +210,8 @@ std::size_t OutputFile::WaitForReader(std::size_t size) {
 
 void OutputFile::RemoveIfEmpty() const {
   if (!made_ || bytes_written_ > 0) return;
-  struct stat own {};
-  struct stat named {};
   // The path may be another file's by now.
-  if (fstat(fd_, &own) == 0 && lstat(path_.c_str(), &named) == 0 && own.st_dev == named.st_dev &&
-      own.st_ino == named.st_ino) {
-    unlink(path_.c_str());
-  }
+  if (IsNamed(fd_, path_)) unlink(path_.c_str());
 }
 
 }  // namespace movra::media

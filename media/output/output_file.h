@@ -22,11 +22,14 @@ namespace movra::media {
 // file is cut back to where its writer last called it whole, so that it does not end in the middle
 // of a picture.
 //
+// A regular file has one such writer at a time, in all programs, from Open until this goes: two
+// runs that both may overwrite it would mix their bytes.
+//
 // One thread at a time, except for what says otherwise.
 class OutputFile {
  public:
   // "-" is standard output. Null, and for people what was wrong, if the path cannot be written; a
-  // regular file that exists is one unless it may be overwritten.
+  // regular file that exists is one unless it may be overwritten, and that somebody writes is one.
   [[nodiscard]] static std::unique_ptr<OutputFile> Open(const std::string& path, bool overwrite,
                                                         std::string& error);
 
@@ -41,7 +44,7 @@ class OutputFile {
   [[nodiscard]] bool IsSeekable() const { return seekable_; }
   // What has been written so far can be read by itself.
   void MarkWhole() { whole_ = bytes_written_; }
-  // The reader of a pipe sees the end. Nothing is written any more.
+  // Nothing is written any more, and the reader of a pipe sees the end.
   void Close();
 
   // Any thread. From now on all writes together wait for the reader of a pipe no longer than this;
@@ -65,12 +68,13 @@ class OutputFile {
   void RemoveIfEmpty() const;
 
   const std::string path_;
-  int fd_;             // -1: closed.
+  int fd_;             // -1: closed; a regular file only when this goes.
   const int wake_fd_;  // Readable when the limit has changed. Open for as long as this is.
   const bool made_;    // By Open.
   bool regular_ = false;
   bool seekable_ = false;
   bool begun_ = false;
+  bool closed_ = false;
   std::uint64_t position_ = 0;
   std::uint64_t whole_ = 0;
   std::optional<WriteError> error_;

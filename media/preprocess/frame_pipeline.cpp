@@ -4,7 +4,12 @@
 #include <cstdint>
 #include <utility>
 
+#include "logging/guarded_call.h"
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
 #include "media/frame/convert_frame.h"
+#include "media/frame/frame_layout.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 
@@ -34,7 +39,29 @@ std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
 
 bool IsForEncoder(const Tap& tap) { return tap.position == InterceptPosition::kEncoder; }
 
+// Calls code that may be the application's; what throws is over. Whether it returned.
+template <class T, class Call>
+bool CallAttached(const char* what, const Attachment<T>& attachment, Call&& call) {
+  const auto whose = [&] {
+    return std::string(what) + " at " + video::InterceptPositionToString(attachment.position);
+  };
+  const bool has_returned = movra_logging::CallGuarded(whose, std::forward<Call>(call));
+  if (!has_returned) attachment.flags->has_thrown = true;
+  return has_returned;
+}
+
+std::string Describe(const video::Size& size, video::PixelFormat format) {
+  return size.ToString() + " " + video::PixelFormatToString(format);
+}
+
 }  // namespace
+
+FramePipeline::FramePipeline(video::VideoContext context,
+                             const std::shared_ptr<FrameAccount>& account)
+    : context_(std::move(context)),
+      source_(FrameAccount::Source(account)),
+      streams_{FrameAccount::Stream(account, video::VideoStreamType::kBig),
+               FrameAccount::Stream(account, video::VideoStreamType::kSmall)} {}
 
 PixelFrame FramePipeline::Process(PixelFrame frame, const PipelineSettings& settings,
                                   const std::function<bool()>& is_stopped) {
@@ -67,16 +94,40 @@ void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
   const auto listener = interceptor.Lock();
   if (listener == nullptr || pass.is_stopped()) return;
   const PixelFrame offered = ConvertFrame(pass.frame, interceptor.params.pixel_format, pool_);
-  if (!offered) return;
-  const PixelFrame answer = listener->OnInterceptFrame(interceptor.position, offered);
+  if (!offered) {
+    const PixelFrameInfo& info = pass.frame.info();
+    return ReportNotMade("an interceptor's", info.size, interceptor.params.pixel_format, info);
+  }
+  PixelFrame answer;
+  const bool has_answered = CallAttached("The interceptor", interceptor, [&] {
+    answer = listener->OnInterceptFrame(interceptor.position, offered);
+  });
   // A listener that only looked shall not cost the frame a conversion.
-  if (answer && IsSamePicture(answer, offered)) return;
+  if (!has_answered || (answer && IsSamePicture(answer, offered))) return;
+  if (!answer) source_->Count(FrameFate::kIntercepted);
   // An interceptor's new frame may lack what belongs to the stream and not to the picture.
   pass.frame = answer ? answer.InStreamOf(pass.frame.info()) : PixelFrame();
   pass.outputs.reset();
 }
 
 void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
+  std::vector<Output> outputs = MakeOutputs(pass, position);
+  // Written with the smallest first: it is soon encoded, but would wait for a processor until the
+  // longer work is done. The largest gives away what making the others took.
+  for (auto output = outputs.rbegin(); output != outputs.rend(); ++output) {
+    Write(*output, pass.is_stopped);
+  }
+  if (position != InterceptPosition::kEncoder) return;
+  for (const auto& stream : streams_) {
+    const bool is_wanted = std::any_of(outputs.begin(), outputs.end(), [&](const Output& output) {
+      return output.stream == stream.get();
+    });
+    if (!is_wanted) stream->Count(FrameFate::kUnwanted);
+  }
+}
+
+std::vector<FramePipeline::Output> FramePipeline::MakeOutputs(Pass& pass,
+                                                              InterceptPosition position) {
   std::vector<const Tap*> taps;
   for (const Tap& tap : pass.settings.taps) {
     if (tap.position == position) taps.push_back(&tap);
@@ -87,33 +138,52 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
                    [&](const Tap* a, const Tap* b) { return AreaOf(*a, own) > AreaOf(*b, own); });
   std::vector<Output> outputs;
   for (const Tap* const tap : taps) {
-    if (auto output = MakeOutput(pass, *tap)) outputs.push_back(std::move(*output));
+    auto writer = tap->Target();
+    if (writer == nullptr) continue;
+    FrameCounters* const stream = StreamOf(*tap, *writer);
+    outputs.push_back({tap, std::move(writer), stream, MakePicture(pass, *tap)});
   }
-  // Written with the smallest first: it is soon encoded, but would wait for a processor until the
-  // longer work is done. The largest gives away what making the others took.
-  for (auto output = outputs.rbegin(); output != outputs.rend(); ++output) {
-    // Asked right before the write, because others may have removed it meanwhile. An encoder's tap
-    // that is being removed still gets the frame that was on its way to it: it may be added anew
-    // with another size, and a lossless frame must not fall in between.
-    if ((!IsForEncoder(*output->tap) && !*output->tap->attached) || pass.is_stopped()) continue;
-    static_cast<void>(output->writer->Write(std::move(output->frame)));
-  }
+  return outputs;
 }
 
-std::optional<FramePipeline::Output> FramePipeline::MakeOutput(Pass& pass, const Tap& tap) {
-  auto writer = tap.target.lock();
-  if (writer == nullptr) return std::nullopt;
+PixelFrame FramePipeline::MakePicture(Pass& pass, const Tap& tap) {
   if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
-  PixelFrame made =
-      pass.outputs->Make({tap.params.width, tap.params.height}, tap.params.pixel_format);
-  if (!made) return std::nullopt;
-  if (!IsForEncoder(tap)) made = WithDelivery(made, FrameDelivery::kLive);
-  return Output{&tap, std::move(writer), std::move(made)};
+  const video::Size size{tap.params.width, tap.params.height};
+  PixelFrame made = pass.outputs->Make(size, tap.params.pixel_format);
+  if (!made) {
+    ReportNotMade(video::VideoStreamTypeToString(tap.params.stream_type) + "'s", size,
+                  tap.params.pixel_format, pass.frame.info());
+    return made;
+  }
+  return IsForEncoder(tap) ? made : WithDelivery(made, FrameDelivery::kLive);
+}
+
+void FramePipeline::Write(Output& output, const std::function<bool()>& is_stopped) {
+  const auto count = [&](FrameFate fate) {
+    if (output.stream != nullptr) output.stream->Count(fate);
+  };
+  if (!output.frame) return count(FrameFate::kNotMade);
+  // Asked right before the write, because others may have removed it meanwhile. An encoder's tap
+  // that is being removed still gets the frame that was on its way to it: it may be added anew
+  // with another size, and a lossless frame must not fall in between.
+  if (is_stopped()) return count(FrameFate::kStopped);
+  if (!IsForEncoder(*output.tap) && output.tap->flags->is_removed) return;
+  const bool is_lossless = output.frame.info().delivery == FrameDelivery::kLossless;
+  auto result = video::TrackWriteResult::kClosed;
+  static_cast<void>(CallAttached("The frame writer", *output.tap,
+                                 [&] { result = output.writer->Write(std::move(output.frame)); }));
+  // The track counts what it takes or loses; a lossless frame that it refuses is nobody's.
+  if (is_lossless && result == video::TrackWriteResult::kFull) count(FrameFate::kDisplaced);
 }
 
 void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
   if (!pass.frame) return;
   const PixelFrame turned = OrientFrame(pass.frame, orientation, pool_);
+  if (!turned) {
+    const PixelFrameInfo& info = pass.frame.info();
+    ReportNotMade("the upright", info.size, info.format, info);
+    source_->Count(FrameFate::kNotMade);
+  }
   const bool is_same = turned && IsSamePicture(turned, pass.frame);
   const bool was_marked = pass.frame.info().rotation != VideoRotation::k0;
   if (is_same && !was_marked) return;
@@ -123,20 +193,51 @@ void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
   pass.outputs.reset();
 }
 
+FrameCounters* FramePipeline::StreamOf(const Tap& tap,
+                                       const video::IPixelFrameTrackWriter& writer) const {
+  if (!IsForEncoder(tap)) return nullptr;
+  const bool is_small = tap.params.stream_type == video::VideoStreamType::kSmall;
+  FrameCounters* const stream = streams_[is_small ? 1 : 0].get();
+  return CountsInto(writer, *stream) ? stream : nullptr;
+}
+
+void FramePipeline::ReportNotMade(const std::string& whose, const video::Size& size,
+                                  video::PixelFormat format, const PixelFrameInfo& from) {
+  constexpr std::size_t kMostReports = 16;  // Sizes that change for ever shall not fill the log.
+  const bool is_too_long = std::max(size.width, size.height) > kLongestSide;
+  std::string text = "Cannot make " + whose + " picture " + Describe(size, format) + " from " +
+                     Describe(from.size, from.format) + ": ";
+  text += is_too_long ? "sides end at " + std::to_string(kLongestSide) + " pixels"
+                      : "no such conversion, or no memory";
+  const bool is_known = std::find(reported_.begin(), reported_.end(), text) != reported_.end();
+  if (is_known || reported_.size() >= kMostReports) return;
+  reported_.push_back(text);
+  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
+  LogStream("../../media/preprocess/frame_pipeline", __LINE__, __func__,
+            movra_logging::kLogLevelWarning, nullptr)
+      << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " " << text;
+}
+
+// Asked of the target, as it is written to: a tap that is being removed may come back.
 bool EncodersHaveRoom(const PipelineSettings& settings) {
   return std::all_of(settings.taps.begin(), settings.taps.end(), [](const Tap& tap) {
     if (!IsForEncoder(tap)) return true;
-    const auto writer = tap.Lock();
-    return writer == nullptr || writer->HasRoom();
+    const auto writer = tap.Target();
+    bool has_room = true;
+    if (writer == nullptr) return true;
+    static_cast<void>(CallAttached("The frame writer", tap, [&] { has_room = writer->HasRoom(); }));
+    return has_room;
   });
 }
 
-void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& end) {
+void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& end,
+                    const std::function<bool()>& is_stopped) {
   std::vector<std::shared_ptr<video::IPixelFrameTrackWriter>> told;
   for (const Tap& tap : settings.taps) {
-    auto writer = tap.Lock();
+    auto writer = IsForEncoder(tap) ? tap.Target() : tap.Lock();
     if (writer == nullptr || std::find(told.begin(), told.end(), writer) != told.end()) continue;
-    writer->WriteEnd(end);
+    if (is_stopped()) return;
+    static_cast<void>(CallAttached("The frame writer", tap, [&] { writer->WriteEnd(end); }));
     told.push_back(std::move(writer));
   }
 }

@@ -1,34 +1,47 @@
 #ifndef MOVRA_MEDIA_PREPROCESS_FRAME_PIPELINE_H_
 #define MOVRA_MEDIA_PREPROCESS_FRAME_PIPELINE_H_
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "media/frame/frame_pool.h"
 #include "media/frame/orient_frame.h"
 #include "media/preprocess/output_maker.h"
+#include "media/track/frame_account.h"
 #include "video/custom_process_params.h"
 #include "video/pixel_frame.h"
 #include "video/pixel_frame_track.h"
+#include "video/video_context.h"
 #include "video/video_interceptor_listener.h"
 #include "video/video_types.h"
 
 namespace movra::media {
 
-// A tap or an interceptor at its position. Copies share the flag, which the main queue clears when
-// it removes the attachment: a frame in progress is not given to it any more.
+// A tap or an interceptor at its position. Copies share the flags: a frame in progress is not given
+// any more to one that the main queue has removed or that has thrown.
 template <class T>
 struct Attachment {
+  struct Flags {
+    std::atomic<bool> is_removed = false;  // Set on the main queue.
+    std::atomic<bool> has_thrown = false;  // Set where frames are processed.
+  };
+
   video::InterceptPosition position;
   video::CustomProcessParams params;
   std::weak_ptr<T> target;
-  std::shared_ptr<std::atomic<bool>> attached = std::make_shared<std::atomic<bool>>(true);
+  std::shared_ptr<Flags> flags = std::make_shared<Flags>();
 
-  // Null once it is removed or gone.
-  [[nodiscard]] std::shared_ptr<T> Lock() const { return *attached ? target.lock() : nullptr; }
+  // Null once it is gone or has thrown.
+  [[nodiscard]] std::shared_ptr<T> Target() const {
+    return flags->has_thrown ? nullptr : target.lock();
+  }
+  // Null once it is removed, too.
+  [[nodiscard]] std::shared_ptr<T> Lock() const { return flags->is_removed ? nullptr : Target(); }
 };
 using Tap = Attachment<video::IPixelFrameTrackWriter>;
 using Interceptor = Attachment<video::VideoInterceptorListener>;
@@ -44,9 +57,15 @@ struct PipelineSettings {
 // Takes a frame through the positions in their order: at each one the interceptors, then the taps.
 // The frame is turned upright behind kCaptured and for the encoders before kEncoder.
 //
+// A frame that does not reach a stream's encoder is counted with its reason. A picture that cannot
+// be made is told in the log, once for each that was wanted. An interceptor or a writer that throws
+// is told there too and receives nothing more until it is added anew; the frame goes on without it.
+//
 // One thread at a time.
 class FramePipeline {
  public:
+  FramePipeline(video::VideoContext context, const std::shared_ptr<FrameAccount>& account);
+
   // Returns the upright picture, empty if an interceptor dropped the frame. Once `is_stopped`
   // answers true nobody is given the frame any more.
   video::PixelFrame Process(video::PixelFrame frame, const PipelineSettings& settings,
@@ -67,23 +86,36 @@ class FramePipeline {
   struct Output {
     const Tap* tap;
     std::shared_ptr<video::IPixelFrameTrackWriter> writer;
-    video::PixelFrame frame;
+    FrameCounters* stream;    // Of the encoder that reads what is written; null if none does.
+    video::PixelFrame frame;  // Empty if it cannot be made.
   };
 
   void Visit(Pass& pass, video::InterceptPosition position);
   void Intercept(Pass& pass, const Interceptor& interceptor);
   void WriteToTaps(Pass& pass, video::InterceptPosition position);
-  [[nodiscard]] std::optional<Output> MakeOutput(Pass& pass, const Tap& tap);
+  [[nodiscard]] std::vector<Output> MakeOutputs(Pass& pass, video::InterceptPosition position);
+  [[nodiscard]] video::PixelFrame MakePicture(Pass& pass, const Tap& tap);
+  static void Write(Output& output, const std::function<bool()>& is_stopped);
   void Turn(Pass& pass, const Orientation& orientation);
+  [[nodiscard]] FrameCounters* StreamOf(const Tap& tap,
+                                        const video::IPixelFrameTrackWriter& writer) const;
+  // `what` is whose picture it is.
+  void ReportNotMade(const std::string& whose, const video::Size& size, video::PixelFormat format,
+                     const video::PixelFrameInfo& from);
 
+  const video::VideoContext context_;
+  const std::shared_ptr<FrameCounters> source_;
+  const std::array<std::shared_ptr<FrameCounters>, 2> streams_;  // The big one, the small one.
   FramePool pool_;
+  std::vector<std::string> reported_;  // What could not be made.
 };
 
 // Whether every encoder takes a lossless frame now.
 [[nodiscard]] bool EncodersHaveRoom(const PipelineSettings& settings);
 
-// Passes an end mark to every writer, once to each.
-void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& end);
+// Passes an end mark to every writer, once to each, until `is_stopped` answers true.
+void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& end,
+                    const std::function<bool()>& is_stopped);
 
 }  // namespace movra::media
 

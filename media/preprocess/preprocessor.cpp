@@ -5,16 +5,21 @@
 #include <variant>
 
 #include "base/weak_bind.h"
+#include "logging/guarded_call.h"
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
 #include "media/frame/platform_objects.h"
 
 namespace movra::media {
 
+using movra_logging::CallGuarded;
 using video::InterceptPosition;
 using video::PixelFrame;
 
 namespace {
+
+constexpr char kReader[] = "The reader of captured frames";
+constexpr char kWriter[] = "The frame writer of an encoder";
 
 using Image = video::ObjcWrapper<NSImage>;
 
@@ -31,24 +36,55 @@ void Add(std::vector<Attachment<T>>& attachments, Attachment<T> added) {
   attachments.push_back(std::move(added));
 }
 
+// Whether one of them stood in front of an encoder.
 template <class T>
-void Remove(std::vector<Attachment<T>>& attachments, const std::weak_ptr<T>& target) {
+bool Remove(std::vector<Attachment<T>>& attachments, const std::weak_ptr<T>& target) {
+  bool was_for_encoder = false;
   std::erase_if(attachments, [&](const Attachment<T>& a) {
     if (!IsSame(a.target, target)) return false;
-    *a.attached = false;
+    a.flags->is_removed = true;
+    was_for_encoder |= a.position == InterceptPosition::kEncoder;
     return true;
   });
+  return was_for_encoder;
 }
 
 }  // namespace
 
+// Ends a change when the main queue has run it, or drops it unrun.
+class Preprocessor::ChangeEnd {
+ public:
+  ChangeEnd(std::weak_ptr<Preprocessor> preprocessor, std::uint64_t change)
+      : preprocessor_(std::move(preprocessor)), change_(change) {}
+  ~ChangeEnd() {
+    if (const auto preprocessor = preprocessor_.lock()) preprocessor->EndChange(change_);
+  }
+  ChangeEnd(const ChangeEnd&) = delete;
+  ChangeEnd& operator=(const ChangeEnd&) = delete;
+
+ private:
+  const std::weak_ptr<Preprocessor> preprocessor_;
+  const std::uint64_t change_;
+};
+
+bool Preprocessor::Taken::IsLossless() const {
+  const auto* const frame = std::get_if<PixelFrame>(&item);
+  return frame != nullptr && frame->info().delivery == video::FrameDelivery::kLossless;
+}
+
 Preprocessor::Preprocessor(const video::VideoContext& context,
                            std::shared_ptr<core::DispatchQueue> queue)
-    : context_(context), queue_(std::move(queue)) {}
+    : context_(context),
+      queue_(std::move(queue)),
+      account_(FrameAccount::Of(context.trace())),
+      pipeline_(context, account_) {}
 
 // The callbacks stay where they are installed: they find the object gone, and the ends may have new
 // owners by the time the last reference goes.
-Preprocessor::~Preprocessor() { AnswerSnapshots(nullptr); }
+Preprocessor::~Preprocessor() {
+  CountStopped(held_);
+  AnswerSnapshots(nullptr);
+}
 
 void Preprocessor::StartProcessing() {
   {
@@ -60,14 +96,22 @@ void Preprocessor::StartProcessing() {
 
 void Preprocessor::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
   const auto added = reader.lock();
+  if (added) CountInto(*added, FrameAccount::Source(account_));
   std::weak_ptr<video::IPixelFrameTrackReader> replaced = std::move(reader);
   {
     const std::lock_guard lock(mutex_);
     reader_.swap(replaced);
   }
   const auto removed = replaced.lock();
-  if (removed && removed != added) removed->SetReadableCallback({});
-  if (added) added->SetReadableCallback(MakeWeakBind(weak_from_this(), &Preprocessor::Schedule));
+  // Ends may be the application's: one that throws here has no callback, and that is all.
+  if (removed && removed != added) {
+    static_cast<void>(CallGuarded(kReader, [&] { removed->SetReadableCallback({}); }));
+  }
+  if (added) {
+    static_cast<void>(CallGuarded(kReader, [&] {
+      added->SetReadableCallback(MakeWeakBind(weak_from_this(), &Preprocessor::Schedule));
+    }));
+  }
 }
 
 void Preprocessor::AddInterceptor(InterceptPosition position,
@@ -88,38 +132,53 @@ void Preprocessor::AddOutputTrack(InterceptPosition position,
   const auto added = writer.lock();
   if (added == nullptr) return;
   if (position == InterceptPosition::kEncoder) {
-    added->SetRoomCallback(MakeWeakBind(weak_from_this(), &Preprocessor::Schedule));
+    static_cast<void>(CallGuarded(kWriter, [&] {
+      added->SetRoomCallback(MakeWeakBind(weak_from_this(), &Preprocessor::Schedule));
+    }));
   }
-  Change([&](PipelineSettings& settings) {
-    Add(settings.taps, {position, params, std::move(writer)});
-  });
+  const bool returns = position == InterceptPosition::kEncoder && IsSame(last_removed_, writer);
+  Change(
+      [&](PipelineSettings& settings) {
+        Add(settings.taps, {position, params, std::move(writer)});
+      },
+      [&] {
+        if (returns) changes_.erase(last_change_);
+      });
+  if (returns) Schedule();  // Something may have waited for the tap.
 }
 
 void Preprocessor::RemoveOutputTrack(std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
-  // First, so that no lossless frame passes between a tap's removal and its return in another size.
-  ++changes_;
-  Change([&](PipelineSettings& settings) { Remove(settings.taps, writer); });
-  if (const auto removed = writer.lock()) removed->SetRoomCallback({});
-  const auto main_queue = core::GetMainQueue();
-  if (main_queue->IsCurrent()) {
-    main_queue->Post(movra_base::BindOnce(&Preprocessor::EndChange, weak_from_this()));
-  } else {
-    EndChange();
+  bool was_for_encoder = false;
+  Change([&](PipelineSettings& settings) { was_for_encoder = Remove(settings.taps, writer); },
+         [&] {
+           if (was_for_encoder) changes_.insert(++last_change_);
+         });
+  if (!was_for_encoder) return;
+  if (const auto removed = writer.lock()) {
+    static_cast<void>(CallGuarded(kWriter, [&] { removed->SetRoomCallback({}); }));
   }
+  last_removed_ = std::move(writer);
+  core::GetMainQueue()->Post(
+      movra_base::BindOnce([](const std::shared_ptr<ChangeEnd>& /*end*/) {},
+                           std::make_shared<ChangeEnd>(weak_from_this(), last_change_)));
 }
 
-void Preprocessor::EndChange() {
-  --changes_;
-  Schedule();  // The held frame may have waited for the tap, or for the change.
+void Preprocessor::EndChange(std::uint64_t change) {
+  {
+    const std::lock_guard lock(mutex_);
+    changes_.erase(change);
+  }
+  Schedule();  // What is held may have waited for the tap, or for the change.
 }
 
 void Preprocessor::StopProcessing() {
-  PixelFrame dropped;  // Released after the lock.
+  video::TrackItem dropped;  // Released after the lock.
   {
     const std::lock_guard lock(mutex_);
     run_ = 0;
     dropped = std::exchange(held_, {});
   }
+  CountStopped(dropped);
   AnswerSnapshots(nullptr);
 }
 
@@ -219,12 +278,14 @@ void Preprocessor::SetCoverImageParams(std::shared_ptr<video::VideoCoverImagePar
   if (params) ReportUnavailable("cover image");
 }
 
-void Preprocessor::Change(const std::function<void(PipelineSettings&)>& change) {
+void Preprocessor::Change(const std::function<void(PipelineSettings&)>& change,
+                          const std::function<void()>& and_also) {
   auto changed = std::make_shared<PipelineSettings>(*settings_);  // Only this thread replaces it.
   change(*changed);
   std::shared_ptr<const PipelineSettings> replaced = std::move(changed);
   const std::lock_guard lock(mutex_);
   settings_.swap(replaced);
+  if (and_also) and_also();
 }
 
 void Preprocessor::ReportUnavailable(std::string_view effect) {
@@ -243,7 +304,10 @@ void Preprocessor::AnswerSnapshots(const std::shared_ptr<Image>& image) {
     const std::lock_guard lock(mutex_);
     answered.swap(snapshots_);
   }
-  for (SnapshotCallback& on_done : answered) std::move(on_done).Run(image);
+  for (SnapshotCallback& on_done : answered) {
+    static_cast<void>(
+        CallGuarded("The callback of a snapshot", [&] { std::move(on_done).Run(image); }));
+  }
 }
 
 void Preprocessor::Schedule() {
@@ -253,49 +317,78 @@ void Preprocessor::Schedule() {
 
 void Preprocessor::ProcessNext() {
   is_scheduled_ = false;  // First: what is written from here on posts a task of its own.
-  std::shared_ptr<const PipelineSettings> settings;
-  {
-    const std::lock_guard lock(mutex_);
-    settings = settings_;
+  Taken taken = Take();
+  if (std::holds_alternative<std::monostate>(taken.item)) return;
+  const Terms terms = Join(taken);
+  if (terms.settings == nullptr) {
+    CountStopped(taken.item);
+  } else if ((terms.is_changing && (taken.IsLossless() || taken.IsEnd())) ||
+             (taken.IsLossless() && !EncodersHaveRoom(*terms.settings))) {
+    return Hold(std::move(taken));
+  } else if (auto* const frame = std::get_if<PixelFrame>(&taken.item)) {
+    Process(std::move(*frame), *terms.settings, taken.run);
+  } else {
+    WriteEndToTaps(*terms.settings, std::get<video::StreamEnd>(taken.item),
+                   [this, run = taken.run] { return run_ != run; });
   }
-  const std::uint64_t run = run_;
-  if (run == 0) return;
-  PixelFrame frame = TakeHeldFrame();
-  if (!frame) frame = ReadFrame(*settings);
-  if (!frame) return;
-  if (frame.info().delivery == video::FrameDelivery::kLossless &&
-      (changes_ > 0 || !EncodersHaveRoom(*settings))) {
-    return Hold(std::move(frame), run);
-  }
-  Process(std::move(frame), *settings, run);
   Schedule();  // For what the input holds besides.
 }
 
-PixelFrame Preprocessor::TakeHeldFrame() {
-  const std::lock_guard lock(mutex_);
-  return std::exchange(held_, {});
-}
-
-PixelFrame Preprocessor::ReadFrame(const PipelineSettings& settings) {
+// What is held comes first. Nothing is read while processing is stopped.
+Preprocessor::Taken Preprocessor::Take() {
+  Taken taken;
   std::shared_ptr<video::IPixelFrameTrackReader> reader;
   {
     const std::lock_guard lock(mutex_);
+    taken.run = run_;
+    if (taken.run == 0) return taken;
+    taken.item = std::exchange(held_, {});
+    if (!std::holds_alternative<std::monostate>(taken.item)) return taken;
+    taken.reader = reader_;
     reader = reader_.lock();
   }
-  if (reader == nullptr) return {};
-  video::TrackItem item = reader->Read();
-  if (auto* const frame = std::get_if<PixelFrame>(&item)) return std::move(*frame);
-  if (const auto* const end = std::get_if<video::StreamEnd>(&item)) {
-    WriteEndToTaps(settings, *end);
-    Schedule();  // A next stream's frames may stand behind it.
-  }
-  return {};
+  if (reader == nullptr) return taken;
+  const bool has_returned = CallGuarded(kReader, [&] { taken.item = reader->Read(); });
+  if (!has_returned) Detach(taken.reader);
+  // A reader of the application's own does not count what comes.
+  const auto source = FrameAccount::Source(account_);
+  const bool is_frame = std::holds_alternative<PixelFrame>(taken.item);
+  if (is_frame && !CountsInto(*reader, *source)) source->Come();
+  return taken;
 }
 
-// Whatever makes room from here on posts a task, and that runs after this one.
-void Preprocessor::Hold(PixelFrame frame, std::uint64_t run) {
+void Preprocessor::Detach(const std::weak_ptr<video::IPixelFrameTrackReader>& reader) {
   const std::lock_guard lock(mutex_);
-  if (run_ == run) held_ = std::move(frame);
+  if (IsSameInput(reader)) reader_.reset();
+}
+
+// By owner alone: comparing the objects would share them, and give the last share back under the
+// lock.
+bool Preprocessor::IsSameInput(const std::weak_ptr<video::IPixelFrameTrackReader>& reader) const {
+  return !reader.owner_before(reader_) && !reader_.owner_before(reader);
+}
+
+// Everything may have changed since the item was taken. What was taken before a stop is over with
+// it; but an input that lives on across a stop and a start keeps what it holds, and nobody can tell
+// whether it was read before the start or after it.
+Preprocessor::Terms Preprocessor::Join(Taken& taken) {
+  const std::lock_guard lock(mutex_);
+  const bool lives_on = !taken.reader.expired() && IsSameInput(taken.reader);
+  if (run_ == 0 || (run_ != taken.run && !lives_on)) return {};
+  taken.run = run_;
+  return {settings_, !changes_.empty()};
+}
+
+// Whatever makes room or ends a change from here on posts a task, and that runs after this one.
+void Preprocessor::Hold(Taken taken) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (run_ == taken.run) {
+      held_ = std::move(taken.item);
+      return;
+    }
+  }
+  CountStopped(taken.item);
 }
 
 void Preprocessor::Process(PixelFrame frame, const PipelineSettings& settings, std::uint64_t run) {
@@ -310,6 +403,11 @@ void Preprocessor::Process(PixelFrame frame, const PipelineSettings& settings, s
   if (!wants_image || !upright) return;
   PixelFrame image = pipeline_.ToImage(upright);
   AnswerSnapshots(image ? std::make_shared<Image>(std::move(image)) : nullptr);
+}
+
+void Preprocessor::CountStopped(const video::TrackItem& item) {
+  if (!std::holds_alternative<PixelFrame>(item)) return;
+  FrameAccount::Source(account_)->Count(FrameFate::kStopped);
 }
 
 }  // namespace movra::media

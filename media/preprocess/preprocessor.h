@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "media/preprocess/frame_pipeline.h"
@@ -18,17 +19,24 @@ namespace movra::media {
 // Scales, converts and turns frames for the taps.
 //
 // The readable callback of the input and the room callbacks of the encoders post one task at a
-// time; a task handles one frame and lets whoever shares the queue have the next turn. No task
-// waits. A lossless frame moves on when every encoder has room; until then it is the one frame that
+// time; a task handles one item and lets whoever shares the queue have the next turn. No task
+// waits. A lossless frame moves on when every encoder has room; until then it is the one item that
 // the preprocessor holds, and nothing more is read, which is how a slow encoder slows its source.
 // Taps elsewhere receive live frames whatever the source.
 //
-// An operation on the main queue changes a copy of the settings and swaps it in; a frame in
-// progress goes on with the settings it began with. A removed tap or interceptor, and everyone once
-// processing is stopped, is given nothing more; a write in progress may end after the removal.
-// Encoder taps differ: the frame in progress still reaches them, and no lossless frame moves on
-// before the main-queue task that removed one has ended, so that a tap which is removed and added
-// in another size loses nothing.
+// An operation on the main queue changes a copy of the settings and swaps it in. A task takes its
+// item first and then, in one step, what holds for it: so a tap that stands before a frame is
+// written receives the frame. The item goes on with those settings. A removed tap or interceptor,
+// and everyone once processing is stopped, is given nothing more; a write in progress may end after
+// the removal. An item that was taken before a stop goes no further, whatever is started after it.
+//
+// Encoder taps differ: the item in progress still reaches them, and neither a lossless frame nor an
+// end mark moves on between the removal of one and its return, in another size, say. One that does
+// not return is waited for until the main queue has run its next task; so outside of a running loop
+// too nothing is lost, and what is lossless waits for the loop.
+//
+// Frames that get no further are counted in the account of the context's trace. What the
+// application's ends, listeners and callbacks throw is told in the log and ends there.
 //
 // Effects are not available yet: the first request for each is answered by a line in the log.
 class Preprocessor final : public video::IVideoPreprocessor2,
@@ -78,43 +86,65 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   ~Preprocessor() override;
 
  private:
-  // Swaps in changed settings. Main queue.
-  void Change(const std::function<void(PipelineSettings&)>& change);
+  class ChangeEnd;
+  // A frame or an end mark, and where it is from.
+  struct Taken {
+    video::TrackItem item;
+    std::weak_ptr<video::IPixelFrameTrackReader> reader;  // Empty for one that was held.
+    std::uint64_t run = 0;
+
+    [[nodiscard]] bool IsLossless() const;
+    [[nodiscard]] bool IsEnd() const { return std::holds_alternative<video::StreamEnd>(item); }
+  };
+  // What holds for an item.
+  struct Terms {
+    std::shared_ptr<const PipelineSettings> settings;  // Null: its run is over.
+    bool is_changing = false;                          // An encoder's tap is being replaced.
+  };
+
+  // Swaps in changed settings; `and_also` runs in the same step. Main queue.
+  void Change(const std::function<void(PipelineSettings&)>& change,
+              const std::function<void()>& and_also = {});
   // Logs once for each effect that something was asked for which is not there yet. Main queue.
   void ReportUnavailable(std::string_view effect);
   void AnswerSnapshots(const std::shared_ptr<video::ObjcWrapper<NSImage>>& image);
 
-  // Ends a change of the taps. Main queue.
-  void EndChange();
+  // Ends a change of an encoder's tap. Any thread.
+  void EndChange(std::uint64_t change);
 
-  // Makes a task look for a frame, unless one is posted already. Any thread.
+  // Makes a task look for an item, unless one is posted already. Any thread.
   void Schedule();
   // The rest runs on the queue.
   void ProcessNext();
-  [[nodiscard]] video::PixelFrame TakeHeldFrame();
-  // Reads the input; passes an end mark on. Empty if there is no frame to process.
-  [[nodiscard]] video::PixelFrame ReadFrame(const PipelineSettings& settings);
-  void Hold(video::PixelFrame frame, std::uint64_t run);
+  [[nodiscard]] Taken Take();
+  // Reads no more from one that has thrown.
+  void Detach(const std::weak_ptr<video::IPixelFrameTrackReader>& reader);
+  // With mutex_ held.
+  [[nodiscard]] bool IsSameInput(const std::weak_ptr<video::IPixelFrameTrackReader>& reader) const;
+  [[nodiscard]] Terms Join(Taken& taken);
+  void Hold(Taken taken);
   void Process(video::PixelFrame frame, const PipelineSettings& settings, std::uint64_t run);
+  void CountStopped(const video::TrackItem& item);
 
   const video::VideoContext context_;
   const std::shared_ptr<core::DispatchQueue> queue_;
+  const std::shared_ptr<FrameAccount> account_;
   FramePipeline pipeline_;                       // The queue's.
   std::set<std::string_view> reported_effects_;  // The main queue's.
   std::uint64_t runs_ = 0;                       // The main queue's; counts the starts.
+  std::uint64_t last_change_ = 0;                // The main queue's, as the one below.
+  std::weak_ptr<video::IPixelFrameTrackWriter> last_removed_;  // By last_change_.
   // Which start is running, 0 when stopped. Written on the main queue, read on the queue.
   std::atomic<std::uint64_t> run_ = 0;
   std::atomic<std::uint32_t> processed_ = 0;  // Written on the queue, read on any thread.
-  // The removals whose main-queue task has not ended yet. Written on the main queue, read on the
-  // queue.
-  std::atomic<int> changes_ = 0;
-  std::atomic<bool> is_scheduled_ = false;  // Set on any thread, cleared on the queue.
+  std::atomic<bool> is_scheduled_ = false;    // Set on any thread, cleared on the queue.
 
   std::mutex mutex_;
-  // All guarded by mutex_; run_ changes under it too, so that no frame is held beyond its run.
+  // All guarded by mutex_; run_ changes under it too, so that no item is held beyond its run.
   std::shared_ptr<const PipelineSettings> settings_ = std::make_shared<PipelineSettings>();
+  std::set<std::uint64_t> changes_;  // Of encoders' taps, that have not ended.
   std::weak_ptr<video::IPixelFrameTrackReader> reader_;
-  video::PixelFrame held_;
+  video::TrackItem held_;
   std::vector<SnapshotCallback> snapshots_;
 };
 

@@ -22,7 +22,7 @@ namespace movra::media {
 // Runs its tasks when the test says so. One thread.
 class ManualQueue final : public core::DispatchQueue {
  public:
-  [[nodiscard]] bool IsCurrent() const override { return true; }
+  [[nodiscard]] bool IsCurrent() const override { return is_current; }
   void Post(core::Task task) override { tasks_.push_back(std::move(task)); }
   void PostDelayed(core::Task task, std::chrono::nanoseconds /*delay*/) override {
     Post(std::move(task));
@@ -41,6 +41,8 @@ class ManualQueue final : public core::DispatchQueue {
   }
   [[nodiscard]] std::size_t waiting() const { return tasks_.size(); }
 
+  bool is_current = true;
+
  private:
   std::deque<core::Task> tasks_;
 };
@@ -53,11 +55,39 @@ class RecordingWriter final : public video::IPixelFrameTrackWriter {
     if (on_write) on_write();
     return video::TrackWriteResult::kAccepted;
   }
-  void WriteEnd(const video::StreamEnd& end) override { ends.push_back(end); }
+  void WriteEnd(const video::StreamEnd& end) override {
+    ends.push_back(end);
+    if (on_write) on_write();
+  }
 
   std::vector<video::PixelFrame> frames;
   std::vector<video::StreamEnd> ends;
-  std::function<void()> on_write;
+  std::function<void()> on_write;  // Behind each frame and end mark.
+};
+
+// A source's reader that is interrupted right behind a read: whoever reads has the item in hand
+// while the test changes everything.
+class PausingReader final : public video::IPixelFrameTrackReader {
+ public:
+  explicit PausingReader(std::shared_ptr<video::IPixelFrameTrackReader> reader)
+      : reader_(std::move(reader)) {}
+
+  [[nodiscard]] std::uint32_t GetCaptureStat() override { return reader_->GetCaptureStat(); }
+  [[nodiscard]] video::TrackItem Read() override {
+    video::TrackItem item = reader_->Read();
+    if (in_the_pause && !std::holds_alternative<std::monostate>(item)) {
+      std::exchange(in_the_pause, {})();
+    }
+    return item;
+  }
+  void SetReadableCallback(std::function<void()> callback) override {
+    reader_->SetReadableCallback(std::move(callback));
+  }
+
+  std::function<void()> in_the_pause;  // Once.
+
+ private:
+  const std::shared_ptr<video::IPixelFrameTrackReader> reader_;
 };
 
 // "3" for a frame of that sequence number, "end 0", or "" for nothing.

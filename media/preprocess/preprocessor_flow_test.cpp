@@ -343,6 +343,38 @@ TEST_F(PreprocessorFlow, ATapThatDiedOrWasRemovedReceivesNothing) {
   EXPECT_EQ(kept->frames.size(), 2U);
 }
 
+TEST_F(PreprocessorFlow, TheRoomOfARemovedTapCallsNobody) {
+  const auto track = AddTrack(kEncoder);
+  preprocessor->StartProcessing();
+  ASSERT_EQ(Send(0, kLossless), TrackWriteResult::kAccepted);
+  queue->RunAll();
+  preprocessor->RemoveOutputTrack(track->GetWriter());
+  queue->RunAll();
+  EXPECT_EQ(Read(track), "0");
+  EXPECT_EQ(queue->waiting(), 0U);
+}
+
+TEST_F(PreprocessorFlow, TheEndOfAFrameThatAStopDropsMayUseThePreprocessor) {
+  const auto full = AddTrack(kEncoder);
+  preprocessor->StartProcessing();
+  ASSERT_EQ(Send(0, kLossless), TrackWriteResult::kAccepted);
+  queue->RunAll();
+  int ends = 0;
+  const video::PixelFrame held = MakeFrame(1, kLossless);
+  const auto on_end = [&, owner = held.owner()](const void*) {
+    ++ends;
+    preprocessor->SetMirror(video::MirrorMode::kEnabled);
+    preprocessor->StartProcessing();
+  };
+  ASSERT_EQ(source->GetWriter()->Write(
+                {held.info(), std::shared_ptr<const void>(held.info().planes[0].data, on_end)}),
+            TrackWriteResult::kAccepted);
+  queue->RunAll();
+  EXPECT_EQ(ends, 0);
+  preprocessor->StopProcessing();
+  EXPECT_EQ(ends, 1);
+}
+
 TEST_F(PreprocessorFlow, WritersThatShareAnOwnerAreTakenApart) {
   const auto owner = std::make_shared<std::pair<RecordingWriter, RecordingWriter>>();
   const std::shared_ptr<RecordingWriter> first(owner, &owner->first);

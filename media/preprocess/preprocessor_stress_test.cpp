@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "core/run_loop.h"
 #include "core/serial_queue.h"
 #include "gtest/gtest.h"
 #include "media/frame/pictures_for_test.h"
@@ -88,6 +89,9 @@ std::vector<std::uint64_t> RunEncoder(video::IPixelFrameTrackReader& reader) {
 
 TEST(PreprocessorStress, NoLosslessFrameIsLostWhateverTheMainThreadChanges) {
   constexpr std::uint64_t kFrames = 400;
+  // Not running, as before a program's loop runs: nothing may depend on its tasks.
+  const auto main_loop = std::make_shared<core::RunLoop>();
+  const auto previous = core::SetMainQueue(main_loop);
   const auto queue = std::make_shared<core::SerialQueue>("preprocess");
   FramePool pool;
   const auto source = video::IPixelFrameTrack::Create("source", 1);
@@ -116,6 +120,11 @@ TEST(PreprocessorStress, NoLosslessFrameIsLostWhateverTheMainThreadChanges) {
     preprocessor->SetMirror(static_cast<video::MirrorMode>(i % 3));
     preprocessor->SetRotation(static_cast<video::VideoRotation>(i % 4 * 90));
     preprocessor->SetEncoderOutputSize(32 + i % 8 * 2, 18);
+    // A stream's size changes, also while the source ends.
+    const auto& resized = i % 2 == 0 ? big : small;
+    preprocessor->RemoveOutputTrack(resized->GetWriter());
+    preprocessor->AddOutputTrack(InterceptPosition::kEncoder, Params({16 + i % 4 * 2, 8}),
+                                 resized->GetWriter());
     preprocessor->Snapshot(
         movra_base::BindOnce([](std::shared_ptr<video::ObjcWrapper<NSImage>>) {}));
     static_cast<void>(preprocessor->GetStats());
@@ -125,6 +134,7 @@ TEST(PreprocessorStress, NoLosslessFrameIsLostWhateverTheMainThreadChanges) {
   sending.join();
   encoding_big.join();
   encoding_small.join();
+  core::SetMainQueue(previous);
   EXPECT_EQ(big_frames.size(), kFrames);
   EXPECT_EQ(big_frames, small_frames);
   for (std::uint64_t i = 0; i < big_frames.size(); ++i) ASSERT_EQ(big_frames[i], i);

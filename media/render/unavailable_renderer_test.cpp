@@ -60,6 +60,15 @@ TEST_F(UnavailableRendererTest, ItSaysSoOnceInTheLog) {
   EXPECT_THAT(log.texts(), ElementsAre("[trace:3][main] Rendering is not available yet"));
 }
 
+TEST_F(UnavailableRendererTest, ALogThatTakesNoWarningsIsToldNothing) {
+  const movra_logging::RecordingSink log;
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelError);
+  renderer_->Start();
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelInfo);
+  renderer_->Start();
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(UnavailableRendererTest, TheClientIsHeldWeakly) {
   EXPECT_EQ(client_.use_count(), 1);
   renderer_->Start();

@@ -50,10 +50,12 @@ TEST_F(UnavailableScreenSharingTest, EachStartIsAnsweredOnTheMainQueueByTheError
   video::DesktopScreenParams params;
   params.source_id = 42;
   sharing_->StartDesktopCapture(params);
+  sharing_->StartDesktopCapture({});
   sharing_->StartMobileCapture({});
   EXPECT_THAT(client_->errors, IsEmpty());
   main_->RunUntilIdle();
   EXPECT_THAT(client_->errors, ElementsAre(Pair(42, VideoScreenSharingError::kUnavailable),
+                                           Pair(0, VideoScreenSharingError::kUnavailable),
                                            Pair(0, VideoScreenSharingError::kUnavailable)));
   EXPECT_EQ(client_->others, 0);
 }
@@ -63,6 +65,15 @@ TEST_F(UnavailableScreenSharingTest, ItSaysSoOnceInTheLog) {
   sharing_->StartDesktopCapture({});
   sharing_->StartDesktopCapture({});
   EXPECT_THAT(log.texts(), ElementsAre("[trace:3][main] Screen sharing is not available yet"));
+}
+
+TEST_F(UnavailableScreenSharingTest, ALogThatTakesNoWarningsIsToldNothing) {
+  const movra_logging::RecordingSink log;
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelError);
+  sharing_->StartDesktopCapture({});
+  movra_logging::SetMinLogLevel(movra_logging::kLogLevelInfo);
+  sharing_->StartDesktopCapture({});
+  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(UnavailableScreenSharingTest, TheClientIsHeldWeaklyAndMayBeMissing) {

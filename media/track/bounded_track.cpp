@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "media/track/callback_slot.h"
+#include "media/track/frame_counts.h"
 
 namespace movra::media {
 
@@ -29,10 +30,19 @@ class BoundedTrack::Queue {
     auto result = TrackWriteResult::kAccepted;
     {
       const std::lock_guard lock(mutex_);
-      if (closed_) return TrackWriteResult::kClosed;
-      if (frames_ >= capacity_) {
-        if (frame.info().delivery == FrameDelivery::kLossless) return TrackWriteResult::kFull;
+      const bool is_full = !closed_ && frames_ >= capacity_;
+      // It comes again.
+      if (is_full && frame.info().delivery == FrameDelivery::kLossless) {
+        return TrackWriteResult::kFull;
+      }
+      counters_->Come();
+      if (closed_) {
+        counters_->Count(FrameFate::kStopped);
+        return TrackWriteResult::kClosed;
+      }
+      if (is_full) {
         ++dropped_;
+        counters_->Count(FrameFate::kDisplaced);
         if (!TakeOldestLive(displaced)) return TrackWriteResult::kFull;
         result = TrackWriteResult::kReplacedOlder;
       }
@@ -80,7 +90,7 @@ class BoundedTrack::Queue {
     {
       const std::lock_guard lock(mutex_);
       dropped.swap(items_);
-      frames_ = 0;
+      counters_->Count(FrameFate::kStopped, std::exchange(frames_, 0));
       closed_ = closed_ || close;
     }
     room_.Run();
@@ -93,6 +103,30 @@ class BoundedTrack::Queue {
   }
 
   void SetRoomCallback(std::function<void()> callback) { room_.Set(std::move(callback)); }
+
+  void CountInto(const std::shared_ptr<FrameCounters>& counters) {
+    const std::lock_guard lock(mutex_);
+    if (counters_ == counters) return;
+    if (std::exchange(is_counted_, true)) {
+      // The frames that wait move; what is over stays where it was counted.
+      counters_->Come(-std::uint64_t{frames_});
+      counters->Come(frames_);
+    } else {
+      counters->Add(counters_->Counts());
+    }
+    counters_ = counters;
+  }
+
+  bool CountsInto(const FrameCounters& counters) const {
+    const std::lock_guard lock(mutex_);
+    return counters_.get() == &counters;
+  }
+
+  void CountUnwritten(FrameFate fate) {
+    const std::lock_guard lock(mutex_);
+    counters_->Come();
+    counters_->Count(fate);
+  }
 
   std::uint32_t written() const {
     const std::lock_guard lock(mutex_);
@@ -138,11 +172,32 @@ class BoundedTrack::Queue {
   std::uint32_t written_ = 0;
   std::uint32_t dropped_ = 0;
   bool closed_ = false;
+  std::shared_ptr<FrameCounters> counters_ = std::make_shared<FrameCounters>();
+  bool is_counted_ = false;  // Somebody asked for the counts.
 };
 
-class BoundedTrack::Reader final : public video::IPixelFrameTrackReader {
+// Both ends: each may be the only one that somebody has.
+template <class End>
+class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
  public:
-  explicit Reader(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+  explicit CountingEnd(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+
+  // CountingTrackEnd
+  void CountInto(const std::shared_ptr<FrameCounters>& counters) override {
+    queue_->CountInto(counters);
+  }
+  [[nodiscard]] bool CountsInto(const FrameCounters& counters) const override {
+    return queue_->CountsInto(counters);
+  }
+  void CountUnwritten(FrameFate fate) override { queue_->CountUnwritten(fate); }
+
+ protected:
+  const std::shared_ptr<Queue> queue_;
+};
+
+class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackReader> {
+ public:
+  using CountingEnd::CountingEnd;
 
   std::uint32_t GetCaptureStat() override { return queue_->written(); }
   std::uint32_t GetDroppedFrames() override { return queue_->dropped(); }
@@ -150,14 +205,11 @@ class BoundedTrack::Reader final : public video::IPixelFrameTrackReader {
   void SetReadableCallback(std::function<void()> callback) override {
     queue_->SetReadableCallback(std::move(callback));
   }
-
- private:
-  const std::shared_ptr<Queue> queue_;
 };
 
-class BoundedTrack::Writer final : public video::IPixelFrameTrackWriter {
+class BoundedTrack::Writer final : public CountingEnd<video::IPixelFrameTrackWriter> {
  public:
-  explicit Writer(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+  using CountingEnd::CountingEnd;
 
   TrackWriteResult Write(PixelFrame frame) override { return queue_->Write(std::move(frame)); }
   void WriteEnd(const StreamEnd& end) override { queue_->WriteEnd(end); }
@@ -165,9 +217,6 @@ class BoundedTrack::Writer final : public video::IPixelFrameTrackWriter {
   void SetRoomCallback(std::function<void()> callback) override {
     queue_->SetRoomCallback(std::move(callback));
   }
-
- private:
-  const std::shared_ptr<Queue> queue_;
 };
 
 BoundedTrack::BoundedTrack(int capacity)

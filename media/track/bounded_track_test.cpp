@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -81,6 +82,56 @@ TEST(BoundedTrack, EndMarksThatDisplacementBringsTogetherBecomeOne) {
     writer->WriteEnd(End(stream));
   }
   EXPECT_THAT(Drain(track), ElementsAre(-4, 5, -5));
+}
+
+// A frame whose owner's end calls the track: a library's or an application's destructor may.
+PixelFrame FrameThatCallsBack(FrameDelivery delivery, std::function<void()> on_end) {
+  video::PixelFrameInfo info;
+  info.delivery = delivery;
+  static constexpr int kOwned = 0;
+  return {info, std::shared_ptr<const void>(
+                    &kOwned, [on_end = std::move(on_end)](const void*) { on_end(); })};
+}
+
+TEST(BoundedTrack, TheEndOfADroppedFrameMayUseTheTrack) {
+  FrameCounter frames;
+  auto track = std::make_unique<BoundedTrack>(1);
+  const auto writer = track->GetWriter();
+  const auto reader = track->GetReader();
+  int ends = 0;
+  const auto use_the_track = [&] {
+    ++ends;
+    EXPECT_EQ(std::holds_alternative<PixelFrame>(reader->Read()), ends == 1) << "after " << ends;
+    static_cast<void>(writer->HasRoom());
+    reader->SetReadableCallback({});
+    writer->SetRoomCallback({});
+  };
+  const auto write = [&] {
+    return writer->Write(FrameThatCallsBack(FrameDelivery::kLive, use_the_track));
+  };
+  ASSERT_EQ(write(), TrackWriteResult::kAccepted);
+  ASSERT_EQ(writer->Write(frames.Make(1, FrameDelivery::kLive)), TrackWriteResult::kReplacedOlder);
+  EXPECT_EQ(ends, 1) << "displaced";
+  ASSERT_EQ(write(), TrackWriteResult::kAccepted);
+  track->Reset();
+  EXPECT_EQ(ends, 2) << "reset";
+  ASSERT_EQ(write(), TrackWriteResult::kAccepted);
+  track.reset();
+  EXPECT_EQ(ends, 3) << "closed";
+  ASSERT_EQ(write(), TrackWriteResult::kClosed);
+  EXPECT_EQ(ends, 4) << "refused";
+}
+
+TEST(BoundedTrack, ACallbackThatThrowsStopsNeitherTheWriterNorTheReader) {
+  FrameCounter frames;
+  BoundedTrack track(1);
+  track.GetReader()->SetReadableCallback([] { throw 1; });
+  track.GetWriter()->SetRoomCallback([] { throw 1; });
+  for (std::uint64_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(track.GetWriter()->Write(frames.Make(i, FrameDelivery::kLossless)),
+              TrackWriteResult::kAccepted);
+    EXPECT_THAT(Drain(track), ElementsAre(i));
+  }
 }
 
 // A writer that never loses a frame and a reader on another thread, joined only by the callbacks.

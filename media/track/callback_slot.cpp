@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "logging/guarded_call.h"
+
 namespace movra::media {
 
 void CallbackSlot::Set(std::function<void()> callback) {
@@ -12,6 +14,7 @@ void CallbackSlot::Set(std::function<void()> callback) {
   std::unique_lock lock(mutex_);
   callback_.swap(previous);
   run_again_ = false;
+  has_thrown_ = false;
   const void* const removed = previous.get();
   if (removed != nullptr && running_ == removed && running_thread_ != std::this_thread::get_id()) {
     // The runner holds the last reference from here on: it destroys the callback before it says
@@ -31,13 +34,15 @@ void CallbackSlot::Run() {
   do {
     run_again_ = false;
     auto callback = callback_;
-    if (callback == nullptr) return;
+    if (callback == nullptr || has_thrown_) return;
     running_ = callback.get();
     running_thread_ = std::this_thread::get_id();
     lock.unlock();
-    (*callback)();
+    const bool has_returned =
+        movra_logging::CallGuarded("The callback of a frame track", *callback);
     callback.reset();
     lock.lock();
+    if (!has_returned && callback_.get() == running_) has_thrown_ = true;
     running_ = nullptr;
     ++ended_runs_;
     run_ended_.notify_all();

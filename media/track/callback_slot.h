@@ -16,6 +16,9 @@ namespace movra::media {
 // thread that is running the callback runs it once more. So a callback may cause its own event
 // without recursion, and nobody waits to run it.
 //
+// A callback that throws is told in the log and not run any more; it stays until another one is
+// set.
+//
 // Any thread. No lock is held while the callback runs or while it is destroyed.
 class CallbackSlot {
  public:
@@ -36,6 +39,7 @@ class CallbackSlot {
   std::thread::id running_thread_;
   std::uint64_t ended_runs_ = 0;
   bool run_again_ = false;
+  bool has_thrown_ = false;  // The callback that is set.
 };
 
 }  // namespace movra::media

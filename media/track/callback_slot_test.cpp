@@ -4,9 +4,13 @@
 #include <functional>
 #include <latch>
 #include <memory>
+#include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "gtest/gtest.h"
+#include "logging/recording_sink_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -123,6 +127,46 @@ TEST(CallbackSlot, ACallbackSetDuringARunOfTheOldOneIsNotRunOnTheOldOnesAccount)
   EXPECT_EQ(new_runs, 0);
   slot.Run();
   EXPECT_EQ(new_runs, 1);
+}
+
+TEST(CallbackSlot, ACallbackThatThrowsIsToldOnceAndIsNotRunAgain) {
+  movra_logging::RecordingSink log;
+  CallbackSlot slot;
+  int runs = 0;
+  slot.Set([&] {
+    ++runs;
+    slot.Run();  // Asks for another run, which nobody makes.
+    throw std::runtime_error("broken");
+  });
+  slot.Run();
+  slot.Run();
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"The callback of a frame track threw: broken"});
+}
+
+TEST(CallbackSlot, AfterOneThatThrewAnotherCanBeSetAndRemovedOnAnyThread) {
+  CallbackSlot slot;
+  slot.Set([] { throw 1; });
+  slot.Run();
+  int runs = 0;
+  std::thread([&] { slot.Set([&] { ++runs; }); }).join();
+  slot.Run();
+  EXPECT_EQ(runs, 1);
+  slot.Set([] { throw 1; });
+  slot.Run();
+  std::thread([&] { slot.Set({}); }).join();  // Waits for no run that is over.
+}
+
+TEST(CallbackSlot, ACallbackThatThrowsWhileItIsReplacedSparesTheNewOne) {
+  CallbackSlot slot;
+  int runs = 0;
+  slot.Set([&] {
+    slot.Set([&] { ++runs; });
+    throw 1;
+  });
+  slot.Run();
+  slot.Run();
+  EXPECT_EQ(runs, 1);
 }
 
 }  // namespace

@@ -47,10 +47,9 @@ TEST_F(StartCamera, ConnectsTheCameraThroughItsTrackToThePreprocessor) {
       ElementsAre(
           kQueueCheck, Asked(params), "IsVirtualCameraId(cam-1)",
           "CalculateSizeByLimitLandscapeSize(1920x1080, 0x0)", Calculated("640x360", "0x0", "0x0"),
-          kQueueCheck,  // The subscriptions.
-          kQueueCheck, "IPixelFrameTrack.Create(CameraOutputTrack, 1)",
-          "MakeService<ICameraService>()", "camera_service.Init()", "camera_service.GetSelf()",
-          "CameraOutputTrack.GetWriter()",
+          kQueueCheck, kSubscribeDeviceState, kSubscribeAutoFocus, kQueueCheck,
+          "IPixelFrameTrack.Create(CameraOutputTrack, 1)", "MakeService<ICameraService>()",
+          "camera_service.Init()", "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
           "camera_service.StartCapture(1, {cam-1 0x0}, CameraOutputTrack.writer, callback)",
           "preprocessor.StartProcessing()", "CameraOutputTrack.GetReader()",
           "preprocessor.SetInputTrackReader(CameraOutputTrack.reader)",
@@ -441,7 +440,7 @@ TEST_F(StoredSource, OfAMobileScreenWinsOverADesktopAsked) {
   producer->StartCapture(Mobile());
   LeaveSourceBehind(*producer);
   EXPECT_THAT(EntriesOf([&] { producer->StartCapture(Desktop()); }),
-              Contains("screen_sharing.StartMobileCapture(" + Mobile().ToString() + ")"));
+              Contains("screen_sharing.StartMobileCapture(" + testing::Describe(Mobile()) + ")"));
 }
 
 TEST_F(StoredSource, OfAMobileScreenWinsOverAVirtualCameraAskedAndDropsItsCallback) {
@@ -449,7 +448,8 @@ TEST_F(StoredSource, OfAMobileScreenWinsOverAVirtualCameraAskedAndDropsItsCallba
   producer->StartCapture(Mobile());
   LeaveSourceBehind(*producer);
   const auto entries = EntriesOf([&] { producer->StartCapture(Camera("virtual:1"), OnStarted()); });
-  EXPECT_THAT(entries, Contains("screen_sharing.StartMobileCapture(" + Mobile().ToString() + ")"));
+  EXPECT_THAT(entries,
+              Contains("screen_sharing.StartMobileCapture(" + testing::Describe(Mobile()) + ")"));
   EXPECT_EQ(entries.back(), "~on_started");
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kScreen);
 }
@@ -459,7 +459,7 @@ TEST_F(StoredSource, OfADesktopWinsOverAVirtualCameraAsked) {
   producer->StartCapture(Desktop());
   LeaveSourceBehind(*producer);
   EXPECT_THAT(EntriesOf([&] { producer->StartCapture(Camera("virtual:1"), {}); }),
-              Contains("screen_sharing.StartDesktopCapture(" + Desktop().ToString() + ")"));
+              Contains("screen_sharing.StartDesktopCapture(" + testing::Describe(Desktop()) + ")"));
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kScreen);
 }
 

@@ -129,8 +129,8 @@ TEST_F(CameraRemoval, OfTheCameraInUseRestartsOnTheFirstOfThoseLeft) {
       ElementsAre(kQueueCheck, "camera_service.GetSelf()", "ICameraService.GetCameraDeviceList(0)",
                   kQueueCheck, "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
                   "camera_service.StopCapture({cam-3 0x0}, CameraOutputTrack.writer, null)",
-                  kQueueCheck,  // The subscriptions.
-                  kQueueCheck, "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
+                  kQueueCheck, kUnsubscribeDeviceState, kUnsubscribeAutoFocus, kQueueCheck,
+                  "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
                   "camera_service.StartCapture(1, {cam-3 0x0}, CameraOutputTrack.writer, "
                   "callback)"));
   EXPECT_TRUE(producer->IsCapturing());
@@ -179,8 +179,8 @@ TEST_F(CameraAddition, OfTheOnlyCameraRestartsWithTheIdUnchanged) {
       ElementsAre(kQueueCheck, "camera_service.GetSelf()", "ICameraService.GetCameraDeviceList(0)",
                   kQueueCheck, "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
                   "camera_service.StopCapture({cam-1 0x0}, CameraOutputTrack.writer, null)",
-                  kQueueCheck,  // The subscriptions.
-                  kQueueCheck, "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
+                  kQueueCheck, kUnsubscribeDeviceState, kUnsubscribeAutoFocus, kQueueCheck,
+                  "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
                   "camera_service.StartCapture(1, {cam-1 0x0}, CameraOutputTrack.writer, "
                   "callback)"));
 }

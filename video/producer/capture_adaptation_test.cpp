@@ -204,17 +204,17 @@ TEST_P(RateOfACapture, OnlyGoesUpForACamera) {
 TEST_P(RateOfACapture, OnlyGoesUpForAMobileScreen) {
   const auto producer = MakeProducer();
   producer->StartCapture(WithCurrentRate(Mobile()));
-  ExpectRaisedBy(
-      "screen_sharing.UpdateMobileScreenParams(" + Mobile(GetParam().asked).ToString() + ")",
-      "kScreen", AdaptationBy(*producer, RateOf(GetParam().asked)));
+  ExpectRaisedBy("screen_sharing.UpdateMobileScreenParams(" +
+                     testing::Describe(Mobile(GetParam().asked)) + ")",
+                 "kScreen", AdaptationBy(*producer, RateOf(GetParam().asked)));
 }
 
 TEST_P(RateOfACapture, OnlyGoesUpForADesktop) {
   const auto producer = MakeProducer();
   producer->StartCapture(WithCurrentRate(Desktop()));
-  ExpectRaisedBy(
-      "screen_sharing.UpdateDesktopScreenParams(" + Desktop(GetParam().asked).ToString() + ")",
-      "kScreen", AdaptationBy(*producer, RateOf(GetParam().asked)));
+  ExpectRaisedBy("screen_sharing.UpdateDesktopScreenParams(" +
+                     testing::Describe(Desktop(GetParam().asked)) + ")",
+                 "kScreen", AdaptationBy(*producer, RateOf(GetParam().asked)));
 }
 
 TEST_F(CameraRate, IsSentWithEverythingElseTheCameraWasAskedForAndBeforeItsLine) {
@@ -279,9 +279,10 @@ TEST_F(ScreenRate, OfAMobileScreenIsTriedBeforeTheDesktopsAndAlone) {
   producer->StartCapture(Mobile(10));
   LeaveSourceBehind(*producer);
   producer->StartCapture(Desktop(5));
-  EXPECT_THAT(AdaptationBy(*producer, RateOf(20)),
-              ElementsAre("screen_sharing.UpdateMobileScreenParams(" + Mobile(20).ToString() + ")",
-                          Raised(20, "kScreen")));
+  EXPECT_THAT(
+      AdaptationBy(*producer, RateOf(20)),
+      ElementsAre("screen_sharing.UpdateMobileScreenParams(" + testing::Describe(Mobile(20)) + ")",
+                  Raised(20, "kScreen")));
   EXPECT_THAT(AdaptationBy(*producer, RateOf(20)), IsEmpty());
 }
 
@@ -293,9 +294,10 @@ TEST_F(ScreenRate, OfADesktopIsSentWithEverythingElseItWasAskedFor) {
   params.high_dpi = true;
   producer->StartCapture(params);
   params.frame_rate = 30;
-  EXPECT_THAT(AdaptationBy(*producer, RateOf(30)),
-              ElementsAre("screen_sharing.UpdateDesktopScreenParams(" + params.ToString() + ")",
-                          Raised(30, "kScreen")));
+  EXPECT_THAT(
+      AdaptationBy(*producer, RateOf(30)),
+      ElementsAre("screen_sharing.UpdateDesktopScreenParams(" + testing::Describe(params) + ")",
+                  Raised(30, "kScreen")));
 }
 
 TEST_F(ScreenRate, IsAllThatChangesBecauseTheSizeNeverDoes) {

@@ -51,12 +51,13 @@ TEST_F(StopCapture, OfACameraTearsEverythingDownInOrder) {
       ElementsAre(kQueueCheck, Info("Stop capture with source type:kCamera"), kQueueCheck,
                   kQueueCheck, "camera_service.GetSelf()", "CameraOutputTrack.GetWriter()",
                   "camera_service.StopCapture({cam-1 0x0}, CameraOutputTrack.writer, callback)",
-                  kQueueCheck,  // The subscriptions.
-                  kQueueCheck, "CameraOutputTrack.GetWriter()",
+                  kQueueCheck, kUnsubscribeDeviceState, kUnsubscribeAutoFocus, kQueueCheck,
+                  "CameraOutputTrack.GetWriter()",
                   "screen_sharing.RemoveOutputWriter(CameraOutputTrack.writer)",
                   "screen_sharing.Stop()",                  //
                   kQueueCheck, "camera_service.GetSelf()",  // The virtual camera.
-                  "CameraOutputTrack.Reset()", "~CameraOutputTrack",
+                  "CameraOutputTrack.Reset()", "~CameraOutputTrack.writer",
+                  "~CameraOutputTrack.reader", "~CameraOutputTrack",
                   "preprocessor.StopProcessing()"));
   EXPECT_THAT(OriginsOfLogLines(), ElementsAre(OriginIn("StopCapture")));
   EXPECT_FALSE(producer->IsCapturing());
@@ -178,12 +179,12 @@ TEST_F(StopCapture, WithoutATrackDoesTheRestAndDropsTheCallback) {
 TEST_F(StopCapture, WithoutAScreenCapturerDoesTheRest) {
   world().answers.makes_screen_sharing = false;
   const auto producer = MakeCapturingProducer();
-  journal().LeaveOut(testing::Journal::kTrackEnd);
+  journal().LeaveOut(testing::Journal::kTrackEnd | testing::Journal::kEnd);
   EXPECT_THAT(EntriesOf([&] { producer->StopCapture({}); }),
               ElementsAre(kQueueCheck, Info("Stop capture with source type:kCamera"), kQueueCheck,
                           kQueueCheck, "camera_service.GetSelf()",
                           "camera_service.StopCapture({cam-1 0x0}, CameraOutputTrack.writer, null)",
-                          kQueueCheck,                              // The subscriptions.
+                          kQueueCheck, kUnsubscribeDeviceState, kUnsubscribeAutoFocus,
                           kQueueCheck,                              // The screen.
                           kQueueCheck, "camera_service.GetSelf()",  // The virtual camera.
                           "CameraOutputTrack.Reset()", "~CameraOutputTrack",

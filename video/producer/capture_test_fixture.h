@@ -12,6 +12,14 @@
 
 namespace movra::video {
 
+// The producer at the registry of notifications; journal().LeaveOut(0) shows it.
+inline constexpr char kSubscribeDeviceState[] = "NotificationCenter.SubscribeEvent(3:, producer)";
+inline constexpr char kSubscribeAutoFocus[] = "NotificationCenter.SubscribeEvent(44:, producer)";
+inline constexpr char kUnsubscribeDeviceState[] =
+    "NotificationCenter.UnsubscribeEvent(3:, producer)";
+inline constexpr char kUnsubscribeAutoFocus[] =
+    "NotificationCenter.UnsubscribeEvent(44:, producer)";
+
 class CaptureTest : public ProducerTest {
  protected:
   [[nodiscard]] static CameraParams Camera(const std::string& id = "cam-1") {

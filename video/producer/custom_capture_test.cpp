@@ -35,14 +35,14 @@ class CustomCapture : public CaptureTest {
 TEST_F(CustomCapture, TearsEverythingDownAndStartsProcessingWithoutAnInput) {
   const auto producer = MakeProducer();
   journal().LeaveOut(0);
-  EXPECT_THAT(
-      EntriesOf([&] { producer->EnableCustomCapturing(true); }),
-      ElementsAre("main_queue.IsCurrent()", Info("Enable custom capture."),
-                  "main_queue.IsCurrent()", "main_queue.IsCurrent()",
-                  "MakeService<ICameraService>()", "camera_service.Init()",
-                  "camera_service.GetSelf()", "main_queue.IsCurrent()", "main_queue.IsCurrent()",
-                  "screen_sharing.Stop()", "main_queue.IsCurrent()", Info("Already stop."),
-                  "preprocessor.StopProcessing()", "preprocessor.StartProcessing()"));
+  EXPECT_THAT(EntriesOf([&] { producer->EnableCustomCapturing(true); }),
+              ElementsAre("main_queue.IsCurrent()", Info("Enable custom capture."),
+                          "main_queue.IsCurrent()", "main_queue.IsCurrent()",
+                          "MakeService<ICameraService>()", "camera_service.Init()",
+                          "camera_service.GetSelf()", "main_queue.IsCurrent()",
+                          kUnsubscribeDeviceState, kUnsubscribeAutoFocus, "main_queue.IsCurrent()",
+                          "screen_sharing.Stop()", "main_queue.IsCurrent()", Info("Already stop."),
+                          "preprocessor.StopProcessing()", "preprocessor.StartProcessing()"));
   ExpectState(*producer, true, VideoSourceType::kCustom);
   EXPECT_THAT(OriginsOfLogLines(), ElementsAre(OriginIn("EnableCustomCapturing"),
                                                OriginIn("StopVirtualCameraInternal")));
@@ -95,7 +95,7 @@ TEST_F(CustomCapture, StopsAScreenFirstAndForgetsIt) {
                           "preprocessor.StopProcessing()", "preprocessor.StartProcessing()"));
   producer->EnableCustomCapturing(false);
   EXPECT_THAT(EntriesOf([&] { producer->StartCapture(Desktop()); }),
-              Contains("screen_sharing.StartDesktopCapture(" + Desktop().ToString() + ")"));
+              Contains("screen_sharing.StartDesktopCapture(" + testing::Describe(Desktop()) + ")"));
 }
 
 TEST_F(CustomCapture, StopsAVirtualCameraFirst) {

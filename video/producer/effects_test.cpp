@@ -107,6 +107,18 @@ TEST_P(PassedEffect, NeedsNoOwnerAndNoClient) {
               ElementsAre("preprocessor." + GetParam().entry));
 }
 
+class GreenScreenEffect : public PreviewTest {};
+
+TEST_F(GreenScreenEffect, ReachesThePreprocessorAsTheApplicationsOwnRecord) {
+  const auto producer = MakeProducer();
+  const GreenScreenParams params = GreenScreen();
+  long holders = 0;
+  AtEntry("preprocessor.SetGreenScreenParams({enabled 0000FF 0.5 0.25 beach})",
+          [&] { holders = params.background.use_count(); });
+  producer->SetGreenScreenParams(params);
+  EXPECT_EQ(holders, 1) << "a copy of the record would hold the picture too";
+}
+
 class BeautyLevels : public PreviewTest {};
 
 // In double precision a level of 2.7 would round to another quotient.
@@ -145,6 +157,20 @@ TEST_F(Watermark, MovesTheLocalPreviewBeforeItArrives) {
               ElementsAre(kQueueCheck, "[call][main].GetWriter()", RemoveTap(), AddTap("kPreview"),
                           "preprocessor.SetWatermark(logo, 0.1, 0.2, 0.3, false)"));
   EXPECT_EQ(preprocessor().output_tracks().size(), 1u);
+}
+
+TEST_F(Watermark, ConnectsThePreviewsAnewWhereTheyAreAlready) {
+  const auto producer = MakeCustomRenderingProducer();
+  producer->SetRenderView(MakeView("view"));
+  for (const bool in_preview : {false, true, true}) {
+    const char* const position = in_preview ? "kPreviewWithWatermark" : "kPreview";
+    const char* const flag = in_preview ? "true" : "false";
+    EXPECT_THAT(
+        EntriesOfWatermark(*producer, in_preview),
+        ElementsAre(RemoveTap(kSecondTrack), AddTap(position, kSecondTrack), RemoveTap(),
+                    AddTap(position),
+                    std::string("preprocessor.SetWatermark(logo, 0.1, 0.2, 0.3, ") + flag + ")"));
+  }
 }
 
 TEST_F(Watermark, MovesTheCustomPreviewBeforeItArrives) {

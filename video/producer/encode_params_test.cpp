@@ -117,9 +117,12 @@ TEST_F(SetEncoderParams, PassesTheFieldsThatOnlyTheEncoderReads) {
   params.key_frame_interval_ms = 4000;
   params.threads = 2;
   params.preset = "veryfast";
+  params.frame_rate_numerator = 25;
+  params.frame_rate_denominator = 2;
   EXPECT_EQ(EntriesOf([&] { producer->SetEncoderParams(kBig, params); }).back(),
             "big_encoder.SetEncodeParams({codec=1 bitrate_bps=1500000 max_bitrate_bps=2000000 "
-            "key_frame_interval_ms=4000 threads=2 preset=veryfast})");
+            "key_frame_interval_ms=4000 threads=2 preset=veryfast frame_rate_numerator=25 "
+            "frame_rate_denominator=2})");
 }
 
 TEST_F(SetEncoderParams, WithOnlyARateRemembersItAndConnectsNothing) {

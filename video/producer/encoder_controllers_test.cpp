@@ -390,13 +390,15 @@ TEST_F(StopEncoder, DisconnectsStopsAndReleasesInThisOrder) {
   const auto producer = MakeProducer();
   producer->StartEncoder(kBig, SizeOf(640, 360), writer());
   journal().LeaveOut(0);
-  EXPECT_THAT(EntriesOf([&] { producer->StopEncoder(kBig, 250); }),
-              ElementsAre("main_queue.IsCurrent()",
-                          Info("Stop encoder for type:kBig with waiting max time:250 ms"),
-                          "big_encoder_pixel_frame_track.GetWriter()",
-                          "preprocessor.RemoveOutputTrack(big_encoder_pixel_frame_track.writer)",
-                          "big_encoder.Stop(250)", "big_encoder_pixel_frame_track.Reset()",
-                          "~big_encoder_pixel_frame_track", "~big_encoder"));
+  EXPECT_THAT(
+      EntriesOf([&] { producer->StopEncoder(kBig, 250); }),
+      ElementsAre("main_queue.IsCurrent()",
+                  Info("Stop encoder for type:kBig with waiting max time:250 ms"),
+                  "big_encoder_pixel_frame_track.GetWriter()",
+                  "preprocessor.RemoveOutputTrack(big_encoder_pixel_frame_track.writer)",
+                  "big_encoder.Stop(250)", "big_encoder_pixel_frame_track.Reset()",
+                  "~big_encoder_pixel_frame_track.writer", "~big_encoder_pixel_frame_track.reader",
+                  "~big_encoder_pixel_frame_track", "~big_encoder"));
   EXPECT_THAT(OriginsOfLogLines(), Contains(OriginIn("StopEncoder")).Times(1));
 }
 

@@ -264,6 +264,36 @@ TEST_F(EncoderEvents, OfAnErrorReachTheClientAndChangeNothing) {
   EXPECT_EQ(preprocessor().output_tracks().size(), 1u);
 }
 
+// Remembers where the detail is that it is told.
+class ClientThatLooksAtDetails : public testing::ClientDouble {
+ public:
+  using testing::ClientDouble::ClientDouble;
+  const movra_base::Value* detail = nullptr;
+
+  void OnEncoderError(IVideoProducer2*, VideoStreamType, VideoEncoderError,
+                      const movra_base::Value& its_detail) override {
+    detail = &its_detail;
+  }
+};
+
+TEST_F(EncoderEvents, OfAnErrorPassTheEncodersOwnDetail) {
+  const auto producer = MakeProducer();
+  const auto looking = env().Make<ClientThatLooksAtDetails>("looking");
+  producer->SetClient(looking);
+  const movra_base::Value detail("out of memory");
+  producer->OnEncoderError(kBig, VideoEncoderError::kEncodeFailed, detail);
+  EXPECT_EQ(looking->detail, &detail);
+}
+
+TEST_F(EncoderEvents, OfAPropertyHaveTheirMessageMadeWhileTheClientIsHeld) {
+  const auto producer = MakeProducer();
+  AtEntry("GetEncodePropertyChangedBaseMsg", [this] {
+    EXPECT_EQ(client().use_count(), 2);
+    ReleaseClient();
+  });
+  EXPECT_EQ(EntriesOf([&] { producer->OnEncoderPropertyChanged(kBig, {}, {}); }).back(), "~client");
+}
+
 struct Event {
   const char* name;
   std::function<void(IVideoEncoderController::Client&)> raise;
@@ -289,6 +319,14 @@ TEST_P(ClientEvent, IsDroppedWhenTheClientIsGone) {
   journal().LeaveOut(0);
   EXPECT_THAT(EntriesOf([&] { GetParam().raise(*producer); }),
               ElementsAre("main_queue.IsCurrent()"));
+}
+
+TEST_P(ClientEvent, MakesNoMessageForAClientThatIsGone) {
+  const auto producer = MakeProducer();
+  ReleaseClient();
+  journal().Clear();
+  GetParam().raise(*producer);
+  EXPECT_EQ(journal().Count(testing::Journal::kText), 0u);
 }
 
 TEST_P(ClientEvent, IsDroppedWhenThereNeverWasAClient) {

@@ -114,6 +114,12 @@ TEST_F(StartPreview, NamesTheTrackAfterTheContextOfTheProducer) {
   EXPECT_EQ(world().renderers.Last().context().log_tag(), "[call][sub]");
 }
 
+TEST_F(StartPreview, OfASmallStreamsProducerTapsAsThatOfEveryOther) {
+  const auto producer = MakeProducer(VideoStreamType::kSmall);
+  EXPECT_EQ(EntriesOf([&] { producer->SetRenderView(MakeView("view")); }).back(),
+            AddTap("kPreview", "[call][sub]"));
+}
+
 TEST_F(StartPreview, GivesTheRendererTheQueueOfThePreprocessor) {
   world().answers.is_metal_available = true;
   const auto producer = MakePreviewingProducer();

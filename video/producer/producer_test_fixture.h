@@ -26,12 +26,15 @@
 
 namespace movra::video {
 
-// Shows all entries but the checks of the main queue and the calls of GetReader and GetWriter;
-// journal().LeaveOut(0) shows those too. testing/environment.h has an example.
+// Shows all entries but the checks of the main queue, the calls of GetReader and GetWriter,
+// subscriptions, and the ends of queues and of what tracks consist of; journal().LeaveOut(0) shows
+// those too. testing/environment.h has an example.
 class ProducerTest : public ::testing::Test {
  protected:
   ProducerTest() {
-    journal().LeaveOut(testing::Journal::kQueueCheck | testing::Journal::kTrackEnd);
+    using testing::Journal;
+    journal().LeaveOut(Journal::kQueueCheck | Journal::kTrackEnd | Journal::kRegistry |
+                       Journal::kEnd);
   }
 
   [[nodiscard]] testing::Environment& env() { return env_; }

@@ -96,6 +96,19 @@ TEST_F(RenderFirstFrame, IsToldToTheClientWithAMessage) {
   EXPECT_THAT(OriginsOfLogLines(), IsEmpty());
 }
 
+TEST_F(RenderFirstFrame, HasItsMessageMadeWhileTheClientIsHeld) {
+  const auto producer = MakeProducer();
+  AtEntry("MakeRenderFirstFrameEventMsg", [this] {
+    EXPECT_EQ(client().use_count(), 2);
+    ReleaseClient();
+  });
+  EXPECT_THAT(
+      EntriesOf([&] { producer->OnRenderFirstFrame(RenderEventReason::kFirstFrame, 1, 2); }),
+      ElementsAre("client.OnRenderFirstFrame(producer, 1, 2, "
+                  "event=render_first_frame width=1 height=2)",
+                  "~client"));
+}
+
 TEST_F(RenderFirstFrame, OfTheCustomRendererIsToldTheSameWay) {
   const auto producer = MakeCustomRenderingProducer();
   EXPECT_THAT(EntriesOf([&] {
@@ -166,6 +179,15 @@ TEST_P(RenderEvent, IsDroppedWhenTheClientIsGone) {
   ReleaseClient();
   journal().LeaveOut(0);
   EXPECT_THAT(EntriesOf([&] { Raise(*producer); }), ElementsAre(kQueueCheck));
+}
+
+TEST_P(RenderEvent, MakesNoMessageForAClientThatIsGone) {
+  const auto producer = MakeProducer();
+  ReleaseClient();
+  journal().Clear();
+  Raise(*producer);
+  producer->OnRenderFirstFrame(static_cast<RenderEventReason>(0), 1, 2);
+  EXPECT_EQ(journal().Count(testing::Journal::kText), 0u);
 }
 
 TEST_P(RenderEvent, IsDroppedWhenNoClientWasSet) {

@@ -29,10 +29,10 @@ class ScreenCapture : public CaptureTest {
     return Info("Start mobile screen capture with params:" + params.ToString());
   }
   [[nodiscard]] static std::string Started(const DesktopScreenParams& params) {
-    return "screen_sharing.StartDesktopCapture(" + params.ToString() + ")";
+    return "screen_sharing.StartDesktopCapture(" + testing::Describe(params) + ")";
   }
   [[nodiscard]] static std::string Started(const MobileScreenParams& params) {
-    return "screen_sharing.StartMobileCapture(" + params.ToString() + ")";
+    return "screen_sharing.StartMobileCapture(" + testing::Describe(params) + ")";
   }
 
   [[nodiscard]] static DesktopScreenParams FullDesktop() {
@@ -115,8 +115,13 @@ TYPED_TEST(EitherScreenCapture, WhileACameraRunsLogsTheSourceAndKeepsTheCamera) 
               ElementsAre(this->OriginIn("StartCapture"), this->OriginIn("StartCapture")));
   EXPECT_EQ(this->camera_service().captures().size(), 1u);
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kCamera);
-  // The refused parameters are not stored: the virtual camera starts after them.
-  producer->StopCapture({});
+}
+
+// A screen would be started before the virtual camera, were its parameters there.
+TYPED_TEST(EitherScreenCapture, ThatIsRefusedStoresNoParameters) {
+  const auto producer = this->MakeCapturingProducer(this->Camera("virtual:1"));
+  producer->StartCapture(this->Full());
+  this->LeaveSourceBehind(*producer);
   producer->StartCapture(this->Camera("virtual:1"), {});
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kVirtualCamera);
 }

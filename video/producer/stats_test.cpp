@@ -99,8 +99,7 @@ TEST_F(Stats, StayWhatTheyWereWhereNobodyCanBeAsked) {
   producer->SetRenderView(nullptr);
   producer->StopEncoder(kSmall, 0);
   producer->StopEncoder(kBig, 0);
-  world().answers = {};
-  world().answers.preprocessor_stat = 34;
+  world().preprocessors.Last().stat = 34;
 
   VideoProducerStats2 stats;
   EXPECT_THAT(EntriesOf([&] { stats = producer->GetStats(kSmall); }),
@@ -112,8 +111,8 @@ TEST_F(Stats, StayWhatTheyWereWhereNobodyCanBeAsked) {
 TEST_F(Stats, OfTheCameraStayWithoutACameraService) {
   const auto producer = MakeCapturingProducer();
   EXPECT_EQ(producer->GetStats(kBig).capture_stat, 11u);
+  camera_service().stat = 12;
   env().LoseCameraService();
-  world().answers.camera_capture_stat = 12;
   EXPECT_THAT(EntriesOf([&] { EXPECT_EQ(producer->GetStats(kBig).capture_stat, 11u); }),
               ElementsAre("MakeService<ICameraService>()", "preprocessor.GetStats()"));
 }
@@ -142,8 +141,8 @@ TEST_F(Stats, AfterUninitializeKeepTheScreensFigureAndForgetThePreprocessors) {
   const auto producer = MakeProducer();
   producer->StartCapture(Desktop());
   static_cast<void>(producer->GetStats(kBig));
+  world().screen_sharings.Last().stat = 23;
   producer->Uninitialize();
-  world().answers.screen_capture_stat = 23;
   VideoProducerStats2 stats;
   EXPECT_THAT(EntriesOf([&] { stats = producer->GetStats(kBig); }), ::testing::IsEmpty());
   EXPECT_EQ(stats.capture_stat, 22u);
@@ -186,6 +185,30 @@ TEST_F(Stats, AskThePreviewAlone) {
               ElementsAre("preprocessor.GetStats()", "renderer.GetStats()"));
 }
 
+TEST_F(Stats, AreThoseOfTheProducersOwnCollaborators) {
+  const auto producer = MakeProducer();
+  EnableCustomRender(*producer);
+  producer->SetRenderView(testing::MakeView("view"));
+  producer->StartCapture(Desktop());
+  world().preprocessors.Last().stat = 1;
+  world().screen_sharings.Last().stat = 2;
+  world().renderers.At(0).stats.frames_rendered = 3;
+  world().renderers.At(1).stats.frames_rendered = 4;
+  const auto other = MakeProducer();
+  other->SetRenderView(testing::MakeView("other view"));
+  other->StartCapture(Desktop());
+
+  VideoProducerStats2 expected;
+  expected.preprocess_stat = 1;
+  expected.capture_stat = 2;
+  expected.render_stat = 4;
+  EXPECT_EQ(BytesOf(producer->GetStats(kBig)), BytesOf(expected));
+  expected.preprocess_stat = 33;
+  expected.capture_stat = 22;
+  expected.render_stat = 44;
+  EXPECT_EQ(BytesOf(other->GetStats(kBig)), BytesOf(expected));
+}
+
 TEST_F(Stats, OfTheSmallStreamAskTheSmallEncoderAlone) {
   const auto producer = MakeProducerWithBothEncoders();
   VideoProducerStats2 stats;
@@ -216,7 +239,7 @@ TEST_F(Stats, OfAStreamWithoutAnEncoderAreTheOtherStreamsAndMakeNone) {
 TEST_F(Stats, AreACopyThatLaterCallsLeaveAlone) {
   const auto producer = MakeProducer();
   const VideoProducerStats2 stats = producer->GetStats(kBig);
-  world().answers.preprocessor_stat = 34;
+  world().preprocessors.Last().stat = 34;
   EXPECT_EQ(producer->GetStats(kBig).preprocess_stat, 34u);
   EXPECT_EQ(stats.preprocess_stat, 33u);
 }

@@ -56,7 +56,7 @@ void VideoProducer2Impl::StartCaptureInternal(
     movra_base::OnceCallback<void(int, int)>&& on_started) {
   if (!StartStoredSource(std::move(on_started))) return;
   // Started means asked for: a camera reports its result later, and to the callback alone.
-  capture_status_ = CaptureStatus::kStarted;
+  capture_status_.exchange(CaptureStatus::kStarted);
   preprocessor_->StartProcessing();
   if (capture_output_track_) preprocessor_->SetInputTrackReader(capture_output_track_->GetReader());
   preprocessor_->SetSourceType(source_type_);
@@ -65,17 +65,17 @@ void VideoProducer2Impl::StartCaptureInternal(
 
 bool VideoProducer2Impl::StartStoredSource(movra_base::OnceCallback<void(int, int)>&& on_started) {
   if (camera_params_.has_value()) {
-    source_type_ = VideoSourceType::kCamera;
+    source_type_.exchange(VideoSourceType::kCamera);
     SubscribeCameraEvent();
     StartCamera(camera_params_.value(), std::move(on_started));
   } else if (mobile_screen_params_.has_value()) {
-    source_type_ = VideoSourceType::kScreen;
+    source_type_.exchange(VideoSourceType::kScreen);
     StartMobileScreenSharing();
   } else if (desktop_screen_params_.has_value()) {
-    source_type_ = VideoSourceType::kScreen;
+    source_type_.exchange(VideoSourceType::kScreen);
     StartDesktopScreenSharing();
   } else if (virtual_camera_params_.has_value()) {
-    source_type_ = VideoSourceType::kVirtualCamera;
+    source_type_.exchange(VideoSourceType::kVirtualCamera);
     StartVirtualCameraInternal(virtual_camera_params_.value(), std::move(on_started));
   } else {
     return false;
@@ -123,8 +123,8 @@ void VideoProducer2Impl::StopCaptureInternal(movra_base::OnceCallback<void()>&& 
   virtual_camera_params_.reset();
   if (capture_output_track_) capture_output_track_->Reset();
   capture_output_track_.reset();
-  source_type_ = VideoSourceType::kNone;
-  capture_status_ = CaptureStatus::kStopped;
+  source_type_.exchange(VideoSourceType::kNone);
+  capture_status_.exchange(CaptureStatus::kStopped);
   preprocessor_->StopProcessing();
 }
 
@@ -146,7 +146,7 @@ void VideoProducer2Impl::PauseCapture() {
     MOVRA_PRODUCER_LOG(kWarning) << "Invalid capture status:" << capture_status_;
   }
   screen_sharing_->Pause();
-  capture_status_ = CaptureStatus::kPaused;
+  capture_status_.exchange(CaptureStatus::kPaused);
 }
 
 void VideoProducer2Impl::ResumeCapture() {
@@ -155,7 +155,7 @@ void VideoProducer2Impl::ResumeCapture() {
     MOVRA_PRODUCER_LOG(kWarning) << "Invalid capture status:" << capture_status_;
   }
   screen_sharing_->Resume();
-  capture_status_ = CaptureStatus::kStarted;
+  capture_status_.exchange(CaptureStatus::kStarted);
 }
 
 bool VideoProducer2Impl::IsCapturing() {
@@ -180,8 +180,8 @@ void VideoProducer2Impl::EnableCustomCapturing(bool enable) {
   if (!enable) {
     // Wanted: a running camera is not stopped here, only the state says so; the application pairs
     // this with enabling.
-    source_type_ = VideoSourceType::kNone;
-    capture_status_ = CaptureStatus::kStopped;
+    source_type_.exchange(VideoSourceType::kNone);
+    capture_status_.exchange(CaptureStatus::kStopped);
     preprocessor_->StopProcessing();
     return;
   }
@@ -190,8 +190,8 @@ void VideoProducer2Impl::EnableCustomCapturing(bool enable) {
     return;
   }
   StopCaptureInternal({});
-  source_type_ = VideoSourceType::kCustom;
-  capture_status_ = CaptureStatus::kStarted;
+  source_type_.exchange(VideoSourceType::kCustom);
+  capture_status_.exchange(CaptureStatus::kStarted);
   preprocessor_->StartProcessing();
 }
 

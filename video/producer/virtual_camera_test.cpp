@@ -147,14 +147,15 @@ TEST_F(VirtualCamera, IsStoppedAfterTheOthersWithoutTheCallback) {
       EntriesOf([&] { producer->StopCapture(env().Callback<void()>("on_stopped")); }),
       ElementsAre("main_queue.IsCurrent()", Info("Stop capture with source type:kVirtualCamera"),
                   "main_queue.IsCurrent()", "main_queue.IsCurrent()", "camera_service.GetSelf()",
-                  "main_queue.IsCurrent()", "main_queue.IsCurrent()",
-                  "VirtualCaptureOutputTrack.GetWriter()",
+                  "main_queue.IsCurrent()", kUnsubscribeDeviceState, kUnsubscribeAutoFocus,
+                  "main_queue.IsCurrent()", "VirtualCaptureOutputTrack.GetWriter()",
                   "screen_sharing.RemoveOutputWriter(VirtualCaptureOutputTrack.writer)",
                   "screen_sharing.Stop()", "main_queue.IsCurrent()", "camera_service.GetSelf()",
                   "VirtualCaptureOutputTrack.GetWriter()",
                   "camera_service.StopCapture({virtual:1}, "
                   "VirtualCaptureOutputTrack.writer, null)",
-                  "VirtualCaptureOutputTrack.Reset()", "~VirtualCaptureOutputTrack",
+                  "VirtualCaptureOutputTrack.Reset()", "~VirtualCaptureOutputTrack.writer",
+                  "~VirtualCaptureOutputTrack.reader", "~VirtualCaptureOutputTrack",
                   "preprocessor.StopProcessing()", "~on_stopped"));
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kNone);
 }

@@ -1,0 +1,134 @@
+#include "media/camera/file_account.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "media/ffmpeg/ffmpeg_api.h"
+#include "media/ffmpeg/ffmpeg_ptr.h"
+
+namespace movra::media {
+namespace {
+
+// A container that is not there; the stream's packets and pictures are the test's.
+class FileAccountTest : public ::testing::Test {
+ protected:
+  FileAccountTest() {
+    EXPECT_EQ(LoadFfmpeg(), "");
+    context_ = avformat_alloc_context();
+    format_.name = "some";
+    context_->iformat = &format_;
+    stream_ = avformat_new_stream(context_, nullptr);
+    stream_->time_base = {1, 30};
+  }
+  ~FileAccountTest() override {
+    context_->iformat = nullptr;
+    avformat_free_context(context_);
+  }
+
+  void Open(AVCodecID codec) {
+    stream_->codecpar->codec_id = codec;
+    account_.Open(*context_, *stream_);
+  }
+
+  void Send(std::int64_t pts, std::uint8_t first_byte = 0xFF, int flags = 0) {
+    const AvPacketPtr packet(av_packet_alloc());
+    std::vector<std::uint8_t> bytes(100, first_byte);
+    bytes.back() = 0;
+    packet->data = bytes.data();
+    packet->size = static_cast<int>(bytes.size());
+    packet->pts = packet->dts = pts;
+    packet->duration = 1;
+    packet->flags = flags;
+    EXPECT_EQ(account_.TakePacket(*packet), 0U);
+    packet->data = nullptr;
+  }
+
+  void Receive(std::int64_t pts, bool interlaced = false) {
+    const AvFramePtr frame(av_frame_alloc());
+    frame->pts = pts;
+    frame->interlaced_frame = interlaced ? 1 : 0;
+    EXPECT_EQ(account_.IsBeforeTheFirst(*frame), pts < first_) << pts;
+    account_.TakePicture(*frame);
+  }
+
+  AVInputFormat format_{};
+  AVFormatContext* context_ = nullptr;
+  AVStream* stream_ = nullptr;
+  std::int64_t first_ = 0;
+  FileAccount account_;
+};
+
+TEST_F(FileAccountTest, APacketThatNoPictureCameOfIsMissing) {
+  Open(AV_CODEC_ID_H264);
+  Send(0, 0xFF, AV_PKT_FLAG_KEY);
+  for (int i = 1; i < 456; ++i) Send(i);
+  for (int i = 0; i < 455; ++i) Receive(i);
+  EXPECT_EQ(account_.Missing(), 1U);
+}
+
+TEST_F(FileAccountTest, ButNotOneThatTheDecoderTold) {
+  Open(AV_CODEC_ID_HEVC);
+  Send(0, 0xFF, AV_PKT_FLAG_KEY);
+  Send(1);
+  Receive(0);
+  account_.TakeError();
+  EXPECT_EQ(account_.Missing(), 0U);
+}
+
+TEST_F(FileAccountTest, TwoPacketsMayBeOnePicture) {
+  Open(AV_CODEC_ID_H264);
+  Send(0, 0xFF, AV_PKT_FLAG_KEY);
+  for (int i = 1; i < 20; ++i) Send(i);
+  for (int i = 0; i < 20; i += 2) Receive(i, /*interlaced=*/true);
+  EXPECT_EQ(account_.Missing(), 0U);
+}
+
+TEST_F(FileAccountTest, WhatIsHiddenOrLeftOutOnPurposeIsNoPicture) {
+  Open(AV_CODEC_ID_VP8);
+  Send(0, 0x10, AV_PKT_FLAG_KEY);
+  Send(1, 0x01);
+  Send(2, 0x11, AV_PKT_FLAG_DISCARD);
+  Receive(0);
+  EXPECT_EQ(account_.Missing(), 0U);
+  Send(3, 0x11);
+  EXPECT_EQ(account_.Missing(), 1U);
+}
+
+TEST_F(FileAccountTest, PicturesOfVp9TellWhetherTheyAreShown) {
+  Open(AV_CODEC_ID_VP9);
+  Send(0, 0b1000'0010, AV_PKT_FLAG_KEY);  // Shown.
+  Send(1, 0b1000'0100);                   // Hidden.
+  Send(2, 0b1000'1000);                   // An old one again.
+  Send(3, 0b1011'0001);                   // Of the last profile, shown.
+  Send(4, 0b1011'0010);                   // Hidden.
+  EXPECT_EQ(account_.Missing(), 3U);
+}
+
+TEST_F(FileAccountTest, WhatComesBeforeTheFirstKeyFrameIsNotMissed) {
+  Open(AV_CODEC_ID_HEVC);
+  first_ = 3;
+  Send(3, 0xFF, AV_PKT_FLAG_KEY);
+  Send(1);
+  Send(2);
+  Send(4);
+  Receive(3);
+  Receive(4);
+  EXPECT_EQ(account_.Missing(), 0U);
+  account_.Rewind();
+  Send(3, 0xFF, AV_PKT_FLAG_KEY);
+  Send(1);
+  Receive(1);
+  EXPECT_EQ(account_.Missing(), 1U);
+}
+
+TEST_F(FileAccountTest, OtherCodecsAreNotCounted) {
+  Open(AV_CODEC_ID_MPEG4);
+  Send(0, 0xFF, AV_PKT_FLAG_KEY);
+  Send(1);
+  EXPECT_EQ(account_.Missing(), 0U);
+}
+
+}  // namespace
+}  // namespace movra::media

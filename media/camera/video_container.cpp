@@ -1,0 +1,132 @@
+#include "media/camera/video_container.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "media/ffmpeg/ffmpeg_api.h"
+
+namespace movra::media {
+namespace {
+
+constexpr char kWhatIsPlayed[] =
+    "only files that hold all of their video are played, such as MP4, MOV, Matroska, WebM, "
+    "MPEG-TS, "
+    "AVI, Y4M and bare H.264";
+
+// FFmpeg's names of the containers that hold their own samples, by the first of each. Not among
+// them: whatever names other files or addresses (concat, dash, hls, image2, imf, sdp, rtsp, svg
+// ...), sound alone, text, and formats that hardly anybody has and nobody looks after.
+constexpr std::array<std::string_view, 32> kContainers{
+    "apng", "asf",      "av1",   "avi",      "bmp_pipe",  "dv",       "flv",       "gif",
+    "h261", "h263",     "h264",  "hevc",     "ivf",       "j2k_pipe", "jpeg_pipe", "live_flv",
+    "m4v",  "matroska", "mjpeg", "mov",      "mpeg",      "mpegts",   "mpegvideo", "mxf",
+    "nut",  "obu",      "ogg",   "png_pipe", "tiff_pipe", "vc1",      "webp_pipe", "yuv4mpegpipe"};
+
+bool HoldsItsOwnSamples(const AVInputFormat& format) {
+  const std::string_view names = format.name;
+  return std::find(kContainers.begin(), kContainers.end(), names.substr(0, names.find(','))) !=
+         kContainers.end();
+}
+
+VideoContainer::Failure NotAVideo(int error) {
+  return {CameraError::kNotAVideo,
+          "is not a video, or its beginning is damaged (" + ErrorText(error) + ")"};
+}
+
+int IsInterrupted(void* interrupted) {
+  const auto* const flag = static_cast<const std::atomic<bool>*>(interrupted);
+  return flag != nullptr && *flag ? 1 : 0;
+}
+
+AVIOInterruptCB InterruptedBy(const std::atomic<bool>* interrupted) {
+  return {&IsInterrupted, const_cast<std::atomic<bool>*>(interrupted)};
+}
+
+// Frees them at its end; FFmpeg takes out what it knows.
+class Options {
+ public:
+  Options() = default;
+  ~Options() { av_dict_free(&options_); }
+  Options(const Options&) = delete;
+  Options& operator=(const Options&) = delete;
+
+  void Set(const char* name, const char* value) { av_dict_set(&options_, name, value, 0); }
+  [[nodiscard]] AVDictionary** get() { return &options_; }
+
+ private:
+  AVDictionary* options_ = nullptr;
+};
+
+}  // namespace
+
+VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContext* pipe,
+                                             const std::atomic<bool>* interrupted) {
+  if (pipe == nullptr) {
+    if (const int error = OpenFile(path, interrupted); error < 0) {
+      return {CameraError::kCannotOpen, "cannot be opened (" + ErrorText(error) + ")"};
+    }
+  }
+  AVIOContext* const io = pipe != nullptr ? pipe : file_.get();
+  const AVInputFormat* format = nullptr;
+  // By what it holds alone: a name may look like a pattern of names.
+  const int probed = av_probe_input_buffer2(io, &format, "", nullptr, 0, 0);
+  if (probed < 0) return NotAVideo(probed);
+  if (!HoldsItsOwnSamples(*format)) {
+    return {CameraError::kNotAVideo, "has no video of its own in it but is '" +
+                                         std::string(format->name) + "' (" + format->long_name +
+                                         "); " + kWhatIsPlayed};
+  }
+  const int error = OpenContext(path, io, format, interrupted);
+  if (!refused_.empty()) {
+    return {CameraError::kNotAVideo,
+            "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
+  }
+  return error < 0 ? NotAVideo(error) : Failure();
+}
+
+int VideoContainer::OpenFile(const std::string& path, const std::atomic<bool>* interrupted) {
+  Options options;
+  options.Set("protocol_whitelist", "file");
+  const AVIOInterruptCB interrupt = InterruptedBy(interrupted);
+  AVIOContext* file = nullptr;
+  // The prefix keeps a file whose name looks like an address from being taken for one.
+  const std::string url = "file:" + path;
+  const int error = avio_open2(&file, url.c_str(), AVIO_FLAG_READ, &interrupt, options.get());
+  file_.reset(file);
+  return error;
+}
+
+int VideoContainer::OpenContext(const std::string& path, AVIOContext* io,
+                                const AVInputFormat* format, const std::atomic<bool>* interrupted) {
+  AVFormatContext* context = avformat_alloc_context();
+  if (context == nullptr) return AVERROR(ENOMEM);
+  context->interrupt_callback = InterruptedBy(interrupted);
+  context->pb = io;
+  context->opaque = this;
+  context->io_open = &Refuse;
+  Options options;
+  // Some demuxers open others, or protocols, without asking.
+  options.Set("format_whitelist", format->name);
+  options.Set("protocol_whitelist", "none");
+  // A movie's references are left out in silence, unless all of them may be opened. They are opened
+  // by asking, and the answer is no.
+  options.Set("enable_drefs", "1");
+  options.Set("use_absolute_path", "1");
+  // The context is freed where this fails.
+  if (const int error = avformat_open_input(&context, path.c_str(), format, options.get());
+      error < 0) {
+    return error;
+  }
+  context_.reset(context);
+  return avformat_find_stream_info(context, nullptr);
+}
+
+int VideoContainer::Refuse(AVFormatContext* context, AVIOContext** /*io*/, const char* url,
+                           int /*flags*/, AVDictionary** /*options*/) {
+  std::string& refused = static_cast<VideoContainer*>(context->opaque)->refused_;
+  if (refused.empty()) refused = url;
+  return AVERROR(EPERM);
+}
+
+}  // namespace movra::media
