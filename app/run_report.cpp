@@ -33,6 +33,10 @@ double FramesPerSecond(const StreamFigures& figures) {
   return PerSecond(static_cast<double>(figures.frames), figures.media_time);
 }
 
+std::string TargetText(const StreamTarget& target) {
+  return target.is_stdout() ? "standard output" : target.path;
+}
+
 using Row = std::array<std::string, 7>;
 
 Row StreamRow(const StreamReport& stream) {
@@ -42,7 +46,7 @@ Row StreamRow(const StreamReport& stream) {
           FrameRateText(FramesPerSecond(stream.figures)) + " fps",
           BitrateText(BitsPerSecond(stream.figures)),
           BytesText(stream.figures.file_bytes),
-          stream.target.is_stdout() ? "standard output" : stream.target.path};
+          TargetText(stream.target)};
 }
 
 // Columns as wide as their widest cell; numbers stand to the right.
@@ -96,6 +100,16 @@ std::string LossText(const RunReport& report) {
   if (text.empty()) text = "none lost";
   add(stopped, "cut off by the end");
   return text;
+}
+
+// Many players take a longer wait in a transport stream for a clock that was set, and cut it out.
+std::string LongWaitText(const StreamReport& stream) {
+  constexpr nanoseconds kLongestWait = std::chrono::seconds(10);
+  const bool is_transport = stream.target.format == media::ContainerFormat::kMpegTs;
+  if (!is_transport || stream.figures.longest_wait <= kLongestWait) return "";
+  return "note: in " + TargetText(stream.target) + " a picture stands for " +
+         ClockText(stream.figures.longest_wait) +
+         ", and many players cut out of MPEG-TS what exceeds ten seconds; MP4 and MKV keep it\n";
 }
 
 Json SourceJson(const RunReport& report) {
@@ -195,6 +209,7 @@ std::string SummaryText(const RunReport& report) {
   text += std::to_string(report.frames_captured) + " frames in, " + LossText(report) + "; " +
           ClockText(report.media_time()) + " of video in " + ClockText(report.wall_time) + ", " +
           speed + "; " + EndingText(report.ending) + "\n";
+  for (const StreamReport& stream : report.streams) text += LongWaitText(stream);
   if (!report.contact_sheet.empty()) text += "pictures: " + report.contact_sheet + "\n";
   if (!report.stats.empty()) text += "figures: " + report.stats + "\n";
   return text;

@@ -73,6 +73,20 @@ TEST(RunReport, TheTableHasALinePerStreamAndTheRestBelow) {
             "pictures: out/contact-sheet.png\n");
 }
 
+TEST(RunReport, TheTableWarnsOfALongWaitInATransportStream) {
+  RunReport report = Report();
+  report.streams[0].figures.longest_wait = seconds(60);
+  report.streams[1].figures.longest_wait = milliseconds(10'001);
+  report.streams[1].target.format = media::ContainerFormat::kMpegTs;
+  EXPECT_THAT(SummaryText(report),
+              HasSubstr("source ended\n"
+                        "note: in standard output a picture stands for 0:10.0, and many players "
+                        "cut out of MPEG-TS what exceeds ten seconds; MP4 and MKV keep it\n"
+                        "pictures: "));
+  report.streams[1].figures.longest_wait = seconds(10);
+  EXPECT_THAT(SummaryText(report), testing::Not(HasSubstr("note")));
+}
+
 TEST(RunReport, TheTableSaysWhereTheFiguresAre) {
   RunReport report = Report();
   report.stats = "out/figures.json";

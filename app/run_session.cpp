@@ -303,6 +303,7 @@ void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline
   report.figures.bytes = written.bytes;
   report.figures.file_bytes = written.file_bytes;
   report.figures.media_time = written.duration;
+  report.figures.longest_wait = written.longest_wait;
 }
 
 RunReport RunSession::Conclude() {

@@ -198,6 +198,7 @@ TEST_F(RunSessionEnding, WhatAFullDiskCutIsNotCounted) {
   EXPECT_EQ(big.frames, 2U);
   EXPECT_EQ(big.key_frames, 1U);
   EXPECT_EQ(big.media_time, milliseconds(200));
+  EXPECT_EQ(big.longest_wait, milliseconds(100));
   EXPECT_EQ(big.file_bytes, fs::file_size(directory_ / "big.h264"));
   EXPECT_EQ(big.bytes, big.file_bytes) << "without a container";
 }

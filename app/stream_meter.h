@@ -19,11 +19,12 @@ struct StreamFigures {
   std::uint64_t packets = 0;  // That the encoder gave, those beyond the limit too.
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
-  std::uint64_t bytes = 0;                 // Of the pictures.
-  std::uint64_t file_bytes = 0;            // With the container; known at the end alone.
-  std::uint64_t damaged_frames = 0;        // In the source, up to the last frame.
-  std::chrono::nanoseconds begin{0};       // Of the first frame, on the source's time line.
-  std::chrono::nanoseconds media_time{0};  // From the first frame to the end of the last.
+  std::uint64_t bytes = 0;                   // Of the pictures.
+  std::uint64_t file_bytes = 0;              // With the container; known at the end alone.
+  std::uint64_t damaged_frames = 0;          // In the source, up to the last frame.
+  std::chrono::nanoseconds begin{0};         // Of the first frame, on the source's time line.
+  std::chrono::nanoseconds media_time{0};    // From the first frame to the end of the last.
+  std::chrono::nanoseconds longest_wait{0};  // From one frame to the next in the file.
   DurationSummary encode_time;
   DurationSummary latency;  // From the capture until the frame is encoded.
   DurationSummary road;     // The latency without the encode time.

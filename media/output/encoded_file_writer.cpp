@@ -86,22 +86,25 @@ std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& fram
     if (header.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
     if (auto error = Check(muxer_->Start(header))) return error;
   }
+  const std::optional<nanoseconds> before = started_ ? std::optional(last_time_) : std::nullopt;
   const nanoseconds time = FileTime(frame);
   const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame});
   // A container writes the pictures that it has collected when the next one comes.
   NoteWhole();
   if (auto failure = Check(error)) return failure;
-  Count(frame, time);
+  Count(frame, time, before.value_or(time));
   NoteWhole();
   return std::nullopt;
 }
 
-void EncodedFileWriter::Count(const EncodedFrame& frame, nanoseconds time) {
+void EncodedFileWriter::Count(const EncodedFrame& frame, nanoseconds time,
+                              nanoseconds time_before) {
   const std::lock_guard lock(figures_mutex_);
   ++figures_.frames;
   figures_.key_frames += frame.key_frame ? 1 : 0;
   figures_.bytes += frame.size_bytes;
   figures_.duration = time + frame.duration - first_time_;
+  figures_.longest_wait = std::max(figures_.longest_wait, time - time_before);
 }
 
 void EncodedFileWriter::NoteWhole() {

@@ -36,9 +36,10 @@ struct EncodedFileWriterOptions {
 struct WrittenFigures {
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
-  std::uint64_t bytes = 0;               // Of the pictures, without the container.
-  std::uint64_t file_bytes = 0;          // Of all that was written: of a file its size.
-  std::chrono::nanoseconds duration{0};  // From the first frame to the end of the last one.
+  std::uint64_t bytes = 0;                   // Of the pictures, without the container.
+  std::uint64_t file_bytes = 0;              // Of all that was written: of a file its size.
+  std::chrono::nanoseconds duration{0};      // From the first frame to the end of the last one.
+  std::chrono::nanoseconds longest_wait{0};  // From one picture to the next.
 
   friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
 };
@@ -104,7 +105,8 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   // The last picture stands until then, on the source's time line.
   void EndAt(std::chrono::nanoseconds end_time);
   std::optional<WriteError> Check(const std::string& muxer_error);
-  void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds time);
+  void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds time,
+             std::chrono::nanoseconds time_before);
   // Notes the figures as those of the file if it holds every picture that they count.
   void NoteWhole();
   // The frame's place in the file.

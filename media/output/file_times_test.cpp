@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "logging/recording_sink_for_test.h"
 #include "media/ffmpeg/decode_for_test.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
@@ -27,7 +26,6 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -210,14 +208,12 @@ TEST_F(FileTimesTest, ATimeStampOfCenturiesBreaksNoFile) {
   }
 }
 
-TEST_F(FileTimesTest, ALongStillInATransportStreamIsWarnedOfOnce) {
-  movra_logging::RecordingSink sink;
-  const std::vector<nanoseconds> times{seconds(0), seconds(10), seconds(21), seconds(40)};
-  WriteFile(ContainerFormat::kMp4, times, {});
-  EXPECT_THAT(sink.texts(), IsEmpty());
-  WriteFile(ContainerFormat::kMpegTs, times, {});
-  EXPECT_THAT(sink.texts(), ElementsAre(HasSubstr("stands for 11 s")));
-  EXPECT_EQ(PlayedTimes().back() - PlayedTimes().front(), seconds(40));
+TEST_F(FileTimesTest, TellsTheLongestWaitBetweenTwoPictures) {
+  const std::vector<nanoseconds> times{seconds(30), seconds(40), seconds(61), seconds(80)};
+  const WrittenFigures figures = WriteFile(ContainerFormat::kMpegTs, times, {});
+  EXPECT_EQ(figures.longest_wait, seconds(21));
+  EXPECT_EQ(PlayedTimes().back() - PlayedTimes().front(), seconds(50));
+  EXPECT_EQ(WriteFile(ContainerFormat::kMpegTs, {seconds(30)}, {}).longest_wait, seconds(0));
 }
 
 TEST_F(FileTimesTest, TimesThatJumpBackTwiceGoOnEachTime) {

@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "logging/log_message.h"
-#include "logging/log_stream.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/output/container_muxer.h"
@@ -27,9 +25,6 @@ constexpr nanoseconds kLongestFragment = std::chrono::milliseconds(250);
 // 6.6 hours of 90 kHz, which is what an MP4 can say. libavformat bridges as much again; a picture
 // that stands longer than both stands so long.
 constexpr std::int64_t kLongestDuration = std::numeric_limits<std::int32_t>::max();
-
-// What readers of transport streams take for a gap in time rather than a clock that was set.
-constexpr nanoseconds kLongestTransportStill = std::chrono::seconds(10);
 
 // libavformat writes Matroska in milliseconds and offers no other unit. It gets times in units of
 // 10 microseconds instead, and the one number in the file that tells how long a unit is becomes
@@ -94,8 +89,6 @@ class LibavMuxer final : public IContainerMuxer {
   std::string WriteHeader();
   // Hands the held picture over, with the units that it lasts.
   int WriteHeld(std::int64_t duration);
-  // Many readers take a longer gap in a transport stream for a clock that was set, and cut it out.
-  void WarnOfLongStill(const MuxPacket& packet);
   // Begins a fragment or cluster if the packet would make the one before too long.
   int FlushIfFull(const MuxPacket& packet);
   // All pictures so far go into the file.
@@ -120,7 +113,6 @@ class LibavMuxer final : public IContainerMuxer {
   std::uint64_t pictures_ = 0;
   std::uint64_t pictures_in_file_ = 0;
   nanoseconds fragment_start_{0};
-  nanoseconds last_time_{0};
 
   // An MP4 tells how long each picture lasts, which is known when the next one comes, and Matroska
   // how long all of them do.
@@ -131,7 +123,6 @@ class LibavMuxer final : public IContainerMuxer {
   };
   Held held_;  // Or the picture before, if none is held.
   bool is_holding_ = false;
-  bool warned_ = false;
 };
 
 std::string LibavMuxer::Start(const MuxHeader& header) {
@@ -208,23 +199,11 @@ std::string LibavMuxer::Write(const MuxPacket& packet) {
   is_holding_ = true;
   if (format_ == ContainerFormat::kMpegTs) {
     // It neither tells how long a picture lasts nor has anything to collect pictures for.
-    WarnOfLongStill(packet);
     if (result >= 0) result = WriteHeld(ToUnits(packet.duration));
     if (result >= 0) result = Flush();
   }
   if (result < 0) return Explain("write a picture", result);
   return file_.error().has_value() ? "the file refused it" : "";
-}
-
-void LibavMuxer::WarnOfLongStill(const MuxPacket& packet) {
-  const nanoseconds still = packet.time - std::exchange(last_time_, packet.time);
-  if (pictures_ == 0 || still <= kLongestTransportStill || std::exchange(warned_, true)) return;
-  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
-  LogStream("../../media/output/libav_muxer", __LINE__, __func__, movra_logging::kLogLevelWarning,
-            nullptr)
-      << "A picture of a transport stream stands for "
-      << std::to_string(std::chrono::duration_cast<std::chrono::seconds>(still).count())
-      << " s: many players cut out what exceeds ten. MP4 and Matroska keep it.";
 }
 
 int LibavMuxer::WriteHeld(std::int64_t duration) {
