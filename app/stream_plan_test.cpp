@@ -174,6 +174,16 @@ TEST(StreamPlan, AFileIsTakenAtItsOwnRateUnlessThatIsMoreThanIsNeeded) {
   EXPECT_EQ(PlanCapture(options, File({640, 360}, 60)).frame_rate, 15);
 }
 
+TEST(StreamPlan, AFasterFileIsTakenWholeIfItsThinnedFramesWouldBeThinnedUnevenlyAgain) {
+  RunOptions options;
+  options.big.frame_rate = FrameRate{20, 1};
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).frame_rate, 20) << "the small one takes ten";
+  options.small.frame_rate = FrameRate{15, 1};
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 25)).frame_rate);
+  options.frame_rate = FrameRate{20, 1};
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).frame_rate, 20) << "as it was asked";
+}
+
 TEST(StreamPlan, ADeviceIsAskedForTheRateOfTheFasterStream) {
   EXPECT_EQ(PlanCapture({}, Device({640, 480}, 30)).frame_rate, 30);
   RunOptions options;
