@@ -1,4 +1,5 @@
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -17,7 +18,20 @@ using video::CameraParams;
 using video::PixelFrame;
 using video::Size;
 
-TEST_F(CameraServiceTest, AStartIntoAWriterEndsTheCaptureThatWritesThere) {
+class SharedCameraTest : public CameraServiceTest {
+ protected:
+  // Its capture runs, has no more frames than these to come and does not heed an interrupt.
+  std::shared_ptr<SourceScript> StartDeaf(const std::string& id, int frames) {
+    const auto source = Add(id, MakeScript(frames));
+    source->items.pop_back();
+    source->is_deaf = true;
+    Start(Params(id), writer_);
+    source->WaitUntilWaiting();
+    return source;
+  }
+};
+
+TEST_F(SharedCameraTest, AStartIntoAWriterEndsTheCaptureThatWritesThere) {
   const auto a = Add("a", MakeScript(1));
   a->items.pop_back();
   Add("b", MakeScript(1));
@@ -29,7 +43,7 @@ TEST_F(CameraServiceTest, AStartIntoAWriterEndsTheCaptureThatWritesThere) {
   EXPECT_THAT(writer_->frames(), SizeIs(2));
 }
 
-TEST_F(CameraServiceTest, RunsTwoCapturesAtOnceAndStopsOneAlone) {
+TEST_F(SharedCameraTest, RunsTwoCapturesAtOnceAndStopsOneAlone) {
   Add("a", MakeScript(4));
   Add("b", MakeScript(4));
   const auto slow = std::make_shared<CollectingWriter>(1);
@@ -43,12 +57,8 @@ TEST_F(CameraServiceTest, RunsTwoCapturesAtOnceAndStopsOneAlone) {
   EXPECT_THAT(slow->frames(), SizeIs(4));
 }
 
-TEST_F(CameraServiceTest, AStopOfASourceThatDoesNotAnswerIsAnsweredAndWritesNothingMore) {
-  const auto a = Add("a", MakeScript(2));
-  a->items.pop_back();
-  a->is_deaf = true;
-  Start(Params("a"), writer_);
-  a->WaitUntilWaiting();
+TEST_F(SharedCameraTest, AStopOfASourceThatDoesNotAnswerIsAnsweredAndWritesNothingMore) {
+  const auto a = StartDeaf("a", 2);
   Stop(Params("a"), writer_);  // Returns.
   loop_->RunUntilIdle();
   EXPECT_EQ(stopped_, 1);
@@ -58,12 +68,8 @@ TEST_F(CameraServiceTest, AStopOfASourceThatDoesNotAnswerIsAnsweredAndWritesNoth
   EXPECT_FALSE(writer_->end().has_value());
 }
 
-TEST_F(CameraServiceTest, AStartWaitsUntilTheStoppedCaptureHasLetGoOfTheCamera) {
-  const auto first = Add("a", MakeScript(1));
-  first->items.pop_back();
-  first->is_deaf = true;
-  Start(Params("a"), writer_);
-  first->WaitUntilWaiting();
+TEST_F(SharedCameraTest, AStartWaitsUntilTheStoppedCaptureHasLetGoOfTheCamera) {
+  const auto first = StartDeaf("a", 1);
   Stop(Params("a"), writer_);
   const auto second = Add("a", MakeScript(3));
   const auto next = std::make_shared<CollectingWriter>();
@@ -80,13 +86,9 @@ TEST_F(CameraServiceTest, AStartWaitsUntilTheStoppedCaptureHasLetGoOfTheCamera) 
   EXPECT_THAT(next->frames(), SizeIs(3));
 }
 
-TEST_F(CameraServiceTest, AStartIsBusyWhenTheStoppedCaptureKeepsTheCameraForFiveSeconds) {
+TEST_F(SharedCameraTest, AStartIsBusyWhenTheStoppedCaptureKeepsTheCameraForFiveSeconds) {
   UseClock(std::make_shared<HastyClock>());
-  const auto a = Add("a", MakeScript(1));
-  a->items.pop_back();
-  a->is_deaf = true;
-  Start(Params("a"), writer_);
-  a->WaitUntilWaiting();
+  const auto a = StartDeaf("a", 1);
   Stop(Params("a"), writer_);
   loop_->RunUntilIdle();
   answers_.clear();
@@ -96,12 +98,8 @@ TEST_F(CameraServiceTest, AStartIsBusyWhenTheStoppedCaptureKeepsTheCameraForFive
   a->LetOn();
 }
 
-TEST_F(CameraServiceTest, AStartThatIsStoppedWhileItWaitsForTheCameraIsCancelled) {
-  const auto a = Add("a", MakeScript(1));
-  a->items.pop_back();
-  a->is_deaf = true;
-  Start(Params("a"), writer_);
-  a->WaitUntilWaiting();
+TEST_F(SharedCameraTest, AStartThatIsStoppedWhileItWaitsForTheCameraIsCancelled) {
+  const auto a = StartDeaf("a", 1);
   Stop(Params("a"), writer_);
   loop_->RunUntilIdle();
   answers_.clear();
@@ -112,7 +110,7 @@ TEST_F(CameraServiceTest, AStartThatIsStoppedWhileItWaitsForTheCameraIsCancelled
   a->LetOn();
 }
 
-TEST_F(CameraServiceTest, NoTwoCapturesAreInsideOneWriter) {
+TEST_F(SharedCameraTest, NoTwoCapturesAreInsideOneWriter) {
   Add("a", MakeScript(3));
   Add("b", MakeScript(1));
   const auto writer = std::make_shared<HeldWriter>();
@@ -132,7 +130,7 @@ TEST_F(CameraServiceTest, NoTwoCapturesAreInsideOneWriter) {
   EXPECT_EQ(writer->most_inside(), 1);
 }
 
-TEST_F(CameraServiceTest, AppliesThePresentFieldsOfAnUpdateToTheCapturesOfThatCamera) {
+TEST_F(SharedCameraTest, AppliesThePresentFieldsOfAnUpdateToTheCapturesOfThatCamera) {
   Add("a", MakeScript(9, 30));
   writer_ = std::make_shared<CollectingWriter>(1);
   CameraParams params = Params("a");
@@ -155,7 +153,7 @@ TEST_F(CameraServiceTest, AppliesThePresentFieldsOfAnUpdateToTheCapturesOfThatCa
 }
 
 // Two captures of one camera, each of whose users then says again what it wants; in both orders.
-TEST_F(CameraServiceTest, NoCaptureGetsLessBecauseOfAnother) {
+TEST_F(SharedCameraTest, NoCaptureGetsLessBecauseOfAnother) {
   for (const bool small_first : {false, true}) {
     Add("a", MakeScript(61, 60));
     CameraParams large = Params("a");
@@ -189,7 +187,7 @@ TEST_F(CameraServiceTest, NoCaptureGetsLessBecauseOfAnother) {
   }
 }
 
-TEST_F(CameraServiceTest, AnUpdateLowersACaptureThatHasTheCameraForItself) {
+TEST_F(SharedCameraTest, AnUpdateLowersACaptureThatHasTheCameraForItself) {
   Add("a", MakeScript(3));
   const auto other = std::make_shared<CollectingWriter>();
   Start(Params("a"), other);
@@ -208,7 +206,7 @@ TEST_F(CameraServiceTest, AnUpdateLowersACaptureThatHasTheCameraForItself) {
   EXPECT_EQ(writer_->frames().back().info().size, (Size{32, 18}));
 }
 
-TEST_F(CameraServiceTest, CountsTheFramesOfTheCameraSinceItStarted) {
+TEST_F(SharedCameraTest, CountsTheFramesOfTheCameraSinceItStarted) {
   Add("a", MakeScript(3));
   EXPECT_EQ(service_->GetCaptureStat(Params("a")), 0u);
   Start(Params("a"), writer_);
@@ -224,7 +222,7 @@ TEST_F(CameraServiceTest, CountsTheFramesOfTheCameraSinceItStarted) {
   EXPECT_EQ(service_->GetCaptureStat(Params("a")), 1u);
 }
 
-TEST_F(CameraServiceTest, CountsTheFramesOfAllCapturesOfTheCameraTogether) {
+TEST_F(SharedCameraTest, CountsTheFramesOfAllCapturesOfTheCameraTogether) {
   Add("a", MakeScript(3));
   Start(Params("a"), writer_);
   writer_->WaitForEnd();
