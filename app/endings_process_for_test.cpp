@@ -149,8 +149,8 @@ std::vector<Ending> InterruptedAtTheEnd() {
   };
 }
 
-// Each at a moment of its own, by the bytes that are on the disk: twice as many as the pictures take
-// that must be there, because the fragment that is torn is theirs to lose.
+// Each at a moment of its own, by the bytes that are on the disk: twice as many as the pictures
+// take that must be there, because the fragment that is torn is theirs to lose.
 std::vector<Ending> Killed() {
   constexpr int kTimes = 10;
   constexpr std::uintmax_t kBytes = 60'000;
