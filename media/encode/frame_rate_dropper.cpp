@@ -43,7 +43,7 @@ bool FrameRateDropper::Keep(nanoseconds timestamp) {
   const nanoseconds source_interval = std::max(distance, std::exchange(last_distance_, distance));
   if (!rate_.IsNone()) {
     const nanoseconds early = EarlyBy(rate_.Interval(), source_interval);
-    if (timestamp - anchor_ + early < Due(next_slot_)) return false;
+    if (timestamp - anchor_ < Due(next_slot_) - early) return false;
     TakeSlot(timestamp - anchor_, early);
   }
   last_kept_ = timestamp;

@@ -207,7 +207,8 @@ std::int64_t StreamEncoder::NextTicks(nanoseconds timestamp) {
 bool StreamEncoder::IsKeyFrameDue(nanoseconds timestamp) const {
   // Half a frame of tolerance: time stamps are rounded, and the nearest frame is meant.
   const nanoseconds tolerance = std::min(ExpectedDuration(), last_distance_) / 2;
-  return timestamp - last_key_frame_ + tolerance >= KeyFrameInterval(params_);
+  // On this side of the comparison, because behind a pause of centuries there is no room for more.
+  return timestamp - last_key_frame_ >= KeyFrameInterval(params_) - tolerance;
 }
 
 nanoseconds StreamEncoder::ExpectedDuration() const {
