@@ -20,6 +20,7 @@
 #include "app/signal_watcher.h"
 #include "app/stall_watch.h"
 #include "app/stream_plan.h"
+#include "app/whole_file.h"
 #include "base/once_callback.h"
 #include "core/service_center.h"
 #include "logging/log_filter.h"
@@ -70,7 +71,8 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
 }
 
 // A picture of what was written, by reading it back. Returns its path, empty if there is none.
-std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, Console& console) {
+std::string MakeContactSheet(const RunReport& report, const OutputFiles& files,
+                             const RunOptions& options, Console& console) {
   if (files.contact_sheet.empty()) return "";
   std::vector<media::ContactSheetRow> rows;
   for (const StreamReport& stream : report.streams) {
@@ -88,21 +90,35 @@ std::string MakeContactSheet(const RunReport& report, const OutputFiles& files, 
                     stream.figures.frames, stream.figures.media_time, stream.figures.begin});
   }
   if (rows.empty()) return "";
-  std::string error;
-  if (media::WriteContactSheet(rows, files.contact_sheet, &error)) return files.contact_sheet;
+  const auto write = [&rows](const std::string& name) {
+    std::string error;
+    static_cast<void>(media::WriteContactSheet(rows, name, &error));
+    return error;
+  };
+  const std::string error = WriteWholeFile(files.contact_sheet, options.force, write);
+  if (error.empty()) return files.contact_sheet;
   console.Line("movra-producer: no contact sheet: " + error);
   return "";
 }
 
-std::optional<Failure> WriteStats(const RunReport& report, const std::string& path) {
+std::optional<Failure> WriteStats(const RunReport& report, const std::string& path,
+                                  const RunOptions& options) {
   if (path.empty()) return std::nullopt;
-  std::ofstream file;
-  if (path != "-") file.open(path, std::ios::trunc);
-  std::ostream& out = path == "-" ? std::cout : file;
-  out << StatsJson(report) << std::flush;
-  if (out) return std::nullopt;
-  const std::string name = path == "-" ? "standard output" : "'" + path + "'";
-  return Failure{ExitCode::kWriteFailed, "--stats: " + name + " could not be written"};
+  const auto write_into = [&report](std::ostream& out, const std::string& name) {
+    out << StatsJson(report) << std::flush;
+    return out ? std::string() : name + " could not be written";
+  };
+  std::string error;
+  if (path == "-") {
+    error = write_into(std::cout, "standard output");
+  } else {
+    error = WriteWholeFile(path, options.force, [&](const std::string& name) {
+      std::ofstream file(name, std::ios::trunc);
+      return write_into(file, "'" + path + "'");
+    });
+  }
+  if (error.empty()) return std::nullopt;
+  return Failure{ExitCode::kWriteFailed, "--stats: " + error};
 }
 
 std::string NothingWrittenText(Ending ending) {
@@ -177,8 +193,8 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   // What was posted while it ended, such as a last write that failed.
   loop->RunUntilIdle();
   RunReport report = session->Conclude();
-  report.contact_sheet = MakeContactSheet(report, ValueOf(files), console);
-  if (const auto failure = WriteStats(report, ValueOf(files).stats)) {
+  report.contact_sheet = MakeContactSheet(report, ValueOf(files), options, console);
+  if (const auto failure = WriteStats(report, ValueOf(files).stats, options)) {
     if (report.failure) console.Line("movra-producer: " + failure->text);
     if (!report.failure) report.failure = failure;
   } else if (ValueOf(files).stats != "-") {
