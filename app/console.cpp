@@ -4,11 +4,29 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 namespace movra::app {
 namespace {
 
 constexpr char kEraseLine[] = "\r\033[K";
+
+// A file's name may hold what a terminal would obey; lines may hold line ends.
+std::string Printable(const std::string& text) {
+  std::string printable;
+  for (const char character : text) {
+    const auto code = static_cast<unsigned char>(character);
+    const bool is_control = (code < 0x20 && character != '\n') || code == 0x7F;
+    if (!is_control) {
+      printable += character;
+      continue;
+    }
+    char escaped[8];
+    std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned>(code));
+    printable += escaped;
+  }
+  return printable;
+}
 
 }  // namespace
 
@@ -24,9 +42,9 @@ void Console::Line(const std::string& text) {
   const std::lock_guard lock(mutex_);
   // One write, so that lines of several processes on one terminal do not run together.
   if (progress_.empty()) {
-    Write(text + "\n");
+    Write(Printable(text) + "\n");
   } else {
-    Write(kEraseLine + text + "\n" + progress_);
+    Write(kEraseLine + Printable(text) + "\n" + progress_);
   }
 }
 

@@ -22,7 +22,7 @@ class Console {
   // The width of the terminal in characters, as it is now.
   [[nodiscard]] int columns() const;
 
-  // Writes the text and a line end, above the progress.
+  // Writes the text and a line end, above the progress; control characters as "\x1B".
   void Line(const std::string& text);
 
   // Replaces the progress, cut to the terminal's width; an empty text takes it away. Does nothing

@@ -65,6 +65,12 @@ TEST_F(ConsoleOnPipe, ShowsLinesAndNoProgress) {
   EXPECT_EQ(Drain(ends_[0]), "done\n");
 }
 
+TEST_F(ConsoleOnPipe, WhatATerminalWouldObeyIsSpeltOut) {
+  Console console(ends_[1]);
+  console.Line("cannot write a\x1B[31m\r\x7F\t\u00E9.mp4\nand more");
+  EXPECT_EQ(Drain(ends_[0]), "cannot write a\\x1B[31m\\x0D\\x7F\\x09\u00E9.mp4\nand more\n");
+}
+
 TEST_F(ConsoleOnPipe, AReaderThatIsGoneIsIgnored) {
   Console console(ends_[1]);
   close(ends_[1]);
