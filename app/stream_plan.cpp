@@ -1,6 +1,7 @@
 #include "app/stream_plan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "app/picture_text.h"
@@ -74,13 +75,15 @@ std::optional<std::int32_t> CaptureFrameRate(const RunOptions& options,
   // A device gives what comes next; the encoder leaves out the rest.
   if (!source.is_file) return rate.value_or(RoundedUp(needed));
   if (is_asked_whole || !rate) return rate;
-  // A file that is no faster is taken as it is, so that uneven time stamps cost no frame; so is one
-  // of whose thinned frames an encoder would leave out some again, which makes large gaps.
-  const bool is_faster = OwnFrameRate(source).PerSecond() > *rate;
+  // A file is thinned only in whole steps: to a share of its frames that leaves even gaps, and of
+  // which each encoder takes a share that does. What is thinned twice otherwise has larger gaps
+  // than it need have, and a file that is no faster may have uneven times.
+  const double steps = OwnFrameRate(source).PerSecond() / *rate;
+  const bool is_even = std::lround(steps) > 1 && std::abs(steps - std::round(steps)) < 0.01;
   const bool suits_all = std::all_of(streams.begin(), streams.end(), [&](const StreamPlan& stream) {
     return std::int64_t{*rate} * stream.frame_rate.denominator % stream.frame_rate.numerator == 0;
   });
-  return is_faster && suits_all ? rate : std::nullopt;
+  return is_even && suits_all ? rate : std::nullopt;
 }
 
 // A camera delivers what the big stream needs. A small one of more than half of that would lose by

@@ -174,12 +174,13 @@ TEST(StreamPlan, AFileIsTakenAtItsOwnRateUnlessThatIsMoreThanIsNeeded) {
   EXPECT_EQ(PlanCapture(options, File({640, 360}, 60)).frame_rate, 15);
 }
 
-TEST(StreamPlan, AFasterFileIsTakenWholeIfItsThinnedFramesWouldBeThinnedUnevenlyAgain) {
+TEST(StreamPlan, AFasterFileIsTakenWholeUnlessThinningItKeepsAllGapsEven) {
   RunOptions options;
   options.big.frame_rate = FrameRate{20, 1};
-  EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).frame_rate, 20) << "the small one takes ten";
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 25)).frame_rate) << "five of six";
+  EXPECT_EQ(PlanCapture(options, File({640, 360}, 40)).frame_rate, 20);
   options.small.frame_rate = FrameRate{15, 1};
-  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 25)).frame_rate);
+  EXPECT_FALSE(PlanCapture(options, File({640, 360}, 40)).frame_rate) << "three of four again";
   options.frame_rate = FrameRate{20, 1};
   EXPECT_EQ(PlanCapture(options, File({640, 360}, 25)).frame_rate, 20) << "as it was asked";
 }
