@@ -16,6 +16,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "media/sanitizer_for_test.h"
+
 namespace movra::app {
 namespace {
 
@@ -180,11 +182,7 @@ void DropTheRightsOfRoot() {
 }
 
 std::string WhyLimitsAreTooNarrow() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return "a sanitizer reserves more memory than any limit, and descriptors for its checks";
-#else
-  return "";
-#endif
+  return media::kIsSanitized ? "a sanitizer reserves more memory than any limit" : "";
 }
 
 }  // namespace movra::app

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <future>
 
-#include "media/open_descriptors_for_test.h"
+#include "media/sanitizer_for_test.h"
 
 namespace movra::app {
 namespace {
@@ -102,9 +102,7 @@ TEST_F(SignalWatcherTest, AFileThatMayNotGrowIsAnErrorOfTheWrite) {
 }
 
 TEST_F(SignalWatcherTest, NeedsNoDescriptor) {
-  if (media::kSanitizerNeedsDescriptors) {
-    GTEST_SKIP() << "the sanitizer needs descriptors of its own";
-  }
+  if (media::kIsSanitized) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
   EXPECT_EXIT(
       {
         HoldBackSignals();

@@ -22,14 +22,6 @@ namespace movra::media {
   return open;
 }
 
-// UndefinedBehaviorSanitizer opens a pipe to look at an object, and where it cannot look it takes
-// the object for none.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool kSanitizerNeedsDescriptors = true;
-#else
-inline constexpr bool kSanitizerNeedsDescriptors = false;
-#endif
-
 // Whether one of them is of that file.
 [[nodiscard]] inline bool IsOpen(const std::string& path) {
   const auto open = OpenDescriptors();

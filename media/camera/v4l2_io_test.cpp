@@ -15,6 +15,7 @@
 #include "media/camera/v4l2_camera.h"
 #include "media/camera/v4l2_devices.h"
 #include "media/open_descriptors_for_test.h"
+#include "media/sanitizer_for_test.h"
 #include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
@@ -49,7 +50,7 @@ TEST(V4l2Io, LeavesNothingOpen) {
 
 // A camera that could not be interrupted would never be let go of.
 TEST(V4l2Io, OpensNothingWhereADescriptorIsMissingToInterruptItBy) {
-  if (kSanitizerNeedsDescriptors) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
+  if (kIsSanitized) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
   rlimit usual{};
   getrlimit(RLIMIT_NOFILE, &usual);
   rlimit none = usual;

@@ -29,6 +29,7 @@
 #include "media/camera/clip_for_test.h"
 #include "media/camera/video_file_decoder.h"
 #include "media/open_descriptors_for_test.h"
+#include "media/sanitizer_for_test.h"
 
 // What a video file could make a player open besides itself.
 
@@ -303,7 +304,7 @@ TEST_F(VideoContainerTest, TextIsNoDrawing) {
 }
 
 TEST_F(VideoContainerTest, TooFewDescriptorsAreTheReason) {
-  if (kSanitizerNeedsDescriptors) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
+  if (kIsSanitized) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
   const std::string clip = clips_.Make("a.mp4", kFastH264);
   const std::string pipe = clips_.Path("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
