@@ -239,6 +239,13 @@ TEST(Optional, AValueThatIsTakenAwayFindsItsOptionalPresentWhileItEnds) {
   optional.emplace(&optional, &was_present);
   optional = Optional<LooksAround>();
   EXPECT_TRUE(was_present);
+  was_present = false;
+  optional.emplace(&optional, &was_present);
+  optional.emplace(&optional, &was_present);
+  EXPECT_TRUE(was_present);
+  was_present = false;
+  optional.reset();
+  EXPECT_TRUE(was_present);
 }
 
 TEST_F(OptionalOfTraced, CopyAssigningAnAbsentOneOverAnAbsentOneDoesNothing) {
