@@ -133,6 +133,16 @@ TEST_F(CustomProcessing, PassesANullListenerOn) {
             "preprocessor.RemoveInterceptor(null)");
 }
 
+TEST_F(CustomProcessing, OfASmallStreamsProducerAsksAsThatOfEveryOther) {
+  const auto producer = MakeProducer(VideoStreamType::kSmall);
+  EXPECT_EQ(EntriesOf([&] {
+              producer->EnableCustomProcessing(true, PixelFormat::kI420, BufferType::kMemory,
+                                               listener());
+            }).back(),
+            "preprocessor.AddInterceptor(kCustomProcessing, {0x0 disabled kMemory kI420 kBig}, "
+            "listener)");
+}
+
 TEST_F(CustomProcessing, LeavesTheListenerWithTheApplication) {
   const auto producer = MakeProducer();
   producer->EnableCustomProcessing(true, PixelFormat::kI420, BufferType::kMemory, listener());
@@ -157,6 +167,15 @@ TEST_F(ShuntTrack, IsAddedAtThePositionInTheFormat) {
                           "preprocessor.AddOutputTrack(kBeautified, {0x0 enabled kTexture kBGRA "
                           "kBig}, writer)"));
   EXPECT_THAT(OriginsOfLogLines(), ElementsAre(OriginIn("AddVideoShuntTrack")));
+}
+
+TEST_F(ShuntTrack, OfASmallStreamsProducerIsAddedAsThatOfEveryOther) {
+  const auto producer = MakeProducer(VideoStreamType::kSmall);
+  EXPECT_EQ(EntriesOf([&] {
+              producer->AddVideoShuntTrack(InterceptPosition::kCaptured, PixelFormat::kI420,
+                                           BufferType::kMemory, writer());
+            }).back(),
+            "preprocessor.AddOutputTrack(kCaptured, {0x0 enabled kMemory kI420 kBig}, writer)");
 }
 
 TEST_F(ShuntTrack, IsRemovedByItsWriter) {
