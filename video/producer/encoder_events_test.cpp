@@ -264,12 +264,19 @@ TEST_F(EncoderEvents, OfAnErrorReachTheClientAndChangeNothing) {
   EXPECT_EQ(preprocessor().output_tracks().size(), 1u);
 }
 
-// Remembers where the detail is that it is told.
+// Remembers where the records are that it is told.
 class ClientThatLooksAtDetails : public testing::ClientDouble {
  public:
   using testing::ClientDouble::ClientDouble;
   const movra_base::Value* detail = nullptr;
+  const EncoderProperty* from = nullptr;
+  const EncoderProperty* to = nullptr;
 
+  void OnEncoderPropertyChanged(IVideoProducer2*, VideoStreamType, const EncoderProperty& its_from,
+                                const EncoderProperty& its_to, const EventMsg&) override {
+    from = &its_from;
+    to = &its_to;
+  }
   void OnEncoderError(IVideoProducer2*, VideoStreamType, VideoEncoderError,
                       const movra_base::Value& its_detail) override {
     detail = &its_detail;
@@ -283,6 +290,24 @@ TEST_F(EncoderEvents, OfAnErrorPassTheEncodersOwnDetail) {
   const movra_base::Value detail("out of memory");
   producer->OnEncoderError(kBig, VideoEncoderError::kEncodeFailed, detail);
   EXPECT_EQ(looking->detail, &detail);
+}
+
+TEST_F(EncoderEvents, OfAPropertyPassTheEncodersOwnRecords) {
+  const auto producer = MakeProducer();
+  const auto looking = env().Make<ClientThatLooksAtDetails>("looking");
+  producer->SetClient(looking);
+  const EncoderProperty from{1, 2, "before"};
+  const EncoderProperty to{3, 4, "after"};
+  producer->OnEncoderPropertyChanged(kBig, from, to);
+  EXPECT_EQ(looking->from, &from);
+  EXPECT_EQ(looking->to, &to);
+}
+
+TEST_F(EncoderEvents, OfAPropertyHaveTheirMessageMadeOnce) {
+  const auto producer = MakeProducer();
+  journal().Clear();
+  producer->OnEncoderPropertyChanged(kBig, {}, {});
+  EXPECT_EQ(journal().Count("GetEncodePropertyChangedBaseMsg"), 1u);
 }
 
 TEST_F(EncoderEvents, OfAPropertyHaveTheirMessageMadeWhileTheClientIsHeld) {

@@ -132,6 +132,15 @@ TEST_P(RenderFirstFrameInView, HasAMessageOfItsOwn) {
                           "event=render_first_frame_in_view width=640 height=360)"));
 }
 
+TEST_F(RenderFirstFrame, HasItsMessageMadeOnceAndNoOther) {
+  const auto producer = MakeProducer();
+  for (const auto reason : {RenderEventReason::kFirstFrame, static_cast<RenderEventReason>(0)}) {
+    journal().Clear();
+    producer->OnRenderFirstFrame(reason, 1, 2);
+    EXPECT_EQ(journal().Count(testing::Journal::kText), 1u);
+  }
+}
+
 // Errors.
 
 class RenderErrorOf : public RendererEvents, public ::testing::WithParamInterface<std::int32_t> {};
