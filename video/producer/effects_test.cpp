@@ -41,6 +41,12 @@ GreenScreenParams GreenScreen() {
   return params;
 }
 
+// One that the application keeps.
+const std::shared_ptr<testing::Image>& Picture() {
+  static const std::shared_ptr<testing::Image> picture = MakeImage("picture");
+  return picture;
+}
+
 std::vector<Effect> Effects() {
   using P = IVideoProducer2;
   return {
@@ -117,6 +123,28 @@ TEST_F(GreenScreenEffect, ReachesThePreprocessorAsTheApplicationsOwnRecord) {
           [&] { holders = params.background.use_count(); });
   producer->SetGreenScreenParams(params);
   EXPECT_EQ(holders, 1) << "a copy of the record would hold the picture too";
+}
+
+// While the preprocessor is told, the application and the call hold the picture, and nobody else.
+class PassedPicture : public PreviewTest, public ::testing::WithParamInterface<Effect> {};
+INSTANTIATE_TEST_SUITE_P(
+    Of, PassedPicture,
+    Values(Effect{"ColorFilter", [](auto& p) { p.SetLUTColorFilter(Picture()); },
+                  "SetLUTColorFilter(picture)"},
+           Effect{"FirstOfTwo", [](auto& p) { p.SetLUTColorFilter(Picture(), 0, nullptr, 0, 0); },
+                  "SetLUTColorFilter(picture, 0, null, 0, 0)"},
+           Effect{"SecondOfTwo", [](auto& p) { p.SetLUTColorFilter(nullptr, 0, Picture(), 0, 0); },
+                  "SetLUTColorFilter(null, 0, picture, 0, 0)"},
+           Effect{"Watermark", [](auto& p) { p.SetWatermark(Picture(), 0, 0, 1, true); },
+                  "SetWatermark(picture, 0, 0, 1, true)"}),
+    NameOf);
+
+TEST_P(PassedPicture, IsMovedOnAndNotCopied) {
+  const auto producer = MakeProducer();
+  long holders = 0;
+  AtEntry("preprocessor." + GetParam().entry, [&] { holders = Picture().use_count(); });
+  GetParam().call(*producer);
+  EXPECT_EQ(holders, 2);
 }
 
 class BeautyLevels : public PreviewTest {};
