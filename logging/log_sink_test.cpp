@@ -189,6 +189,27 @@ TEST(LogSink, OneThatThrowsMayBeAddedAgain) {
   EXPECT_EQ(calls, 2);
 }
 
+TEST(LogSink, OneThatThrewAndWasRemovedHasLostItsPlace) {
+  std::vector<std::string> calls;
+  bool throws = true;
+  CallingSink throws_once([&](const LogRecord&) {
+    calls.emplace_back("throws_once");
+    if (throws) throw 1;
+  });
+  CallingSink other([&](const LogRecord&) { calls.emplace_back("other"); });
+  AddLogSink(&throws_once);
+  AddLogSink(&other);
+  SendToLogSinks(Line("x"));
+  RemoveLogSink(&throws_once);
+  throws = false;
+  calls.clear();
+  AddLogSink(&throws_once);
+  SendToLogSinks(Line("y"));
+  RemoveLogSink(&throws_once);
+  RemoveLogSink(&other);
+  EXPECT_THAT(calls, ElementsAre("other", "throws_once"));
+}
+
 TEST(LogSink, SinksThatThrowWhileTheFailureOfAnotherIsToldAreDetachedInTheirTurn) {
   CallingSink throws([](const LogRecord&) { throw std::runtime_error("first"); });
   CallingSink throws_at_warnings([](const LogRecord& record) {
@@ -247,6 +268,33 @@ TEST(LogSink, OneThatThrowsOnSeveralThreadsAtOnceIsToldOnceAndRemovedWhenAllHave
   two.join();
   RemoveLogSink(&counts);
   EXPECT_EQ(told, 1);
+}
+
+TEST(LogSink, RemovalOfOneThatThrewWaitsForItsOtherCallInProgress) {
+  std::latch entered(1);
+  std::latch may_leave(1);
+  std::atomic<bool> has_left = false;
+  CallingSink throws([&](const LogRecord& record) {
+    if (record.text == "bad") throw 1;
+    entered.count_down();
+    may_leave.wait();
+    has_left = true;
+  });
+  AddLogSink(&throws);
+  RecordingSink others;
+  std::thread writer([] { SendToLogSinks(Line("slow")); });
+  entered.wait();
+  SendToLogSinks(Line("bad"));
+  std::latch removing(1);
+  std::thread remover([&] {
+    removing.count_down();
+    RemoveLogSink(&throws);
+    EXPECT_TRUE(has_left);
+  });
+  removing.wait();
+  may_leave.count_down();
+  remover.join();
+  writer.join();
 }
 
 TEST_F(LogLevels, WhatASinkThrowsIsALineOfItsLevel) {
