@@ -38,7 +38,8 @@ class Journal {
     kDestruction = 32,  // "~name": a double, or a callback with what it holds.
     kRegistry = 64,     // Subscriptions to notifications.
     kEnd = 128,         // "~name": a queue, or an end of a track.
-    kText = 256         // A text made for a line or a message; never in what Take returns.
+    // A log line that begins, or a text made for one or for a message; never in what Take returns.
+    kText = 256
   };
 
   void Add(Kind kind, std::string text);

@@ -1,12 +1,13 @@
-// Calls within the core that no collaborator sees, made visible: the registry of notifications, and
-// the texts that are made for lines and messages. The linker leads each of them to its watcher here
-// (--wrap, for every symbol that this file spells; see CMakeLists.txt), which tells the journal and
-// goes on to the function itself. Nothing of it stands in the core.
+// Calls within the core that no collaborator sees, made visible: the registry of notifications, log
+// lines as they begin, and the texts that are made for lines and messages. The linker leads each of
+// them to its watcher here (--wrap, for every symbol that this file spells; see CMakeLists.txt),
+// which tells the journal and goes on to the function itself. Nothing of it stands in the core.
 //
 // What the journal gets, where there is one:
 //   kRegistry  "NotificationCenter.SubscribeEvent(3:, producer)"    the key as the registry has it
 //              "NotificationCenter.UnsubscribeEvent(3:, producer)"
-//   kText      the function's name, unless a double describes its call with it
+//   kText      the function's name ("LogStream" for a line that begins), unless a double describes
+//              its call with it
 
 #include <list>
 #include <memory>
@@ -14,6 +15,7 @@
 #include <utility>
 
 #include "core/notification_center.h"
+#include "logging/log_stream.h"
 #include "testing/describe.h"
 #include "testing/journal.h"
 #include "testing/named.h"
@@ -41,7 +43,7 @@ thread_local std::string key_made_last;
 }  // namespace
 
 // Declares the function as it is and the one in its place, which is called like it. A member
-// function is a function whose first parameter is the object.
+// function, or a constructor, is a function whose first parameter is the object.
 #define MOVRA_WATCH(Result, Function, symbol, parameters)  \
   Result Real##Function parameters asm("__real_" symbol);  \
   Result Watch##Function parameters asm("__wrap_" symbol); \
@@ -78,6 +80,12 @@ MOVRA_WATCH(void, UnsubscribeEvent,
                                         NameOfWhole(subscriber.lock().get())));
   RealUnsubscribeEvent(center, id, event, std::move(subscriber));
 }
+
+// The constructor of whole objects, not that of bases.
+MOVRA_WATCH_TEXT(void, LogStream, "_ZN5movra9LogStreamC1EPKciS2_iPKv",
+                 (LogStream* stream, const char* file, int line, const char* function, int level,
+                  const void* object),
+                 (stream, file, line, function, level, object))
 
 #define MOVRA_WATCH_ENUM(Enum, symbol) \
   MOVRA_WATCH_TEXT(std::string, Enum##ToString, symbol, (video::Enum value), (value))

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/notification_center.h"
+#include "logging/log_stream.h"
 #include "testing/describe.h"
 #include "testing/environment.h"
 #include "video/size.h"
@@ -41,6 +42,14 @@ TEST(WatchedCalls, CountTheTextsThatAreMadeAndShowNone) {
   EXPECT_EQ((video::Size{1, 2}.ToString()), "Size{1x2}");
   EXPECT_EQ(env.journal().Count(Journal::kText), 2u);
   EXPECT_THAT(env.journal().Take(), IsEmpty());
+}
+
+TEST(WatchedCalls, CountTheLinesThatBegin) {
+  Environment env;
+  LogStream("file", 1, "Function", 0, nullptr) << "text";
+  EXPECT_EQ(env.journal().Count("LogStream"), 1u);
+  EXPECT_EQ(env.journal().Count(Journal::kText), 1u);
+  EXPECT_THAT(env.journal().Take(), ElementsAre("log(0) text"));
 }
 
 TEST(WatchedCalls, DoNotCountTheTextsOfADescribedCall) {
