@@ -14,6 +14,7 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::Not;
 using ::testing::StartsWith;
 using ::testing::Values;
 
@@ -316,6 +317,15 @@ TEST_F(StartCamera, WhileAnotherSourceRunsNamesThatSource) {
   producer->ResumeCapture();
   EXPECT_THAT(refusal(),
               ElementsAre(Asked(Camera()), Info("Capture already start for source type:kNone")));
+}
+
+// A stop would stop the camera, were its parameters there.
+TEST_F(StartCamera, ThatIsRefusedStoresNoParameters) {
+  const auto producer = MakeProducer();
+  producer->StartCapture(Desktop());
+  producer->StartCapture(Camera(), {});
+  EXPECT_THAT(EntriesOf([&] { producer->StopCapture({}); }),
+              Not(Contains(StartsWith("camera_service.StopCapture("))));
 }
 
 TEST_F(StartCamera, WithoutACameraServiceIsStartedAllTheSame) {

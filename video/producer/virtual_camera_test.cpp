@@ -14,6 +14,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 class VirtualCamera : public CaptureTest {
  protected:
@@ -158,6 +159,14 @@ TEST_F(VirtualCamera, IsStoppedAfterTheOthersWithoutTheCallback) {
                   "~VirtualCaptureOutputTrack.reader", "~VirtualCaptureOutputTrack",
                   "preprocessor.StopProcessing()", "~on_stopped"));
   EXPECT_EQ(producer->GetCurrentSourceType(), VideoSourceType::kNone);
+}
+
+// What a stop finds stored it stops.
+TEST_F(VirtualCamera, ThatIsRefusedStoresNoParameters) {
+  const auto producer = MakeCapturingProducer();
+  producer->StartCapture(Virtual(), {});
+  EXPECT_THAT(EntriesOf([&] { producer->StopCapture({}); }),
+              Contains(StartsWith("camera_service.StopCapture(")).Times(1));
 }
 
 TEST_F(VirtualCamera, IsStoppedWhilePausedToo) {
