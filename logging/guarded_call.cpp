@@ -11,7 +11,8 @@ std::string DescribeThrown() {
   try {
     throw;
   } catch (const std::exception& error) {
-    return error.what();
+    const char* const text = error.what();
+    return text != nullptr ? text : "an exception without a text";
   } catch (...) {
     return "something that is no std::exception";
   }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -33,6 +34,15 @@ TEST(GuardedCall, WhatSaysNothingOfItselfIsToldAllTheSame) {
   RecordingSink sink;
   EXPECT_FALSE(CallGuarded("The writer", [] { throw 3; }));
   EXPECT_THAT(sink.texts(), ElementsAre("The writer threw: something that is no std::exception"));
+}
+
+TEST(GuardedCall, AnExceptionWithoutATextIsToldAllTheSame) {
+  struct Wordless : std::exception {
+    [[nodiscard]] const char* what() const noexcept override { return nullptr; }
+  };
+  RecordingSink sink;
+  EXPECT_FALSE(CallGuarded("The writer", [] { throw Wordless(); }));
+  EXPECT_THAT(sink.texts(), ElementsAre("The writer threw: an exception without a text"));
 }
 
 TEST(GuardedCall, ANameThatHasToBeMadeIsMadeForALineOnly) {
