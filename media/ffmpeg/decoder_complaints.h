@@ -2,6 +2,7 @@
 #define MOVRA_MEDIA_FFMPEG_DECODER_COMPLAINTS_H_
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <set>
 
@@ -15,6 +16,25 @@ namespace movra::media {
 // come from. Any thread. Outlives the codec context.
 class DecoderComplaints {
  public:
+  DecoderComplaints() {
+    const std::lock_guard lock(all().mutex);
+    all().objects.insert(this);
+  }
+  ~DecoderComplaints() {
+    const std::lock_guard lock(all().mutex);
+    all().objects.erase(this);
+  }
+  DecoderComplaints(const DecoderComplaints&) = delete;
+  DecoderComplaints& operator=(const DecoderComplaints&) = delete;
+
+  // Of a decoder that may be anybody's: whoever else uses the library in this process has objects
+  // of their own at `opaque`.
+  static void AddOf(const void* opaque, std::int64_t packet) {
+    const std::lock_guard lock(all().mutex);
+    const auto object = all().objects.find(opaque);
+    if (object != all().objects.end()) (*object)->Add(packet);
+  }
+
   void Add(std::int64_t packet) {
     const std::lock_guard lock(mutex_);
     packets_.insert(packet);
@@ -29,6 +49,16 @@ class DecoderComplaints {
   }
 
  private:
+  struct All {
+    std::mutex mutex;
+    std::set<DecoderComplaints*, std::less<>> objects;  // Guarded by mutex.
+  };
+  // Never destroyed: decoders on other threads may outlive main.
+  static All& all() {
+    static auto* const all = new All;
+    return *all;
+  }
+
   std::mutex mutex_;
   std::set<std::int64_t> packets_;  // Guarded by mutex_.
 };

@@ -14,8 +14,7 @@ namespace {
 void NoteComplaint(void* context) {
   if (context == nullptr || *static_cast<const AVClass**>(context) != avcodec_get_class()) return;
   const auto& codec = *static_cast<const AVCodecContext*>(context);
-  if (codec.opaque == nullptr) return;
-  static_cast<DecoderComplaints*>(codec.opaque)->Add(codec.reordered_opaque);
+  DecoderComplaints::AddOf(codec.opaque, codec.reordered_opaque);
 }
 
 void Log(void* context, int level, const char* format, std::va_list arguments) {

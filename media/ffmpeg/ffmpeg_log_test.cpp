@@ -1,22 +1,26 @@
 #include "media/ffmpeg/ffmpeg_log.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavutil/log.h>
 }
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "logging/log_sink.h"
+#include "media/ffmpeg/decoder_complaints.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
 namespace {
 
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
@@ -56,6 +60,21 @@ TEST_F(FfmpegLog, AMessageWithoutEndIsCutAfterAThousandCharacters) {
   av_log(nullptr, AV_LOG_ERROR, "%s\n", std::string(3000, 'x').c_str());
   ASSERT_EQ(lines_.size(), 1U);
   EXPECT_EQ(lines_[0].second, std::string(1023, 'x'));
+}
+
+// The library calls one function for all decoders of the process.
+TEST_F(FfmpegLog, TheDecoderOfSomebodyElseAndItsObjectAreLeftAlone) {
+  DecoderComplaints ours;
+  std::array<unsigned char, 2 * sizeof(DecoderComplaints)> theirs{};
+  AVCodecContext* decoder = avcodec_alloc_context3(nullptr);
+  decoder->opaque = theirs.data();
+  av_log(decoder, AV_LOG_ERROR, "broken\n");
+  EXPECT_THAT(theirs, Each(0));
+  decoder->opaque = &ours;
+  decoder->reordered_opaque = 7;
+  av_log(decoder, AV_LOG_ERROR, "broken\n");
+  EXPECT_TRUE(ours.Take(7));
+  avcodec_free_context(&decoder);
 }
 
 TEST_F(FfmpegLog, NothingGoesToStandardErrorAndALevelThatIsOffIsNotWritten) {
