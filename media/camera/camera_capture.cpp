@@ -128,8 +128,7 @@ void CameraCapture::Play() {
 
 void CameraCapture::ReadUntilTheEnd() {
   while (!IsStopping()) {
-    const CaptureRequest asked = request();
-    SourceItem item = Read(asked);
+    SourceItem item = Read(request());
     const auto* const source_frame = std::get_if<SourceFrame>(&item);
     // Nobody will see it; an interrupted source may call it an end, but a stream that is stopped
     // has none.
@@ -142,13 +141,15 @@ void CameraCapture::ReadUntilTheEnd() {
       return;
     }
     if (source_frame == nullptr) continue;
-    rate_.SetRate({asked.frame_rate, 1});
+    // As it is now: the source may have taken its time.
+    const CaptureRequest now = request();
+    rate_.SetRate({now.frame_rate, 1});
     if (!rate_.Keep(source_frame->frame.info().timestamp)) {
       ++dropped_to_rate_;
       gate_.CountUnwritten(FrameFate::kDroppedToRate);
       continue;
     }
-    PixelFrame frame = FitFrame(*source_frame, asked.size, pool_);
+    PixelFrame frame = FitFrame(*source_frame, now.size, pool_);
     item = {};  // So that the reader may find itself the only owner.
     if (!frame) {
       gate_.CountUnwritten(FrameFate::kNotMade);

@@ -172,6 +172,21 @@ TEST_F(CameraCaptureTest, AppliesANewRateAndSizeToTheFramesThatFollow) {
   EXPECT_EQ(script->requests.back().size, (Size{16, 9}));
 }
 
+TEST_F(CameraCaptureTest, WhatIsAskedWhileTheSourceWaitsHoldsForTheFrameThatItGives) {
+  auto script = MakeScript(1);
+  script->items.pop_back();
+  script->is_deaf = true;
+  script->last_item = MakeSourceFrame(1);
+  CameraCapture& capture = Start(script, {.size = {32, 18}, .frame_rate = 1});
+  script->WaitUntilWaiting();
+  capture.SetRequest({.size = {64, 36}, .frame_rate = 0});
+  script->LetOn();
+  const std::vector<PixelFrame> frames = writer_->WaitForFrames(2);
+  EXPECT_EQ(frames[0].info().size, (Size{32, 18}));
+  EXPECT_EQ(frames[1].info().size, (Size{64, 36}));
+  EXPECT_EQ(frames[1].info().sequence, 1U) << "none was left out before";
+}
+
 TEST_F(CameraCaptureTest, GoesOnAfterNothing) {
   auto script = MakeScript(2);
   script->items.insert(script->items.begin() + 1, std::monostate());

@@ -101,11 +101,14 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
       captures_.emplace_back(Capture{number, params.camera_id, std::move(writer), started_at,
                                      std::move(on_started), std::move(capture)});
   WaitForLeftovers(entry);
-  // The queue is the one of now: a thread that ends late has nothing to say to another.
-  const auto answer = [service = weak_from_this(), queue = core::GetMainQueue(), number,
-                       started_at](const CameraInfo& info) {
-    queue->Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
-                         MillisecondsSince(started_at)));
+  // The queue is the one of now: a thread that ends late has nothing to say to another. Weakly,
+  // because such a thread must not keep a queue that the program has given up.
+  const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
+                       number, started_at](const CameraInfo& info) {
+    if (const auto main_queue = queue.lock()) {
+      main_queue->Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
+                                MillisecondsSince(started_at)));
+    }
   };
   if (!entry.capture->Start(answer)) answer(NoThread());
 }
@@ -140,10 +143,12 @@ void CameraServiceImpl::DescribeCamera(
   const video::PlaybackParams playback = PlaybackOf(camera_id);
   const auto source = std::make_shared<SourceSlot>();
   descriptions_.push_back({number, camera_id, playback, source, std::move(on_info)});
-  const auto answer = [service = weak_from_this(), queue = core::GetMainQueue(), number](
-                          CameraInfo info, std::unique_ptr<CameraSource> described) {
-    queue->Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
-                         std::move(described)));
+  const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
+                       number](CameraInfo info, std::unique_ptr<CameraSource> described) {
+    if (const auto main_queue = queue.lock()) {
+      main_queue->Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
+                                std::move(described)));
+    }
   };
   const bool started = StartDetachedThread(
       "describe", BindOnce([make = parts_.make_source, camera_id, playback, source, answer] {

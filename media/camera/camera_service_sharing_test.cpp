@@ -1,5 +1,6 @@
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -66,6 +67,23 @@ TEST_F(SharedCameraTest, AStopOfASourceThatDoesNotAnswerIsAnsweredAndWritesNothi
   a->WaitUntilGone();
   EXPECT_THAT(writer_->frames(), SizeIs(2));
   EXPECT_FALSE(writer_->end().has_value());
+}
+
+TEST_F(SharedCameraTest, ASourceThatDoesNotAnswerKeepsNoQueueThatTheProgramGaveUp) {
+  const auto started = Add("a", MakeScript(1));
+  const auto described = Add("b", MakeScript(1));
+  for (const auto& source : {started, described}) source->open_waits = source->is_deaf = true;
+  Start(Params("a"), writer_);
+  service_->DescribeCamera("b", movra_base::BindOnce([](video::CameraInfo) {}));
+  for (const auto& source : {started, described}) source->WaitUntilWaiting();
+  service_.reset();
+  const std::weak_ptr<core::DispatchQueue> queue = std::exchange(loop_, nullptr);
+  core::SetMainQueue(nullptr);
+  EXPECT_TRUE(queue.expired());
+  for (const auto& source : {started, described}) {
+    source->LetOn();
+    source->WaitUntilGone();
+  }
 }
 
 TEST_F(SharedCameraTest, AStartWaitsUntilTheStoppedCaptureHasLetGoOfTheCamera) {
