@@ -46,6 +46,8 @@ std::string ContentOf(int file) {
   _exit(127);
 }
 
+bool Has(std::uint64_t signals, int number) { return (signals >> (number - 1) & 1) != 0; }
+
 }  // namespace
 
 Process::Process(const Options& options)
@@ -74,13 +76,20 @@ void Process::Pause() const {
 
 std::string Process::Said() const { return ContentOf(err_); }
 
-bool Process::HasSignal(const std::string& set, int number) const {
+bool Process::HoldsBack(int number) const {
+  const std::uint64_t blocked = Signals("SigBlk");
+  return Has(blocked, number) && !Has(blocked, SIGUSR1);
+}
+
+bool Process::HasPending(int number) const { return Has(Signals("ShdPnd"), number); }
+
+std::uint64_t Process::Signals(const std::string& set) const {
   std::ifstream status("/proc/" + std::to_string(id_) + "/status");
   for (std::string line; std::getline(status, line);) {
     if (line.rfind(set + ":", 0) != 0) continue;
-    return (std::stoull(line.substr(set.size() + 1), nullptr, 16) >> (number - 1) & 1) != 0;
+    return std::stoull(line.substr(set.size() + 1), nullptr, 16);
   }
-  return false;
+  return 0;
 }
 
 ProcessResult Process::Wait(std::chrono::seconds longest) {

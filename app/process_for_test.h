@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -42,16 +43,18 @@ class Process {
 
   // Its standard error so far, if that is kept.
   [[nodiscard]] std::string Said() const;
-  // Whether it blocks the signal; whether one has come that it has not taken yet.
-  [[nodiscard]] bool HoldsBack(int number) const { return HasSignal("SigBlk", number); }
-  [[nodiscard]] bool HasPending(int number) const { return HasSignal("ShdPnd", number); }
+  // Whether it blocks the signal, and not all of them, as its libraries do for a moment.
+  [[nodiscard]] bool HoldsBack(int number) const;
+  // Whether one has come that it has not taken yet.
+  [[nodiscard]] bool HasPending(int number) const;
 
   // Waits for the end; kills it when that takes longer.
   ProcessResult Wait(std::chrono::seconds longest = std::chrono::seconds(90));
 
  private:
-  // Whether the signal is in the set of that name, see proc(5), /proc/[pid]/status.
-  [[nodiscard]] bool HasSignal(const std::string& set, int number) const;
+  // The signals of the set of that name, see proc(5), /proc/[pid]/status; number 1 is the lowest
+  // bit.
+  [[nodiscard]] std::uint64_t Signals(const std::string& set) const;
 
   pid_t id_ = -1;
   int out_ = -1;  // Unnamed files.
