@@ -24,7 +24,6 @@ using video::CameraInfo;
 using video::StreamEnd;
 using video::VideoRotation;
 
-constexpr AVRational kNanoseconds{1, 1'000'000'000};
 constexpr nanoseconds kUsualDuration{40'000'000};
 
 CameraInfo Failure(CameraError error, std::string text) {
