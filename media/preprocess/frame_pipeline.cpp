@@ -98,6 +98,8 @@ void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
     const PixelFrameInfo& info = pass.frame.info();
     return ReportNotMade("an interceptor's", info.size, interceptor.params.pixel_format, info);
   }
+  // Asked anew right before the call, as a write is: making the picture takes time.
+  if (interceptor.flags->is_removed || pass.is_stopped()) return;
   PixelFrame answer;
   const bool has_answered = CallAttached("The interceptor", interceptor, [&] {
     answer = listener->OnInterceptFrame(interceptor.position, offered);

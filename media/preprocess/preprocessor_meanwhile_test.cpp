@@ -1,0 +1,82 @@
+// Making a picture takes time: what is removed or stopped meanwhile.
+
+#include <functional>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "media/preprocess/preprocessor_fixture_for_test.h"
+
+namespace {
+
+std::function<void()> in_the_making;  // Once.
+
+}  // namespace
+
+// Stands before the library's in this program: a pool takes a picture's memory here, so the test
+// comes in while the first one of a preprocessor is being made.
+void* operator new(std::size_t bytes, std::align_val_t alignment,
+                   const std::nothrow_t& /*nothrow*/) noexcept {
+  if (in_the_making) std::exchange(in_the_making, {})();
+  try {
+    return ::operator new(bytes, alignment);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+namespace movra::media {
+namespace {
+
+using video::PixelFormat;
+using video::PixelFrame;
+
+class CountingListener final : public video::VideoInterceptorListener {
+ public:
+  PixelFrame OnInterceptFrame(video::InterceptPosition /*position*/,
+                              const PixelFrame& frame) override {
+    ++calls;
+    return frame;
+  }
+  int calls = 0;
+};
+
+class PreprocessorMeanwhile : public PreprocessorTest {
+ protected:
+  PreprocessorMeanwhile() { preprocessor->StartProcessing(); }
+
+  // Sends a frame; `change` happens while the first picture is made from it.
+  void ProcessMeanwhile(std::function<void()> change) {
+    const PixelFrame frame = MakeFrame(0, kLive);  // Before, because it takes memory too.
+    in_the_making = std::move(change);
+    ASSERT_EQ(source->GetWriter()->Write(frame), video::TrackWriteResult::kAccepted);
+    queue->RunAll();
+    EXPECT_FALSE(std::exchange(in_the_making, {})) << "no picture was made";
+  }
+
+  std::shared_ptr<CountingListener> AddListener(PixelFormat format) {
+    auto listener = std::make_shared<CountingListener>();
+    preprocessor->AddInterceptor(kPreview, Params({}, format), listener);
+    return listener;
+  }
+};
+
+TEST_F(PreprocessorMeanwhile, AnInterceptorThatIsRemovedIsNotCalled) {
+  const auto removed = AddListener(PixelFormat::kBGRA);
+  const auto kept = AddListener(PixelFormat::kNone);
+  ProcessMeanwhile([&] { preprocessor->RemoveInterceptor(removed); });
+  EXPECT_EQ(removed->calls, 0);
+  EXPECT_EQ(kept->calls, 1) << "the frame goes on";
+}
+
+TEST_F(PreprocessorMeanwhile, NoInterceptorIsCalledOnceProcessingIsStopped) {
+  const auto listener = AddListener(PixelFormat::kBGRA);
+  ProcessMeanwhile([&] {
+    preprocessor->StopProcessing();
+    preprocessor->StartProcessing();  // Of the next run nothing has come.
+  });
+  EXPECT_EQ(listener->calls, 0);
+}
+
+}  // namespace
+}  // namespace movra::media
