@@ -49,6 +49,11 @@ bool Remove(std::vector<Attachment<T>>& attachments, const std::weak_ptr<T>& tar
   return was_for_encoder;
 }
 
+void Answer(Preprocessor::SnapshotCallback on_done, const std::shared_ptr<Image>& image) {
+  static_cast<void>(
+      CallGuarded("The callback of a snapshot", [&] { std::move(on_done).Run(image); }));
+}
+
 }  // namespace
 
 // Ends a change when the main queue has run it, or drops it unrun.
@@ -83,7 +88,7 @@ Preprocessor::Preprocessor(const video::VideoContext& context,
 // owners by the time the last reference goes.
 Preprocessor::~Preprocessor() {
   CountStopped(held_);
-  AnswerSnapshots(nullptr);
+  DropSnapshots();
 }
 
 void Preprocessor::StartProcessing() {
@@ -179,7 +184,7 @@ void Preprocessor::StopProcessing() {
     dropped = std::exchange(held_, {});
   }
   CountStopped(dropped);
-  AnswerSnapshots(nullptr);
+  DropSnapshots();
 }
 
 void Preprocessor::Snapshot(SnapshotCallback on_done) {
@@ -190,7 +195,7 @@ void Preprocessor::Snapshot(SnapshotCallback on_done) {
       return;
     }
   }
-  std::move(on_done).Run(nullptr);
+  Answer(std::move(on_done), nullptr);
 }
 
 void Preprocessor::SetMirror(video::MirrorMode mode) {
@@ -298,16 +303,13 @@ void Preprocessor::ReportUnavailable(std::string_view effect) {
   }
 }
 
-void Preprocessor::AnswerSnapshots(const std::shared_ptr<Image>& image) {
-  std::vector<SnapshotCallback> answered;
+void Preprocessor::DropSnapshots() {
+  std::vector<SnapshotCallback> dropped;
   {
     const std::lock_guard lock(mutex_);
-    answered.swap(snapshots_);
+    dropped.swap(snapshots_);
   }
-  for (SnapshotCallback& on_done : answered) {
-    static_cast<void>(
-        CallGuarded("The callback of a snapshot", [&] { std::move(on_done).Run(image); }));
-  }
+  for (SnapshotCallback& on_done : dropped) Answer(std::move(on_done), nullptr);
 }
 
 void Preprocessor::Schedule() {
@@ -395,14 +397,18 @@ void Preprocessor::Process(PixelFrame frame, const PipelineSettings& settings, s
   const PixelFrame upright =
       pipeline_.Process(std::move(frame), settings, [this, run] { return run_ != run; });
   ++processed_;
-  bool wants_image = false;
+  if (!upright) return;
+  // Taken in one step with the run: whoever asks from here on is shown a later frame.
+  std::vector<SnapshotCallback> asked;
   {
     const std::lock_guard lock(mutex_);
-    wants_image = run_ == run && !snapshots_.empty();
+    if (run_ == run) asked.swap(snapshots_);
   }
-  if (!wants_image || !upright) return;
-  PixelFrame image = pipeline_.ToImage(upright);
-  AnswerSnapshots(image ? std::make_shared<Image>(std::move(image)) : nullptr);
+  if (asked.empty()) return;
+  PixelFrame made = pipeline_.ToImage(upright);
+  const bool is_shown = made && run_ == run;
+  const auto image = is_shown ? std::make_shared<Image>(std::move(made)) : nullptr;
+  for (SnapshotCallback& on_done : asked) Answer(std::move(on_done), image);
 }
 
 void Preprocessor::CountStopped(const video::TrackItem& item) {

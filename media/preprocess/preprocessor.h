@@ -58,7 +58,8 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   void RemoveOutputTrack(std::weak_ptr<video::IPixelFrameTrackWriter> writer) override;
   void StopProcessing() override;
   [[nodiscard]] std::uint32_t GetStats() override { return processed_; }
-  // Answered on the preprocessor queue, or on the main queue when processing stops.
+  // Answered on the preprocessor queue, or on the main queue when processing stops: where the
+  // picture is being made then, on the preprocessor queue all the same, with null.
   void Snapshot(SnapshotCallback on_done) override;
   void SetBeautyStyle(video::BeautyStyle style) override;
   void SetBeautyLevel(float level) override;
@@ -107,7 +108,8 @@ class Preprocessor final : public video::IVideoPreprocessor2,
               const std::function<void()>& and_also = {});
   // Logs once for each effect that something was asked for which is not there yet. Main queue.
   void ReportUnavailable(std::string_view effect);
-  void AnswerSnapshots(const std::shared_ptr<video::ObjcWrapper<NSImage>>& image);
+  // Answers those that wait with null.
+  void DropSnapshots();
 
   // Ends a change of an encoder's tap. Any thread.
   void EndChange(std::uint64_t change);

@@ -172,5 +172,12 @@ TEST_F(PreprocessorBoundary, ASnapshotsCallbackThatThrowsKeepsTheAnswerFromNobod
   EXPECT_EQ(answers, 1);
 }
 
+TEST_F(PreprocessorBoundary, ASnapshotsCallbackThatThrowsIsToldWhenNothingRunsToo) {
+  preprocessor->StopProcessing();
+  using Image = std::shared_ptr<video::ObjcWrapper<NSImage>>;
+  EXPECT_NO_THROW(preprocessor->Snapshot(movra_base::BindOnce([](Image) { Throw(); })));
+  EXPECT_THAT(log.texts(), ElementsAre("The callback of a snapshot threw: broken"));
+}
+
 }  // namespace
 }  // namespace movra::media

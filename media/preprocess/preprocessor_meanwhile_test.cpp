@@ -1,10 +1,12 @@
-// Making a picture takes time: what is removed or stopped meanwhile.
+// Making a picture takes time: what is removed, stopped or asked for meanwhile.
 
 #include <functional>
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
+#include "media/frame/platform_objects.h"
 #include "media/preprocess/preprocessor_fixture_for_test.h"
 
 namespace {
@@ -28,8 +30,11 @@ void* operator new(std::size_t bytes, std::align_val_t alignment,
 namespace movra::media {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using video::PixelFormat;
 using video::PixelFrame;
+using Image = video::ObjcWrapper<NSImage>;
 
 class CountingListener final : public video::VideoInterceptorListener {
  public:
@@ -59,6 +64,12 @@ class PreprocessorMeanwhile : public PreprocessorTest {
     preprocessor->AddInterceptor(kPreview, Params({}, format), listener);
     return listener;
   }
+
+  // What comes in answer is kept in `answers`.
+  void Ask(std::vector<std::shared_ptr<Image>>& answers) {
+    preprocessor->Snapshot(movra_base::BindOnce(
+        [&](std::shared_ptr<Image> image) { answers.push_back(std::move(image)); }));
+  }
 };
 
 TEST_F(PreprocessorMeanwhile, AnInterceptorThatIsRemovedIsNotCalled) {
@@ -76,6 +87,39 @@ TEST_F(PreprocessorMeanwhile, NoInterceptorIsCalledOnceProcessingIsStopped) {
     preprocessor->StartProcessing();  // Of the next run nothing has come.
   });
   EXPECT_EQ(listener->calls, 0);
+}
+
+TEST_F(PreprocessorMeanwhile, ASnapshotThatIsAskedOfTheNextCaptureIsNotShownTheOneBefore) {
+  std::vector<std::shared_ptr<Image>> first;
+  std::vector<std::shared_ptr<Image>> second;
+  Ask(first);
+  ProcessMeanwhile([&] {
+    preprocessor->StopProcessing();
+    preprocessor->StartProcessing();
+    Ask(second);
+  });
+  EXPECT_THAT(first, ElementsAre(nullptr)) << "its capture is over";
+  EXPECT_THAT(second, IsEmpty()) << "of the next one nothing has come";
+  ASSERT_EQ(Send(1, kLive), video::TrackWriteResult::kAccepted);
+  queue->RunAll();
+  ASSERT_EQ(second.size(), 1U);
+  ASSERT_NE(second[0], nullptr);
+  EXPECT_EQ(second[0]->frame().info().sequence, 1U);
+  EXPECT_EQ(first.size(), 1U);
+}
+
+TEST_F(PreprocessorMeanwhile, ASnapshotThatIsAskedWhileAnotherIsMadeIsShownTheNextFrame) {
+  std::vector<std::shared_ptr<Image>> first;
+  std::vector<std::shared_ptr<Image>> second;
+  Ask(first);
+  ProcessMeanwhile([&] { Ask(second); });
+  ASSERT_EQ(first.size(), 1U);
+  EXPECT_NE(first[0], nullptr);
+  EXPECT_THAT(second, IsEmpty());
+  ASSERT_EQ(Send(1, kLive), video::TrackWriteResult::kAccepted);
+  queue->RunAll();
+  ASSERT_EQ(second.size(), 1U);
+  EXPECT_EQ(second[0]->frame().info().sequence, 1U);
 }
 
 }  // namespace
