@@ -40,9 +40,18 @@ void CallbackSlot::Run() {
     lock.unlock();
     const bool has_returned =
         movra_logging::CallGuarded("The callback of a frame track", *callback);
-    callback.reset();
     lock.lock();
-    if (!has_returned && callback_.get() == running_) has_thrown_ = true;
+    if (callback == callback_) {
+      has_thrown_ = !has_returned;
+      callback.reset();  // Not the last reference: nothing is destroyed under the lock.
+    } else {
+      // It was replaced meanwhile, and nobody but this thread holds it any more. Once it is gone a
+      // new one may come to stand at its address, and is not the one that runs.
+      running_ = this;
+      lock.unlock();
+      callback.reset();
+      lock.lock();
+    }
     running_ = nullptr;
     ++ended_runs_;
     run_ended_.notify_all();

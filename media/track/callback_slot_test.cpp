@@ -1,5 +1,8 @@
 #include "media/track/callback_slot.h"
 
+#include <dlfcn.h>
+#include <pthread.h>
+
 #include <atomic>
 #include <functional>
 #include <latch>
@@ -7,10 +10,30 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
 #include "logging/recording_sink_for_test.h"
+
+namespace {
+
+// Of the next mutex that the thread locks.
+thread_local std::latch* awaited_before_the_lock = nullptr;
+thread_local std::latch* told_with_the_lock = nullptr;
+
+}  // namespace
+
+// Stands before the system's for everything in this process: a test brings two threads into an
+// order that only the lock between them decides.
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+  using Lock = int (*)(pthread_mutex_t*);
+  static const auto next = reinterpret_cast<Lock>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+  if (awaited_before_the_lock != nullptr) std::exchange(awaited_before_the_lock, nullptr)->wait();
+  const int result = next(mutex);
+  if (told_with_the_lock != nullptr) std::exchange(told_with_the_lock, nullptr)->count_down();
+  return result;
+}
 
 namespace movra::media {
 namespace {
@@ -110,6 +133,40 @@ TEST(CallbackSlot, RemovalFromAnotherThreadWaitsUntilTheRunHasEndedAndIsDestroye
     EXPECT_TRUE(watch.expired());
   });
   remover.join();
+  runner.join();
+}
+
+// What an application may do: its listener takes its callback away when it goes.
+struct LeavingListener {
+  ~LeavingListener() {
+    destroyed_on = std::this_thread::get_id();
+    // Elsewhere it would wait for a lock that its own thread holds.
+    if (destroyed_on == expected_on) slot.Set({});
+  }
+  CallbackSlot& slot;
+  std::thread::id& destroyed_on;
+  const std::thread::id expected_on;
+};
+
+TEST(CallbackSlot, ACallbackIsDestroyedUnlockedWhenItIsRemovedRightBehindItsRun) {
+  CallbackSlot slot;
+  std::latch has_run(1);
+  std::latch removing(1);
+  std::thread::id destroyed_on;
+  std::thread runner([&] {
+    std::shared_ptr<LeavingListener> listener(
+        new LeavingListener{slot, destroyed_on, std::this_thread::get_id()});
+    slot.Set([&, listener = std::move(listener)] {
+      awaited_before_the_lock = &removing;  // The one behind the run.
+      has_run.count_down();
+    });
+    slot.Run();
+  });
+  const std::thread::id expected_on = runner.get_id();
+  has_run.wait();
+  told_with_the_lock = &removing;
+  slot.Set({});
+  EXPECT_EQ(destroyed_on, expected_on) << "by the thread that ran it, before the removal returns";
   runner.join();
 }
 
