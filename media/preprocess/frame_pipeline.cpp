@@ -37,8 +37,6 @@ std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
   return width * (tap.params.height > 0 ? tap.params.height : own.height);
 }
 
-bool IsForEncoder(const Tap& tap) { return tap.position == InterceptPosition::kEncoder; }
-
 // Calls code that may be the application's; what throws is over. Whether it returned.
 template <class T, class Call>
 bool CallAttached(const char* what, const Attachment<T>& attachment, Call&& call) {
@@ -157,7 +155,7 @@ PixelFrame FramePipeline::MakePicture(Pass& pass, const Tap& tap) {
                   tap.params.pixel_format, pass.frame.info());
     return made;
   }
-  return IsForEncoder(tap) ? made : WithDelivery(made, FrameDelivery::kLive);
+  return tap.is_for_encoder ? made : WithDelivery(made, FrameDelivery::kLive);
 }
 
 void FramePipeline::Write(Output& output, const std::function<bool()>& is_stopped) {
@@ -169,7 +167,7 @@ void FramePipeline::Write(Output& output, const std::function<bool()>& is_stoppe
   // that is being removed still gets the frame that was on its way to it: it may be added anew
   // with another size, and a lossless frame must not fall in between.
   if (is_stopped()) return count(FrameFate::kStopped);
-  if (!IsForEncoder(*output.tap) && output.tap->flags->is_removed) return;
+  if (!output.tap->is_for_encoder && output.tap->flags->is_removed) return;
   const bool is_lossless = output.frame.info().delivery == FrameDelivery::kLossless;
   auto result = video::TrackWriteResult::kClosed;
   static_cast<void>(CallAttached("The frame writer", *output.tap,
@@ -197,7 +195,7 @@ void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
 
 FrameCounters* FramePipeline::StreamOf(const Tap& tap,
                                        const video::IPixelFrameTrackWriter& writer) const {
-  if (!IsForEncoder(tap)) return nullptr;
+  if (!tap.is_for_encoder) return nullptr;
   const bool is_small = tap.params.stream_type == video::VideoStreamType::kSmall;
   FrameCounters* const stream = streams_[is_small ? 1 : 0].get();
   return CountsInto(writer, *stream) ? stream : nullptr;
@@ -223,7 +221,7 @@ void FramePipeline::ReportNotMade(const std::string& whose, const video::Size& s
 // Asked of the target, as it is written to: a tap that is being removed may come back.
 bool EncodersHaveRoom(const PipelineSettings& settings) {
   return std::all_of(settings.taps.begin(), settings.taps.end(), [](const Tap& tap) {
-    if (!IsForEncoder(tap)) return true;
+    if (!tap.is_for_encoder) return true;
     const auto writer = tap.Target();
     bool has_room = true;
     if (writer == nullptr) return true;
@@ -236,7 +234,7 @@ void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& en
                     const std::function<bool()>& is_stopped) {
   std::vector<std::shared_ptr<video::IPixelFrameTrackWriter>> told;
   for (const Tap& tap : settings.taps) {
-    auto writer = IsForEncoder(tap) ? tap.Target() : tap.Lock();
+    auto writer = tap.is_for_encoder ? tap.Target() : tap.Lock();
     if (writer == nullptr || std::find(told.begin(), told.end(), writer) != told.end()) continue;
     if (is_stopped()) return;
     static_cast<void>(CallAttached("The frame writer", tap, [&] { writer->WriteEnd(end); }));

@@ -34,6 +34,8 @@ struct Attachment {
   video::InterceptPosition position;
   video::CustomProcessParams params;
   std::weak_ptr<T> target;
+  // A tap that an encoder reads: what is lossless waits for it, and only for it.
+  bool is_for_encoder = false;
   std::shared_ptr<Flags> flags = std::make_shared<Flags>();
 
   // Null once it is gone or has thrown.

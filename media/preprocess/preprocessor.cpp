@@ -36,14 +36,14 @@ void Add(std::vector<Attachment<T>>& attachments, Attachment<T> added) {
   attachments.push_back(std::move(added));
 }
 
-// Whether one of them stood in front of an encoder.
+// Whether one of them was an encoder's.
 template <class T>
 bool Remove(std::vector<Attachment<T>>& attachments, const std::weak_ptr<T>& target) {
   bool was_for_encoder = false;
   std::erase_if(attachments, [&](const Attachment<T>& a) {
     if (!IsSame(a.target, target)) return false;
     a.flags->is_removed = true;
-    was_for_encoder |= a.position == InterceptPosition::kEncoder;
+    was_for_encoder |= a.is_for_encoder;
     return true;
   });
   return was_for_encoder;
@@ -136,20 +136,28 @@ void Preprocessor::AddOutputTrack(InterceptPosition position,
                                   std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
   const auto added = writer.lock();
   if (added == nullptr) return;
-  if (position == InterceptPosition::kEncoder) {
+  const bool is_for_encoder =
+      position == InterceptPosition::kEncoder && IsEncodersWish(params, *added);
+  if (is_for_encoder) {
     static_cast<void>(CallGuarded(kWriter, [&] {
       added->SetRoomCallback(MakeWeakBind(weak_from_this(), &Preprocessor::Schedule));
     }));
   }
-  const bool returns = position == InterceptPosition::kEncoder && IsSame(last_removed_, writer);
+  const bool returns = is_for_encoder && IsSame(last_removed_, writer);
   Change(
       [&](PipelineSettings& settings) {
-        Add(settings.taps, {position, params, std::move(writer)});
+        Add(settings.taps, {position, params, std::move(writer), is_for_encoder});
       },
       [&] {
         if (returns) changes_.erase(last_change_);
       });
   if (returns) Schedule();  // Something may have waited for the tap.
+}
+
+bool Preprocessor::IsEncodersWish(const video::CustomProcessParams& params,
+                                  const video::IPixelFrameTrackWriter& writer) const {
+  if (params.width != 0 || params.height != 0) return true;
+  return CountsInto(writer, *FrameAccount::Stream(account_, params.stream_type));
 }
 
 void Preprocessor::RemoveOutputTrack(std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
@@ -217,10 +225,7 @@ void Preprocessor::SetEncoderMirror(bool mirror) {
 void Preprocessor::SetEncoderOutputSize(int width, int height) {
   Change([&](PipelineSettings& settings) {
     for (Tap& tap : settings.taps) {
-      if (tap.position != InterceptPosition::kEncoder ||
-          tap.params.stream_type == video::VideoStreamType::kSmall) {
-        continue;
-      }
+      if (!tap.is_for_encoder || tap.params.stream_type == video::VideoStreamType::kSmall) continue;
       tap.params.width = width;
       tap.params.height = height;
     }

@@ -22,7 +22,9 @@ namespace movra::media {
 // time; a task handles one item and lets whoever shares the queue have the next turn. No task
 // waits. A lossless frame moves on when every encoder has room; until then it is the one item that
 // the preprocessor holds, and nothing more is read, which is how a slow encoder slows its source.
-// Taps elsewhere receive live frames whatever the source.
+// All other taps receive live frames whatever the source: those elsewhere, and an application's
+// shunt at the encoders' position. A shunt's wish names no size, an encoder's does; or its track is
+// counted as its stream's, as the tracks of our encoders are from their start.
 //
 // An operation on the main queue changes a copy of the settings and swaps it in. A task takes its
 // item first and then, in one step, what holds for it: so a tap that stands before a frame is
@@ -106,6 +108,9 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   // Swaps in changed settings; `and_also` runs in the same step. Main queue.
   void Change(const std::function<void(PipelineSettings&)>& change,
               const std::function<void()>& and_also = {});
+  // Of a tap at the encoders' position: whether an encoder reads it, or the application looks on.
+  [[nodiscard]] bool IsEncodersWish(const video::CustomProcessParams& params,
+                                    const video::IPixelFrameTrackWriter& writer) const;
   // Logs once for each effect that something was asked for which is not there yet. Main queue.
   void ReportUnavailable(std::string_view effect);
   // Answers those that wait with null.
