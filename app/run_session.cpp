@@ -27,9 +27,6 @@ constexpr nanoseconds kStallInterval = std::chrono::milliseconds(500);
 constexpr std::chrono::milliseconds kLongestDrain{5000};
 // What the reader of a pipe has of that once a person wants the end.
 constexpr std::chrono::milliseconds kInterruptPatience{1000};
-// A live source that delivers gives the duration's last frame within this time after it is over,
-// counted from the first one; one that has stalled is not waited for any longer.
-constexpr nanoseconds kStallSlack = std::chrono::milliseconds(500);
 
 // Media time of the whole run, if it is known.
 std::optional<nanoseconds> TotalTime(const RunOptions& options, const video::CameraInfo& source) {
@@ -136,7 +133,7 @@ bool RunSession::OpenStream(std::size_t index, const std::shared_ptr<media::Time
     post(index, Ending::kDurationOver);
   };
   streams_[index].meter = std::make_shared<StreamMeter>(
-      streams_[index].file, setting_.options.duration, std::move(callbacks));
+      streams_[index].file, origin, setting_.options.duration, std::move(callbacks));
   return true;
 }
 
@@ -293,7 +290,7 @@ void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline
   // Without any wait an encoder would not even be asked to finish.
   producer_->StopEncoder(report.plan.type,
                          static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 1)));
-  streams_[index].file->Close();
+  streams_[index].file->Close(EndOf(streams_[index]));
   const media::WrittenFigures written = streams_[index].file->written();
   report.figures = streams_[index].meter->Figures();
   // A run that ends before its source has no end mark to tell of damage.
@@ -304,6 +301,12 @@ void RunSession::StopStream(std::size_t index, steady_clock::time_point deadline
   report.figures.file_bytes = written.file_bytes;
   report.figures.media_time = written.duration;
   report.figures.longest_wait = written.longest_wait;
+}
+
+std::optional<nanoseconds> RunSession::EndOf(const Stream& stream) const {
+  const bool is_cut_off =
+      ending_ == Ending::kDurationOver || stream.meter->Figures().packets_beyond_limit > 0;
+  return is_cut_off ? setting_.options.duration : std::nullopt;
 }
 
 RunReport RunSession::Conclude() {

@@ -53,6 +53,10 @@ struct RunSetting {
 //   report = session->Conclude();
 class RunSession : public std::enable_shared_from_this<RunSession> {
  public:
+  // How much longer than its duration a source that goes by the clock is waited for: one that
+  // delivers gives the last frame within it, and one that has stalled may never give one.
+  static constexpr std::chrono::milliseconds kStallSlack{500};
+
   explicit RunSession(const RunSetting& setting);
 
   // Once.
@@ -96,6 +100,8 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void Stop();
   void StopProducer();
   void StopStream(std::size_t index, std::chrono::steady_clock::time_point deadline);
+  // Where the stream's last picture stands until, if it is the duration that cuts the stream off.
+  [[nodiscard]] std::optional<std::chrono::nanoseconds> EndOf(const Stream& stream) const;
   [[nodiscard]] std::optional<Failure> FindFailure() const;
   // "--big"
   [[nodiscard]] std::string OptionOf(std::size_t index) const;

@@ -203,6 +203,77 @@ TEST_F(RunSessionTest, TheDurationCountsFromTheFirstFrameHoweverLateItIs) {
   EXPECT_EQ(report.streams[0].figures.media_time, milliseconds(1000));
 }
 
+TEST_F(RunSessionTest, ThePictureBeforeTheEndOfTheDurationStandsUntilThen) {
+  options_.duration = seconds(5);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  WriteBoth(seconds(7));
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kDurationOver);
+  for (const StreamReport& stream : report.streams) {
+    EXPECT_EQ(stream.figures.frames, 1U);
+    EXPECT_EQ(stream.figures.media_time, seconds(5));
+  }
+}
+
+TEST_F(RunSessionTest, BothStreamsEndAtOneTimeWhateverTheirFrames) {
+  options_.duration = seconds(2);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  Write(kBig, seconds(0));
+  WriteKeyFrame(kSmall, milliseconds(300));
+  Write(kBig, milliseconds(1970));  // Expected to last for 100 ms.
+  Write(kBig, seconds(2));
+  Write(kSmall, milliseconds(2200));
+  const RunReport report = Report();
+  EXPECT_EQ(report.streams[0].figures.media_time, seconds(2));
+  EXPECT_EQ(report.streams[1].figures.media_time, milliseconds(1700));
+}
+
+TEST_F(RunSessionTest, ADurationThatTheSourceEndsInIsCutOffIfItsPictureStandsForLonger) {
+  options_.duration = seconds(5);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  video::StreamEnd end;
+  end.end_time = seconds(7);
+  EndBoth(end);
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kDurationOver);
+  EXPECT_EQ(report.streams[0].figures.media_time, seconds(5));
+}
+
+TEST_F(RunSessionTest, ASourceThatEndsBeforeTheDurationHasItsOwnEnd) {
+  options_.duration = seconds(5);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  video::StreamEnd end;
+  end.end_time = seconds(4);
+  EndBoth(end);
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kSourceEnded);
+  EXPECT_EQ(report.streams[0].figures.media_time, seconds(4));
+}
+
+TEST_F(RunSessionTest, AnInterruptedDurationEndsWithItsLastPictures) {
+  options_.duration = seconds(5);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  Write(kBig, seconds(7));  // This stream has come to its end.
+  Interrupt();
+  const RunReport report = Report();
+  EXPECT_EQ(report.streams[0].figures.media_time, seconds(5));
+  EXPECT_EQ(report.streams[1].figures.media_time, milliseconds(100));
+}
+
 TEST_F(RunSessionTest, ASourceThatStallsIsNotWaitedForBeyondTheDuration) {
   options_.duration = seconds(1);
   Begin();
@@ -215,7 +286,11 @@ TEST_F(RunSessionTest, ASourceThatStallsIsNotWaitedForBeyondTheDuration) {
   EXPECT_FALSE(is_over());
   AdvanceBy(milliseconds(1));
   EXPECT_TRUE(is_over());
-  EXPECT_EQ(Report().ending, Ending::kDurationOver);
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kDurationOver);
+  EXPECT_EQ(report.streams[0].figures.media_time, seconds(1));
+  EXPECT_EQ(report.streams[1].figures.media_time, seconds(1))
+      << "and its picture stands until then";
 }
 
 TEST_F(RunSessionTest, ASourceThatNeverBeginsIsNotWaitedForEither) {

@@ -11,12 +11,15 @@
 #include <optional>
 
 #include "app/latency_histogram.h"
+#include "media/output/time_line.h"
+#include "media/output/time_origin.h"
 #include "video/video_frame_track.h"
 
 namespace movra::app {
 
 struct StreamFigures {
   std::uint64_t packets = 0;  // That the encoder gave, those beyond the limit too.
+  std::uint64_t packets_beyond_limit = 0;
   std::uint64_t frames = 0;
   std::uint64_t key_frames = 0;
   std::uint64_t bytes = 0;                   // Of the pictures.
@@ -34,8 +37,10 @@ struct StreamFigures {
   std::optional<std::chrono::steady_clock::time_point> first_frame;
 };
 
-// Counts frames and passes them on, up to a limit of media time. What follows the limit is
-// swallowed, so a stream of so many seconds has exactly the frames of these seconds.
+// Counts frames and passes them on, up to a limit of media time. What stands on the limit or behind
+// it is swallowed, and nothing that is passed on lasts beyond it, so a stream of so many seconds
+// has exactly the frames of these seconds. How long the last of them stands is told to whoever
+// closes the file.
 //
 // Write and WriteEnd run on the encoder's thread, Figures on any.
 class StreamMeter : public video::IVideoFrameTrackWriter {
@@ -43,11 +48,13 @@ class StreamMeter : public video::IVideoFrameTrackWriter {
   struct Callbacks {
     // Both run once at most, on the encoder's thread.
     std::function<void()> on_first_frame;
-    std::function<void()> on_limit;  // The first frame beyond the limit has come.
+    std::function<void()> on_limit;  // The source has got to the limit or beyond it.
   };
 
-  // `next` gets the frames.
+  // `next` gets the frames. The limit counts from the origin, which the streams of one run share,
+  // so that they end together; null: from the stream's own first frame.
   StreamMeter(std::shared_ptr<video::IVideoFrameTrackWriter> next,
+              std::shared_ptr<media::TimeOrigin> origin,
               std::optional<std::chrono::nanoseconds> limit, Callbacks callbacks);
 
   void Write(const video::EncodedFrame& frame) override;
@@ -56,16 +63,22 @@ class StreamMeter : public video::IVideoFrameTrackWriter {
   [[nodiscard]] StreamFigures Figures() const;
 
  private:
-  [[nodiscard]] bool IsBeyondLimit(const video::EncodedFrame& frame) const;
+  // Sources round their time stamps; a place so close below the limit is meant to be on it.
+  [[nodiscard]] bool IsAtLimit(std::chrono::nanoseconds place) const;
+  void ReachLimit();
   void CountPacket();
-  void Count(const video::EncodedFrame& frame, std::chrono::steady_clock::time_point arrival);
+  void CountBeyondLimit();
+  void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds place,
+             std::chrono::steady_clock::time_point arrival);
 
   const std::shared_ptr<video::IVideoFrameTrackWriter> next_;
   const std::optional<std::chrono::nanoseconds> limit_;
   const Callbacks callbacks_;
 
   // The encoder's thread alone.
-  std::optional<std::chrono::nanoseconds> first_timestamp_;
+  media::TimeLine time_line_;
+  std::chrono::nanoseconds first_place_{0};
+  std::chrono::nanoseconds first_timestamp_{0};
   std::chrono::nanoseconds first_capture_{0};
   bool limit_reached_ = false;
 

@@ -23,18 +23,24 @@ struct Recorder : video::IVideoFrameTrackWriter {
   void Write(const video::EncodedFrame& frame) override {
     if (on_write) on_write();
     written.push_back(frame.sequence);
+    last_duration = frame.duration;
   }
-  void WriteEnd(const video::StreamEnd& end) override { reasons.push_back(end.reason); }
+  void WriteEnd(const video::StreamEnd& end) override {
+    reasons.push_back(end.reason);
+    end_time = end.end_time;
+  }
   std::function<void()> on_write;
   std::vector<std::uint64_t> written;
   std::vector<std::string> reasons;
+  nanoseconds last_duration{0};
+  std::optional<nanoseconds> end_time;
 };
 
 class StreamMeterTest : public testing::Test {
  protected:
   std::unique_ptr<StreamMeter> Make(std::optional<nanoseconds> limit) {
     return std::make_unique<StreamMeter>(
-        recorder_, limit,
+        recorder_, nullptr, limit,
         StreamMeter::Callbacks{[this] { ++first_frames_; }, [this] { ++limits_; }});
   }
 
@@ -142,6 +148,7 @@ TEST_F(StreamMeterTest, TheLimitCountsFromTheFirstFrameAndIsExclusive) {
   EXPECT_THAT(recorder_->written, ElementsAre(0, 1, 2));
   EXPECT_EQ(meter->Figures().frames, 3U);
   EXPECT_EQ(meter->Figures().packets, 6U);
+  EXPECT_EQ(meter->Figures().packets_beyond_limit, 3U);
   EXPECT_EQ(meter->Figures().media_time, milliseconds(120));
   EXPECT_EQ(limits_, 1);
 }
@@ -160,6 +167,65 @@ TEST_F(StreamMeterTest, TheLastFrameBeforeTheLimitIsKept) {
   meter->Write(Frame(1, milliseconds(999)));
   EXPECT_THAT(recorder_->written, ElementsAre(0, 1));
   EXPECT_EQ(limits_, 0);
+}
+
+TEST_F(StreamMeterTest, NoFrameLastsBeyondTheLimit) {
+  const auto meter = Make(milliseconds(70));
+  meter->Write(Frame(0, seconds(7)));
+  EXPECT_EQ(recorder_->last_duration, milliseconds(40));
+  meter->Write(Frame(1, seconds(7) + milliseconds(40)));
+  EXPECT_EQ(recorder_->last_duration, milliseconds(30));
+  EXPECT_EQ(meter->Figures().media_time, milliseconds(70));
+}
+
+TEST_F(StreamMeterTest, ASourceThatEndsBeforeTheLimitHasItsOwnEnd) {
+  for (const auto end : {std::optional<nanoseconds>(milliseconds(7999)),
+                         std::optional<nanoseconds>(seconds(8)), std::optional<nanoseconds>()}) {
+    const auto meter = Make(seconds(1));
+    meter->Write(Frame(0, seconds(7)));
+    meter->WriteEnd({.error_code = 0, .reason = "", .damaged_frames = 0, .end_time = end});
+    EXPECT_EQ(recorder_->end_time, end);
+    EXPECT_EQ(limits_, 0);
+  }
+}
+
+TEST_F(StreamMeterTest, ASourceWhoseLastPictureStandsBeyondTheLimitIsCutOffThere) {
+  const auto meter = Make(seconds(1));
+  meter->Write(Frame(0, seconds(7)));
+  meter->WriteEnd({.error_code = 0, .reason = "", .damaged_frames = 0, .end_time = seconds(14)});
+  EXPECT_EQ(recorder_->end_time, seconds(8));
+  EXPECT_EQ(limits_, 1);
+  EXPECT_EQ(meter->Figures().packets_beyond_limit, 0U);
+}
+
+TEST_F(StreamMeterTest, AnEndBehindTheLimitIsNotTheStreams) {
+  const auto meter = Make(seconds(1));
+  meter->Write(Frame(0, seconds(0)));
+  meter->Write(Frame(1, seconds(1)));
+  meter->WriteEnd({1, "it broke", 3});
+  EXPECT_THAT(recorder_->reasons, IsEmpty());
+}
+
+TEST_F(StreamMeterTest, WhereTimeJumpsBackTheLimitCountsOn) {
+  const auto meter = Make(milliseconds(120));
+  meter->Write(Frame(0, seconds(7)));
+  meter->Write(Frame(1, seconds(7) + milliseconds(40)));
+  meter->Write(Frame(2, seconds(2)));
+  meter->Write(Frame(3, seconds(2) + milliseconds(40)));
+  EXPECT_THAT(recorder_->written, ElementsAre(0, 1, 2));
+  EXPECT_EQ(meter->Figures().media_time, milliseconds(120));
+  EXPECT_EQ(limits_, 1);
+}
+
+TEST_F(StreamMeterTest, StreamsOfOneOriginReachTheLimitAtOneTime) {
+  const auto origin = std::make_shared<media::TimeOrigin>();
+  StreamMeter first(recorder_, origin, seconds(1), {});
+  StreamMeter second(recorder_, origin, seconds(1), {});
+  first.Write(Frame(0, seconds(7)));
+  second.Write(Frame(10, seconds(7) + milliseconds(500)));
+  second.Write(Frame(11, seconds(8)));
+  EXPECT_THAT(recorder_->written, ElementsAre(0, 10));
+  EXPECT_EQ(second.Figures().packets_beyond_limit, 1U);
 }
 
 // A stream may jump back where a looped file begins again; the limit is reached for good.

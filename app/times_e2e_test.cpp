@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "app/program_for_test.h"
@@ -45,6 +46,13 @@ class TimesE2e : public ProgramTest {
       times.emplace_back(std::llround((pts - units.front()) * numerator / denominator * 1e9));
     }
     return times;
+  }
+
+  // As its container states it, in seconds.
+  [[nodiscard]] static double DurationOf(const std::string& file) {
+    return std::stod(RunProcess({.words = {"ffprobe", "-v", "error", "-show_entries",
+                                           "format=duration", "-of", "default=nw=1:nk=1", file}})
+                         .out);
   }
 
   // A clip of so many frames a second.
@@ -99,6 +107,40 @@ TEST_F(TimesE2e, ADurationEndsBeforeTheFirstFrameThatStandsOnIt) {
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(TimesOf(directory_ / "out/big.mp4"), SizeIs(frames)) << duration;
   }
+}
+
+// As a show of slides: a picture every seven seconds, the last of which stands for a moment.
+TEST_F(TimesE2e, APictureThatStandsForLongIsCutOffByTheDurationAndNothingElse) {
+  const std::string slides =
+      MakeClip(4, {640, 360}, "slides.mp4", "-vf setpts=N*7/TB -vsync passthrough");
+  for (const auto& [duration, seconds, frames] :
+       {std::tuple{"5s", 5.0, 1}, std::tuple{"7s", 7.0, 1}, std::tuple{"10s", 10.0, 2},
+        std::tuple{"1h", 21.0, 4}}) {
+    const ProcessResult result =
+        Run({"--camera", "file:" + slides, "--duration", duration, "--force", "--small",
+             "160x90@30,small.mkv", "--no-contact-sheet", "--quiet", "--stats", "-"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const auto json = nlohmann::json::parse(result.out);
+    for (const auto& stream : json["streams"]) {
+      EXPECT_NEAR(stream["duration_s"], seconds, 0.05) << duration;
+      EXPECT_EQ(stream["frames_written"], frames) << duration;
+      ExpectWholeSum(stream);
+    }
+    for (const char* name : {"out/big.mp4", "out/small.mkv"}) {
+      EXPECT_NEAR(DurationOf(directory_ / name), seconds, 0.05) << name << " of " << duration;
+    }
+  }
+}
+
+TEST_F(TimesE2e, InRealTimeAPictureStandsUntilTheEndOfTheDurationToo) {
+  const std::string gap =
+      MakeClip(20, {640, 360}, "gap.mp4", "-vf 'setpts=PTS+gte(N\\,10)*9/TB' -vsync passthrough");
+  const ProcessResult result = Run({"--camera", "file:" + gap, "--realtime", "--duration", "1s",
+                                    "--small", "off", "--no-contact-sheet"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_THAT(result.err, testing::HasSubstr("; duration over"));
+  EXPECT_THAT(TimesOf(directory_ / "out/big.mp4"), SizeIs(10));
+  EXPECT_NEAR(DurationOf(directory_ / "out/big.mp4"), 1, 1e-3);
 }
 
 TEST_F(TimesE2e, InRealTimeFramesAreTakenWhenTheyAreDueAndNeverSooner) {

@@ -36,8 +36,8 @@ EncodedFileWriter::EncodedFileWriter(EncodedFileWriterOptions options,
                                      std::unique_ptr<IContainerMuxer> muxer)
     : options_(std::move(options)),
       file_(std::move(file)),
-      origin_(options_.origin != nullptr ? options_.origin : std::make_shared<TimeOrigin>()),
-      muxer_(std::move(muxer)) {}
+      muxer_(std::move(muxer)),
+      time_line_(options_.origin) {}
 
 EncodedFileWriter::~EncodedFileWriter() { Close(); }
 
@@ -55,18 +55,19 @@ void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
   std::optional<WriteError> error;
   {
     const std::lock_guard lock(mutex_);
-    if (end.end_time.has_value()) EndAt(*end.end_time);
+    if (end.end_time && time_line_.last()) StandUntil(time_line_.PlaceOf(*end.end_time));
     error = Finish();
   }
   if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
   if (!closed_ && options_.on_end) options_.on_end(end);
 }
 
-void EncodedFileWriter::Close() {
+void EncodedFileWriter::Close(std::optional<nanoseconds> end) {
   // First, because a blocked Write holds the lock.
   closed_ = true;
   file_->LimitWaits(kClosingPatience);
   const std::lock_guard lock(mutex_);
+  if (end) StandUntil(*end);
   static_cast<void>(Finish());
 }
 
@@ -79,15 +80,17 @@ WrittenFigures EncodedFileWriter::written() const {
 
 std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {
   const std::span data(frame.data, frame.size_bytes);
-  if (!started_) {
+  const std::optional<nanoseconds> before = time_line_.last();
+  if (!before) {
     // A decoder can only begin with a key frame.
     if (!frame.key_frame) return std::nullopt;
     MuxHeader header{frame.size, frame.color, ParameterSets(data)};
     if (header.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
     if (auto error = Check(muxer_->Start(header))) return error;
   }
-  const std::optional<nanoseconds> before = started_ ? std::optional(last_time_) : std::nullopt;
-  const nanoseconds time = FileTime(frame);
+  const nanoseconds time = time_line_.Add(frame.timestamp, frame.duration);
+  if (!before) first_time_ = time;
+  last_duration_ = frame.duration;
   const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame});
   // A container writes the pictures that it has collected when the next one comes.
   NoteWhole();
@@ -111,27 +114,9 @@ void EncodedFileWriter::NoteWhole() {
   if (figures_.frames == muxer_->pictures_in_file()) whole_ = figures_;
 }
 
-nanoseconds EncodedFileWriter::FileTime(const EncodedFrame& frame) {
-  nanoseconds time = origin_->Since(frame.timestamp) + shift_;
-  if (!std::exchange(started_, true)) {
-    // Older than another stream's first frame by the length of an encode at most.
-    time = std::max(time, nanoseconds(0));
-    first_time_ = time;
-  } else if (frame.timestamp < last_timestamp_) {
-    const nanoseconds next = last_time_ + last_duration_;
-    shift_ += next - time;
-    time = next;
-  }
-  time = std::max(time, last_time_);
-  last_timestamp_ = frame.timestamp;
-  last_time_ = time;
-  last_duration_ = frame.duration;
-  return time;
-}
-
-void EncodedFileWriter::EndAt(nanoseconds end_time) {
-  if (muxer_ == nullptr || !started_) return;
-  const nanoseconds duration = origin_->Since(end_time) + shift_ - last_time_;
+void EncodedFileWriter::StandUntil(nanoseconds end) {
+  if (muxer_ == nullptr || !time_line_.last()) return;
+  const nanoseconds duration = end - *time_line_.last();
   if (duration.count() <= 0) return;
   const std::lock_guard lock(figures_mutex_);
   figures_.duration += duration - std::exchange(last_duration_, duration);
@@ -140,7 +125,7 @@ void EncodedFileWriter::EndAt(nanoseconds end_time) {
 std::optional<WriteError> EncodedFileWriter::Finish() {
   if (muxer_ == nullptr) return std::nullopt;
   std::optional<WriteError> error;
-  if (started_) {
+  if (time_line_.last()) {
     const std::string failure = muxer_->Finish(last_duration_);
     NoteWhole();
     error = Check(failure);

@@ -13,6 +13,7 @@
 #include "media/output/container_format.h"
 #include "media/output/container_muxer.h"
 #include "media/output/output_file.h"
+#include "media/output/time_line.h"
 #include "media/output/time_origin.h"
 #include "media/output/write_error.h"
 #include "video/pixel_frame.h"
@@ -85,8 +86,9 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
 
   // Finishes the file if its end has not come. Nothing more is written, and no callback begins any
   // more; one that has may end. A Write that is blocked by whoever should read a pipe breaks off
-  // after an instant. Any thread; again is harmless.
-  void Close();
+  // after an instant. If the end has not come, the last picture stands until `end`, counted from
+  // the origin, instead of as long as its encoder expected. Any thread; again is harmless.
+  void Close(std::optional<std::chrono::nanoseconds> end = std::nullopt);
 
   // Any thread.
   [[nodiscard]] WrittenFigures written() const;
@@ -102,27 +104,21 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   // All with mutex_ held. Each returns the error that it met first.
   std::optional<WriteError> WriteFrame(const video::EncodedFrame& frame);
   std::optional<WriteError> Finish();
-  // The last picture stands until then, on the source's time line.
-  void EndAt(std::chrono::nanoseconds end_time);
+  // The last picture stands until then, counted from the origin.
+  void StandUntil(std::chrono::nanoseconds end);
   std::optional<WriteError> Check(const std::string& muxer_error);
   void Count(const video::EncodedFrame& frame, std::chrono::nanoseconds time,
              std::chrono::nanoseconds time_before);
   // Notes the figures as those of the file if it holds every picture that they count.
   void NoteWhole();
-  // The frame's place in the file.
-  std::chrono::nanoseconds FileTime(const video::EncodedFrame& frame);
 
   const EncodedFileWriterOptions options_;
   const std::unique_ptr<OutputFile> file_;
-  const std::shared_ptr<TimeOrigin> origin_;
 
   std::mutex mutex_;
   // All guarded by mutex_. The muxer is released with the file's end.
   std::unique_ptr<IContainerMuxer> muxer_;
-  bool started_ = false;
-  std::chrono::nanoseconds shift_{0};  // Of the source's time line, where it jumped back.
-  std::chrono::nanoseconds last_timestamp_{0};
-  std::chrono::nanoseconds last_time_{0};
+  TimeLine time_line_;  // Of what is in the file.
   std::chrono::nanoseconds last_duration_{0};
   std::chrono::nanoseconds first_time_{0};
 

@@ -177,6 +177,29 @@ TEST_F(FileTimesTest, TheLastPictureLastsAsLongAsItsSourceSays) {
   }
 }
 
+TEST_F(FileTimesTest, TheLastPictureStandsAsLongAsWhoeverClosesTheFileSays) {
+  for (const ContainerFormat format : {ContainerFormat::kMp4, ContainerFormat::kMkv}) {
+    const auto writer = Open(format, path_);
+    SampleStream stream;
+    for (const auto time : {seconds(3), seconds(4)}) stream.Write(*writer, time);
+    writer->Close(seconds(5));
+    EXPECT_EQ(writer->written().duration, seconds(5));
+    EXPECT_LT(std::chrono::abs(DecodeFile(path_).duration - seconds(5)), milliseconds(1));
+  }
+}
+
+TEST_F(FileTimesTest, AFileWhoseEndHasComeIsNotChangedByItsClose) {
+  const auto writer = Open(ContainerFormat::kMp4, path_);
+  SampleStream stream;
+  stream.Write(*writer, seconds(0));
+  video::StreamEnd mark;
+  mark.end_time = seconds(2);
+  writer->WriteEnd(mark);
+  writer->Close(seconds(5));
+  EXPECT_EQ(writer->written().duration, seconds(2));
+  EXPECT_LT(std::chrono::abs(DecodeFile(path_).duration - seconds(2)), milliseconds(1));
+}
+
 TEST_F(FileTimesTest, AnEndThatIsNoneChangesNothing) {
   // The encoder's expectation, a thirtieth of a second, stands.
   for (const auto end : {std::optional<nanoseconds>(milliseconds(500)),
