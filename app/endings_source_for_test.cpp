@@ -139,6 +139,40 @@ std::string BeginToSend(EndingRun& run) {
   return clip.substr(clip.size() / 2);
 }
 
+// A duration of the clock does not wait for a source that gives nothing from the start.
+std::vector<Ending> SilentForTheDuration() {
+  const std::vector<std::string> words{"run",   "--camera", "file:DIR/pipe", "--realtime",
+                                       "--out", "out",      "--duration",    "0.5s"};
+  const std::string says = "nothing came from file:DIR/pipe within --duration";
+  const auto prepare = [](EndingRun& run) {
+    run.MakeSourcePipe();
+    return std::string();
+  };
+  return {
+      {"APipeThatNobodyWritesIntoWithinTheDuration", words, 30, says, {}, prepare},
+      {"APipeWhoseWriterIsSilentForTheDuration",
+       words,
+       30,
+       says,
+       {},
+       prepare,
+       {},
+       [](EndingRun& run) { static_cast<void>(run.OpenSourcePipe()); }},
+      {"APipeWithAHeaderAloneForTheDuration",
+       words,
+       30,
+       says,
+       {},
+       prepare,
+       {},
+       [](EndingRun& run) {
+         const std::string header = "YUV4MPEG2 W64 H64 F30:1 Ip A1:1 C420jpeg\n";
+         EXPECT_EQ(write(run.OpenSourcePipe(), header.data(), header.size()),
+                   static_cast<ssize_t>(header.size()));
+       }},
+  };
+}
+
 std::vector<Ending> Stalled() {
   const std::string says = "note: the source gives nothing; waiting for it";
   const std::vector<std::string> words{"run", "--camera", "file:DIR/pipe", "--out", "out"};
@@ -219,7 +253,7 @@ std::vector<Ending> Stalled() {
 
 std::vector<Ending> EndingsOfSources() {
   std::vector<Ending> rows = Refused();
-  for (auto more : {&Damaged, &DamagedAndEndedEarly, &Stalled}) {
+  for (auto more : {&Damaged, &DamagedAndEndedEarly, &SilentForTheDuration, &Stalled}) {
     for (Ending& row : more()) rows.push_back(std::move(row));
   }
   return rows;

@@ -33,7 +33,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Looks at the source, while the loop runs. Nothing is known of it when the loop ended before.
+// Looks at the source, while the loop runs. Nothing is known of it when the loop ended before. A
+// pipe may have nobody yet who writes into it; a duration of the clock is over for it too.
 Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, core::RunLoop& loop,
                                                     Console& console) {
   if (video::IVideoProducer2::GetEncodeAbility().software_encoder == 0) {
@@ -56,7 +57,15 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
                             *found = std::move(info);
                             loop.Quit();
                           }));
-  // A pipe may have nobody yet who writes into it.
+  const auto is_late = std::make_shared<bool>(false);
+  if (options.duration && options.source_file() && options.realtime.value_or(false)) {
+    loop.PostDelayed(movra_base::BindOnce([found, is_late, &loop] {
+                       if (*found) return;
+                       *is_late = true;
+                       loop.Quit();
+                     }),
+                     *options.duration + RunSession::kStallSlack);
+  }
   if (!options.quiet) {
     loop.PostDelayed(movra_base::BindOnce([found, &console] {
                        if (!*found) console.Line(StallWatch::kSourceNotice);
@@ -64,6 +73,11 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
                      StallWatch::kPatience);
   }
   loop.Run();
+  if (*is_late) {
+    return Failure{ExitCode::kNoFrames, "nothing came from " + options.camera_id +
+                                            " within --duration; give it more time, or another "
+                                            "source"};
+  }
   if (*found && (*found)->error_code != 0) {
     return CameraStartFailure(options.camera_id, (*found)->error_code, (*found)->error_text);
   }
