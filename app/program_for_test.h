@@ -49,7 +49,7 @@ class ProgramTest : public testing::Test {
   const media::ClipDirectory clips_;
 };
 
-// Every frame that was delivered is in one figure of the stream's.
+// Every frame that was delivered is in one figure of the stream's, and so is what was encoded.
 inline void ExpectWholeSum(const nlohmann::json& stream) {
   std::uint64_t sum = 0;
   for (const char* fate : {"encoded", "displaced", "dropped_to_rate", "not_made", "intercepted",
@@ -57,6 +57,11 @@ inline void ExpectWholeSum(const nlohmann::json& stream) {
     sum += stream["frames_" + std::string(fate)].get<std::uint64_t>();
   }
   EXPECT_EQ(stream["frames_delivered"], sum) << stream.dump(2);
+  std::uint64_t encoded = 0;
+  for (const char* name : {"written", "beyond_duration", "not_written"}) {
+    encoded += stream["frames_" + std::string(name)].get<std::uint64_t>();
+  }
+  EXPECT_EQ(stream["frames_encoded"], encoded) << stream.dump(2);
 }
 
 // 0, step, 2 * step ... below the end.

@@ -94,8 +94,11 @@ std::string LossText(const RunReport& report) {
   if (!report.streams.empty()) add_losses(report.streams[0].frames.source, "every stream");
   std::uint64_t stopped = 0;
   for (const StreamReport& stream : report.streams) {
-    add_losses(stream.frames.stream, StreamName(stream.plan.type));
-    stopped = std::max(stopped, stream.frames_that(FrameFate::kStopped));
+    const std::string name = StreamName(stream.plan.type);
+    add_losses(stream.frames.stream, name);
+    add(stream.frames_not_written(), "not written for " + name);
+    stopped = std::max(stopped,
+                       stream.frames_that(FrameFate::kStopped) + stream.frames_beyond_duration());
   }
   if (text.empty()) text = "none lost";
   add(stopped, "cut off by the end");
@@ -154,6 +157,8 @@ Json StreamJson(const StreamReport& stream, bool paced) {
     const auto fate = static_cast<FrameFate>(i);
     json["frames_" + std::string(media::FrameFateName(fate))] = stream.frames_that(fate);
   }
+  json["frames_beyond_duration"] = stream.frames_beyond_duration();
+  json["frames_not_written"] = stream.frames_not_written();
   Append(json, "encode_time", figures.encode_time);
   Append(json, "latency", figures.latency);
   Append(json, "latency_without_encode", figures.road);
@@ -180,8 +185,21 @@ const char* EndingText(Ending ending) {
 }
 
 std::uint64_t StreamReport::frames_that(FrameFate fate) const {
-  const std::uint64_t left = fate == FrameFate::kStopped ? frames.on_the_way() : 0;
-  return frames.source.of(fate) + frames.stream.of(fate) + left;
+  const auto counted = [this](FrameFate f) { return frames.source.of(f) + frames.stream.of(f); };
+  // The encoder counts a frame once its writer has returned.
+  const std::uint64_t encoded = counted(FrameFate::kEncoded);
+  const std::uint64_t handed = figures.packets - std::min(figures.packets, encoded);
+  const std::uint64_t in_hand = std::min(handed, frames.on_the_way());
+  if (fate == FrameFate::kEncoded) return encoded + in_hand;
+  if (fate == FrameFate::kStopped) return counted(fate) + frames.on_the_way() - in_hand;
+  return counted(fate);
+}
+
+std::uint64_t StreamReport::frames_beyond_duration() const { return figures.packets_beyond_limit; }
+
+std::uint64_t StreamReport::frames_not_written() const {
+  const std::uint64_t encoded = frames_that(FrameFate::kEncoded);
+  return encoded - std::min(encoded, figures.frames + figures.packets_beyond_limit);
 }
 
 std::uint64_t LostFrames(const media::FrameCounts& counts) {

@@ -34,8 +34,14 @@ struct StreamReport {
   media::FrameTotals frames;  // What became of every frame that came from the source.
 
   // How many of them came to this end; `kEncoded` and the others together are all that came. What
-  // was on its way when all had been stopped was stopped too.
+  // was on its way when all had been stopped was stopped too, but for what a slow output was being
+  // handed.
   [[nodiscard]] std::uint64_t frames_that(media::FrameFate fate) const;
+
+  // What was encoded and is not among the frames written: more than was to be, or lost on the way
+  // into the output and in it.
+  [[nodiscard]] std::uint64_t frames_beyond_duration() const;
+  [[nodiscard]] std::uint64_t frames_not_written() const;
 };
 
 struct RunReport {

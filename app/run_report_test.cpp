@@ -33,13 +33,13 @@ StreamReport Stream(video::VideoStreamType type, video::Size size, std::uint64_t
   stream.figures.bytes = bytes;
   stream.figures.file_bytes = bytes + 5000;
   stream.figures.media_time = seconds(20);
-  stream.figures.packets = 602;
+  stream.figures.packets = frames;
   stream.figures.latency.p95 = microseconds(7100);
   stream.figures.encode_time.p95 = microseconds(6200);
   stream.figures.road.p95 = microseconds(900);
   stream.figures.pacing_error.max = microseconds(150);
-  stream.frames.source.came = 903;
-  Add(stream.frames.stream, FrameFate::kEncoded, 602);
+  stream.frames.source.came = frames + 301;
+  Add(stream.frames.stream, FrameFate::kEncoded, frames);
   Add(stream.frames.stream, FrameFate::kDroppedToRate, 300);
   Add(stream.frames.source, FrameFate::kDroppedToRate, 1);
   return stream;
@@ -137,6 +137,7 @@ TEST(RunReport, EveryFrameThatWasDeliveredIsInOneFigure) {
     delivered += 11 * i + 1;
   }
   stream.frames.source.came = delivered;
+  stream.figures.packets = 0;
   const auto json = nlohmann::json::parse(StatsJson(report))["streams"][0];
   EXPECT_EQ(json["frames_delivered"], delivered);
   std::uint64_t sum = 0;
@@ -146,6 +147,46 @@ TEST(RunReport, EveryFrameThatWasDeliveredIsInOneFigure) {
   }
   EXPECT_EQ(sum, delivered);
   EXPECT_EQ(json["frames_stopped"], 5 + 8 + 70);
+}
+
+TEST(RunReport, WhatStoodBeyondTheDurationIsNotLostAndIsTold) {
+  RunReport report = Report();
+  for (StreamReport& stream : report.streams) {
+    Add(stream.frames.stream, FrameFate::kEncoded, 2);
+    Add(stream.frames.stream, FrameFate::kStopped, 1);
+    stream.frames.source.came += 3;
+    stream.figures.packets += 2;
+    stream.figures.packets_beyond_limit = 2;
+  }
+  EXPECT_THAT(SummaryText(report), HasSubstr("600 frames in, none lost, 3 cut off by the end; "));
+  const auto json = nlohmann::json::parse(StatsJson(report))["streams"][0];
+  EXPECT_EQ(json["frames_encoded"], 602);
+  EXPECT_EQ(json["frames_beyond_duration"], 2);
+  EXPECT_EQ(json["frames_not_written"], 0);
+}
+
+TEST(RunReport, WhatWasEncodedAndNotWrittenIsLost) {
+  RunReport report = Report();
+  report.streams[1].figures.frames -= 9;
+  EXPECT_THAT(SummaryText(report), HasSubstr("600 frames in, 9 not written for small; "));
+  const auto json = nlohmann::json::parse(StatsJson(report));
+  EXPECT_EQ(json["streams"][0]["frames_not_written"], 0);
+  EXPECT_EQ(json["streams"][1]["frames_not_written"], 9);
+  EXPECT_EQ(json["streams"][1]["frames_encoded"], 300);
+}
+
+// An output that takes nothing may hold its encoder until all is over.
+TEST(RunReport, WhatAnOutputWasBeingHandedIsEncodedAndNotStopped) {
+  RunReport report = Report();
+  StreamReport& big = report.streams[0];
+  big.frames.source.came += 3;
+  big.figures.packets += 1;
+  const auto json = nlohmann::json::parse(StatsJson(report))["streams"][0];
+  EXPECT_EQ(json["frames_encoded"], 601);
+  EXPECT_EQ(json["frames_not_written"], 1);
+  EXPECT_EQ(json["frames_stopped"], 2);
+  EXPECT_THAT(SummaryText(report),
+              HasSubstr("600 frames in, 1 not written for big, 2 cut off by the end; "));
 }
 
 TEST(RunReport, TheMediaTimeIsThatOfTheLongestStream) {
@@ -190,8 +231,10 @@ TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
   EXPECT_EQ(big["frame_rate_limit_fps"], 12.5);
   EXPECT_EQ(big["bitrate_bps"], 1'500'000.0);
   EXPECT_EQ(big["frames_written"], 600);
-  EXPECT_EQ(big["frames_delivered"], 903);
-  EXPECT_EQ(big["frames_encoded"], 602);
+  EXPECT_EQ(big["frames_delivered"], 901);
+  EXPECT_EQ(big["frames_encoded"], 600);
+  EXPECT_EQ(big["frames_beyond_duration"], 0);
+  EXPECT_EQ(big["frames_not_written"], 0);
   EXPECT_EQ(big["frames_dropped_to_rate"], 301) << "by the capture or by the encoder";
   EXPECT_EQ(big["bytes_written"], 3'755'000);
   EXPECT_EQ(big["picture_bytes_written"], 3'750'000);

@@ -185,6 +185,9 @@ TEST_F(RunSessionEnding, WhatAFullDiskCutIsNotCounted) {
   AnswerStart();
   WriteBoth(milliseconds(0));
   WriteBoth(milliseconds(100));
+  Source().Come(3);
+  Stream(kBig).Count(media::FrameFate::kEncoded, 3);
+  Stream(kSmall).Count(media::FrameFate::kEncoded, 2);
   {
     const FullFile full(fs::file_size(directory_ / "big.h264") + 4);
     WriteKeyFrame(kBig, milliseconds(200));
@@ -201,6 +204,26 @@ TEST_F(RunSessionEnding, WhatAFullDiskCutIsNotCounted) {
   EXPECT_EQ(big.longest_wait, milliseconds(100));
   EXPECT_EQ(big.file_bytes, fs::file_size(directory_ / "big.h264"));
   EXPECT_EQ(big.bytes, big.file_bytes) << "without a container";
+  EXPECT_EQ(report.streams[0].frames_not_written(), 1U) << "and lost";
+  EXPECT_EQ(report.streams[1].frames_not_written(), 0U);
+}
+
+TEST_F(RunSessionEnding, WhatStandsBehindTheDurationIsCountedApart) {
+  options_.duration = seconds(1);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  Write(kBig, milliseconds(1000));
+  Write(kBig, milliseconds(1100));
+  Write(kSmall, milliseconds(1000));
+  Source().Come(3);
+  Stream(kBig).Count(media::FrameFate::kEncoded, 3);
+  Stream(kSmall).Count(media::FrameFate::kEncoded, 2);
+  const RunReport report = Report();
+  EXPECT_EQ(report.streams[0].frames_beyond_duration(), 2U);
+  EXPECT_EQ(report.streams[0].frames_not_written(), 0U);
+  EXPECT_EQ(report.streams[1].frames_beyond_duration(), 1U);
 }
 
 TEST_F(RunSessionEnding, AWriteThatFailsWhileItEndsIsToldToo) {

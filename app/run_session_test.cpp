@@ -146,18 +146,19 @@ TEST_F(RunSessionTest, CountsTheFramesOfItsProducerToTheVeryEnd) {
   WriteBoth(milliseconds(0));
   AtEntry("small_encoder.Stop(", [this] {
     env_.world().preprocessors.Last().stat = 7;
-    Source().Come(9);
+    Source().Come(10);
     Source().Count(FrameFate::kDisplaced, 2);
     Stream(kBig).Count(FrameFate::kEncoded, 7);
+    Stream(kSmall).Count(FrameFate::kEncoded, 1);
     Stream(kSmall).Count(FrameFate::kDroppedToRate, 6);
   });
   EndBoth();
   const RunReport report = Report();
-  EXPECT_EQ(report.frames_captured, 9U);
+  EXPECT_EQ(report.frames_captured, 10U);
   EXPECT_EQ(report.frames_processed, 7U);
   EXPECT_EQ(report.streams[0].frames_that(FrameFate::kEncoded), 7U);
   EXPECT_EQ(report.streams[0].frames_that(FrameFate::kDisplaced), 2U);
-  EXPECT_EQ(report.streams[0].frames_that(FrameFate::kStopped), 0U);
+  EXPECT_EQ(report.streams[0].frames_that(FrameFate::kStopped), 1U);
   EXPECT_EQ(report.streams[1].frames_that(FrameFate::kDroppedToRate), 6U);
   EXPECT_EQ(report.streams[1].frames_that(FrameFate::kStopped), 1U);
 }
