@@ -224,7 +224,8 @@ std::string SummaryText(const RunReport& report) {
   char speed[32];
   std::snprintf(speed, sizeof speed, "%.1fx", report.speed());
   std::string text = TableText(rows);
-  text += std::to_string(report.frames_captured) + " frames in, " + LossText(report) + "; " +
+  text += std::to_string(report.frames_captured) +
+          (report.frames_captured == 1 ? " frame in, " : " frames in, ") + LossText(report) + "; " +
           ClockText(report.media_time()) + " of video in " + ClockText(report.wall_time) + ", " +
           speed + "; " + EndingText(report.ending) + "\n";
   for (const StreamReport& stream : report.streams) text += LongWaitText(stream);

@@ -189,6 +189,12 @@ TEST(RunReport, WhatAnOutputWasBeingHandedIsEncodedAndNotStopped) {
               HasSubstr("600 frames in, 1 not written for big, 2 cut off by the end; "));
 }
 
+TEST(RunReport, OneFrameIsNoFrames) {
+  RunReport report = Report();
+  report.frames_captured = 1;
+  EXPECT_THAT(SummaryText(report), HasSubstr("\n1 frame in, none lost; "));
+}
+
 TEST(RunReport, TheMediaTimeIsThatOfTheLongestStream) {
   RunReport report = Report();
   report.streams[0].figures.media_time = seconds(25);
