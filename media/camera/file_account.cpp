@@ -31,12 +31,19 @@ bool IsNamed(const AVFormatContext& container, std::string_view name) {
   return std::string_view(container.iformat->name) == name;
 }
 
+bool IsMatroska(const AVFormatContext& container) {
+  return std::string_view(container.iformat->name).starts_with("matroska,");
+}
+
 bool IsMp4(const AVFormatContext& container) {
   return std::string_view(container.iformat->name).starts_with("mov,");
 }
 
 // The duration of the stream alone, which Matroska states as a tag of the form 00:00:02.000000000.
-std::optional<nanoseconds> TaggedDuration(const AVStream& stream) {
+// Elsewhere it came along from another file, with all that file's tags.
+std::optional<nanoseconds> TaggedDuration(const AVFormatContext& container,
+                                          const AVStream& stream) {
+  if (!IsMatroska(container)) return std::nullopt;
   const AVDictionaryEntry* const tag = av_dict_get(stream.metadata, "DURATION", nullptr, 0);
   std::int64_t microseconds = 0;
   if (tag == nullptr || av_parse_time(&microseconds, tag->value, 1) < 0) return std::nullopt;
@@ -181,8 +188,11 @@ bool FileAccount::IsShorterThanItsDuration() const {
   const bool stated = container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM;
   const bool is_counted = stream_->nb_frames < kNobodyCounted;
   if (!stated || !is_counted || !earliest_pts_ || IsMp4(*container_)) return false;
-  const nanoseconds there = InNanoseconds(latest_pts_end_ - *earliest_pts_, stream_->time_base);
-  if (const auto video_duration = TaggedDuration(*stream_)) {
+  // Some writers state how long the stream is, others when it ends: counted from the beginning of
+  // the file, behind which a video may begin as late as it likes.
+  const std::int64_t begin = std::min<std::int64_t>(*earliest_pts_, 0);
+  const nanoseconds there = InNanoseconds(latest_pts_end_ - begin, stream_->time_base);
+  if (const auto video_duration = TaggedDuration(*container_, *stream_)) {
     return there + milliseconds(200) < *video_duration;
   }
   // The longest stream of the file may be another one.

@@ -108,7 +108,12 @@ INSTANTIATE_TEST_SUITE_P(
               "-c:v libx264 -preset veryfast -bf 0 -vf \"setpts='if(lt(N,20),N,N*3)/30/TB'\" "
               "-vsync vfr"},
         Sound{"ALateSound", "a.mkv",
-              "-f lavfi -i sine=d=4 -map 0 -map 1 -c:a aac -c:v libx264 -preset veryfast"}),
+              "-f lavfi -i sine=d=4 -map 0 -map 1 -c:a aac -c:v libx264 -preset veryfast"},
+        Sound{"AVideoThatBeginsLaterThanItsSound", "a.mkv", "-c:v libx264 -preset veryfast",
+              "-itsoffset 0.7 -i from-a.mkv -f lavfi -i sine=d=4 -map 0:v -map 1:a -c:v copy "
+              "-c:a aac a.mkv"},
+        Sound{"AnOggThatCarriesTheLengthOfAMatroska", "a.ogg", "-c:v libtheora -f matroska",
+              "-i from-a.ogg -t 1 -c copy a.ogg", 28}),
     [](const auto& row) { return std::string(row.param.name); });
 
 class FileDamageTest : public ::testing::Test {
@@ -163,6 +168,21 @@ TEST_F(FileDamageTest, AMatroskaFileThatLacksItsLastBytesWasCut) {
   for (const double share : {0.9, 0.97, 0.99}) {
     EXPECT_EQ(DecodeCut(whole, share).end.error_code, static_cast<int>(CameraError::kBrokenOff))
         << share;
+  }
+}
+
+// Nothing but the stream's own duration tells of what was wiped out.
+TEST_F(FileDamageTest, AMatroskaFileWhoseRestWasWipedOutIsTold) {
+  clips_.Make("v.mkv", kFastH264, kFrames);
+  for (const std::string begin : {"0", "0.7"}) {
+    clips_.RunFfmpeg("-itsoffset " + begin +
+                     " -i v.mkv -f lavfi -i sine=d=4 -map 0:v -map 1:a -c:v copy -c:a aac a.mkv");
+    std::string bytes = Content(clips_.Path("a.mkv"));
+    const std::size_t from = bytes.size() / 2;
+    bytes.replace(from, std::string::npos, bytes.size() - from, '\0');
+    const Decoded decoded = Decode(clips_.MakeText("wiped.mkv", bytes));
+    EXPECT_EQ(decoded.end.error_code, static_cast<int>(CameraError::kBrokenOff)) << begin;
+    EXPECT_LT(decoded.frames.size(), std::size_t{kFrames} - 10) << begin;
   }
 }
 
