@@ -50,6 +50,12 @@ std::optional<nanoseconds> TaggedDuration(const AVFormatContext& container,
   return InNanoseconds(microseconds, AV_TIME_BASE_Q);
 }
 
+// These state one duration for all of their streams: the longest may be another one.
+bool SharesItsDuration(const AVFormatContext& container) {
+  return container.nb_streams > 1 &&
+         (IsNamed(container, "asf") || IsNamed(container, "flv") || IsMatroska(container));
+}
+
 // Bits of the uncompressed header, the first one highest: a mark of two, two of the profile, one
 // more in the last profile, whether an old picture is shown again, the kind, whether it is shown.
 bool IsShownVp9(const AVPacket& packet) {
@@ -195,8 +201,7 @@ bool FileAccount::IsShorterThanItsDuration() const {
   if (const auto video_duration = TaggedDuration(*container_, *stream_)) {
     return there + milliseconds(200) < *video_duration;
   }
-  // The longest stream of the file may be another one.
-  return stream_->duration > 0 &&
+  return !SharesItsDuration(*container_) && stream_->duration > 0 &&
          there + seconds(1) < InNanoseconds(stream_->duration, stream_->time_base);
 }
 

@@ -112,6 +112,8 @@ INSTANTIATE_TEST_SUITE_P(
         Sound{"AVideoThatBeginsLaterThanItsSound", "a.mkv", "-c:v libx264 -preset veryfast",
               "-itsoffset 0.7 -i from-a.mkv -f lavfi -i sine=d=4 -map 0:v -map 1:a -c:v copy "
               "-c:a aac a.mkv"},
+        Sound{"WindowsMediaWithALongSound", "a.wmv",
+              "-f lavfi -i sine=d=4 -map 0 -map 1 -c:v wmv2 -q:v 4 -c:a wmav2"},
         Sound{"AnOggThatCarriesTheLengthOfAMatroska", "a.ogg", "-c:v libtheora -f matroska",
               "-i from-a.ogg -t 1 -c copy a.ogg", 28}),
     [](const auto& row) { return std::string(row.param.name); });
@@ -166,6 +168,16 @@ TEST_F(FileDamageTest, AnAviThatWasCutTellsHowManyPicturesItLacks) {
 TEST_F(FileDamageTest, AMatroskaFileThatLacksItsLastBytesWasCut) {
   const std::string whole = clips_.Make("a.mkv", kFastH264, kFrames);
   for (const double share : {0.9, 0.97, 0.99}) {
+    EXPECT_EQ(DecodeCut(whole, share).end.error_code, static_cast<int>(CameraError::kBrokenOff))
+        << share;
+  }
+}
+
+// By its length alone: the duration may be that of its sound.
+TEST_F(FileDamageTest, AWindowsMediaFileThatWasCutIsTold) {
+  const std::string whole = clips_.Make(
+      "a.wmv", "-f lavfi -i sine=d=2 -map 0 -map 1 -c:v wmv2 -q:v 4 -c:a wmav2", kFrames);
+  for (const double share : {0.4, 0.7, 0.95}) {
     EXPECT_EQ(DecodeCut(whole, share).end.error_code, static_cast<int>(CameraError::kBrokenOff))
         << share;
   }

@@ -1,5 +1,7 @@
 #include "media/camera/stated_length.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -9,8 +11,36 @@ namespace {
 constexpr std::uint64_t kEbmlHeader = 0x1A45DFA3;
 constexpr std::uint64_t kSegment = 0x18538067;
 
+using Guid = std::array<std::uint8_t, 16>;
+constexpr Guid kAsfHeader{0x30, 0x26, 0xB2, 0x75, 0x8E, 0x66, 0xCF, 0x11,
+                          0xA6, 0xD9, 0x00, 0xAA, 0x00, 0x62, 0xCE, 0x6C};
+constexpr Guid kAsfFileProperties{0xA1, 0xDC, 0xAB, 0x8C, 0x47, 0xA9, 0xCF, 0x11,
+                                  0x8E, 0xE4, 0x00, 0xC0, 0x0C, 0x20, 0x53, 0x65};
+
 bool BeginsWith(std::span<const std::uint8_t> bytes, const char (&word)[5]) {
   return bytes.size() >= 4 && std::memcmp(bytes.data(), word, 4) == 0;
+}
+
+std::uint64_t LittleEndian(std::span<const std::uint8_t> bytes) {
+  std::uint64_t number = 0;
+  for (std::size_t i = bytes.size(); i-- > 0;) number = number << 8 | bytes[i];
+  return number;
+}
+
+// Its properties stand anywhere in its header; here they are looked for in the front, where they
+// mostly are.
+std::optional<std::uint64_t> LengthOfAsf(std::span<const std::uint8_t> head) {
+  constexpr std::size_t kProperties = 30;
+  constexpr std::size_t kLength = kProperties + 40;
+  constexpr std::size_t kFlags = kProperties + 88;
+  constexpr std::uint32_t kBroadcast = 1;  // Then nothing of what they say was known.
+  if (head.size() < kFlags + 4) return std::nullopt;
+  const auto is_at = [head](const Guid& guid, std::size_t at) {
+    return std::equal(guid.begin(), guid.end(), head.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  if (!is_at(kAsfHeader, 0) || !is_at(kAsfFileProperties, kProperties)) return std::nullopt;
+  if ((LittleEndian(head.subspan(kFlags, 4)) & kBroadcast) != 0) return std::nullopt;
+  return LittleEndian(head.subspan(kLength, 8));
 }
 
 struct Element {
@@ -47,12 +77,12 @@ std::optional<Element> ElementAt(std::span<const std::uint8_t> bytes) {
 
 std::optional<std::uint64_t> StatedLength(std::span<const std::uint8_t> head) {
   if (BeginsWith(head, "RIFF") && head.size() >= 8) {
-    std::uint64_t size = 0;
-    for (std::size_t i = 8; i-- > 4;) size = size << 8 | head[i];
+    const std::uint64_t size = LittleEndian(head.subspan(4, 4));
     // Who could not go back to write it left it empty, or full.
     if (size == 0 || size == 0xFFFFFFFF) return std::nullopt;
     return size + 8;
   }
+  if (const auto length = LengthOfAsf(head)) return length;
   const auto header = ElementAt(head);
   if (!header || header->id != kEbmlHeader || header->size >= head.size()) return std::nullopt;
   const std::size_t at = header->head + static_cast<std::size_t>(header->size);

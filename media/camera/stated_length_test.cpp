@@ -30,6 +30,24 @@ TEST(StatedLength, OfAMatroskaFileEndsWithItsSegment) {
   EXPECT_EQ(LengthOf(kEbml + kSegment + "\x85rest"s), 8U + 5 + 5);
 }
 
+// The beginning of a WMV, up to the flags of its properties.
+std::string AsfHead(const std::string& length, char flags) {
+  return "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"s +
+         std::string(14, '\1') +
+         "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4\x00\xC0\x0C\x20\x53\x65"s +
+         std::string(24, '\1') + length + std::string(40, '\1') + flags + std::string(3, '\0');
+}
+
+TEST(StatedLength, OfAnAsfFileStandsInItsProperties) {
+  const std::string length = "\xA3\x30\x05\x00\x01\x00\x00\x00"s;
+  EXPECT_EQ(LengthOf(AsfHead(length, 2)), 0x1000530A3U);
+  EXPECT_EQ(LengthOf(AsfHead(length, 3)), std::nullopt) << "broadcast";
+  EXPECT_EQ(LengthOf(AsfHead(length, 2).substr(0, 121)), std::nullopt);
+  std::string other = AsfHead(length, 2);
+  other[30] = '\0';
+  EXPECT_EQ(LengthOf(other), std::nullopt);
+}
+
 TEST(StatedLength, IsNotKnownOfWhatWasWrittenInOneGo) {
   EXPECT_EQ(LengthOf("RIFF\x00\x00\x00\x00"
                      "AVI LIST"s),
