@@ -88,7 +88,7 @@ void FileAccount::Open(AVFormatContext& container, const AVStream& stream) {
 
 void FileAccount::Rewind() {
   packets_ = expected_ = pictures_ = 0;
-  begins_with_key_ = has_begun_ = false;
+  begins_with_key_ = has_begun_ = has_left_front_ = false;
   key_pts_.reset();
   first_pts_.reset();
   leading_pts_.clear();
@@ -112,14 +112,22 @@ std::uint64_t FileAccount::TakePacket(const AVPacket& packet) {
   const bool has_time = packet.pts != AV_NOPTS_VALUE;
   if (is_key) key_pts_ = has_time ? std::optional(packet.pts) : std::nullopt;
   if (packets_ == 1) first_pts_ = key_pts_;
-  // What had to be shown before the file's time begins has none.
-  const bool leads = key_pts_ && (!has_time || packet.pts < *key_pts_);
-  if (leads) leading_pts_.insert(packet.pts);
+  const bool leads = Leads(packet);
+  if (leads && has_time) leading_pts_.insert(packet.pts);
   if (!leads && IsOnePicture(packet)) ++expected_;
   if (!has_time) return lost;
   earliest_pts_ = std::min(earliest_pts_.value_or(packet.pts), packet.pts);
   latest_pts_end_ = std::max(latest_pts_end_, packet.pts + packet.duration);
   return lost;
+}
+
+bool FileAccount::Leads(const AVPacket& packet) {
+  const bool has_time = packet.pts != AV_NOPTS_VALUE;
+  // What had to be shown before the file's time begins has none. Behind the beginning any packet
+  // may have none, where a container does not state a time for each.
+  const bool leads = has_time ? key_pts_ && packet.pts < *key_pts_ : !has_left_front_ && first_pts_;
+  has_left_front_ = has_left_front_ || (packets_ > 1 && has_time && !leads);
+  return leads;
 }
 
 bool FileAccount::IsOnePicture(const AVPacket& packet) const {
@@ -137,7 +145,8 @@ bool FileAccount::IsOnePicture(const AVPacket& packet) const {
 void FileAccount::TakePicture(const AVFrame& picture) {
   if (picture.interlaced_frame != 0) counts_ = false;
   const bool has_time = picture.pts != AV_NOPTS_VALUE;
-  const bool leads = has_time ? leading_pts_.erase(picture.pts) > 0 : key_pts_.has_value();
+  const bool leads =
+      has_time ? leading_pts_.erase(picture.pts) > 0 : first_pts_.has_value() && !has_begun_;
   if (!leads) ++pictures_;
   has_begun_ = has_begun_ || (has_time && first_pts_ && picture.pts >= *first_pts_);
 }

@@ -43,6 +43,8 @@ class FileAccount {
   void Rewind();
 
  private:
+  // Whether the packet's picture is shown before a key frame in front of it, and may be missing.
+  [[nodiscard]] bool Leads(const AVPacket& packet);
   [[nodiscard]] bool IsOnePicture(const AVPacket& packet) const;
   [[nodiscard]] std::uint64_t LostBefore(const AVPacket& packet);
   [[nodiscard]] bool IsShorterThanItSays() const;
@@ -65,6 +67,7 @@ class FileAccount {
   std::uint64_t expected_ = 0;
   std::uint64_t pictures_ = 0;
   bool begins_with_key_ = false;
+  bool has_left_front_ = false;            // Of the open group that may begin the stream.
   bool has_begun_ = false;                 // The first picture that can be decoded has come out.
   std::optional<std::int64_t> key_pts_;    // Of the last packet that a decoder can begin with.
   std::optional<std::int64_t> first_pts_;  // Of the first one.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "media/ffmpeg/ffmpeg_api.h"
@@ -33,9 +34,13 @@ class FileAccountTest : public ::testing::Test {
   }
 
   void Send(std::int64_t pts, std::uint8_t first_byte = 0xFF, int flags = 0) {
-    const AvPacketPtr packet(av_packet_alloc());
     std::vector<std::uint8_t> bytes(100, first_byte);
     bytes.back() = 0;
+    SendBytes(std::move(bytes), pts, flags);
+  }
+
+  void SendBytes(std::vector<std::uint8_t> bytes, std::int64_t pts, int flags) {
+    const AvPacketPtr packet(av_packet_alloc());
     packet->data = bytes.data();
     packet->size = static_cast<int>(bytes.size());
     packet->pts = packet->dts = pts;
@@ -49,7 +54,9 @@ class FileAccountTest : public ::testing::Test {
     const AvFramePtr frame(av_frame_alloc());
     frame->pts = pts;
     frame->interlaced_frame = interlaced ? 1 : 0;
-    EXPECT_EQ(account_.IsBeforeTheFirst(*frame), pts < first_) << pts;
+    if (pts != AV_NOPTS_VALUE) {
+      EXPECT_EQ(account_.IsBeforeTheFirst(*frame), pts < first_) << pts;
+    }
     account_.TakePicture(*frame);
   }
 
@@ -121,6 +128,26 @@ TEST_F(FileAccountTest, WhatComesBeforeTheFirstKeyFrameIsNotMissed) {
   Send(1);
   Receive(1);
   EXPECT_EQ(account_.Missing(), 1U);
+}
+
+// As in a program stream, where one time is said for all pictures that begin in a packet of it.
+TEST_F(FileAccountTest, APictureWithoutATimeIsCountedAsOneThatHasIt) {
+  Open(AV_CODEC_ID_MPEG2VIDEO);
+  Send(0, 0xFF, AV_PKT_FLAG_KEY);
+  Send(2);
+  Send(1);
+  Send(AV_NOPTS_VALUE);
+  Send(AV_NOPTS_VALUE, 0xFF, AV_PKT_FLAG_KEY);
+  Send(4);
+  Send(8);
+  Send(AV_NOPTS_VALUE);
+  for (const std::int64_t pts : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, AV_NOPTS_VALUE,
+                                 std::int64_t{4}, AV_NOPTS_VALUE, AV_NOPTS_VALUE}) {
+    Receive(pts);
+  }
+  EXPECT_EQ(account_.Missing(), 1U);
+  Receive(8);
+  EXPECT_EQ(account_.Missing(), 0U);
 }
 
 TEST_F(FileAccountTest, OtherCodecsAreNotCounted) {

@@ -109,6 +109,8 @@ INSTANTIATE_TEST_SUITE_P(
               "-vsync vfr"},
         Sound{"ALateSound", "a.mkv",
               "-f lavfi -i sine=d=4 -map 0 -map 1 -c:a aac -c:v libx264 -preset veryfast"},
+        Sound{"AProgramStreamOfSmallPictures", "a.mpg", "-c:v mpeg2video",
+              "-f lavfi -i testsrc2=s=640x360:r=30:d=2 -c:v mpeg2video -q:v 31 -g 4 -bf 2 a.mpg"},
         Sound{"AVideoThatBeginsLaterThanItsSound", "a.mkv", "-c:v libx264 -preset veryfast",
               "-itsoffset 0.7 -i from-a.mkv -f lavfi -i sine=d=4 -map 0:v -map 1:a -c:v copy "
               "-c:a aac a.mkv"},
