@@ -26,6 +26,8 @@ constexpr int kSmallestPicture = 16;            // Bytes; less may be an end mar
 // An AVI that was written without going back to its head counts as many pictures, or more.
 constexpr std::int64_t kNobodyCounted = 1 << 30;
 constexpr std::uint8_t kGifTrailer = 0x3B;
+constexpr std::uint8_t kGifExtension = 0x21;
+constexpr std::int64_t kLongestGifEnd = 1 << 20;  // Bytes.
 
 bool IsNamed(const AVFormatContext& container, std::string_view name) {
   return std::string_view(container.iformat->name) == name;
@@ -76,6 +78,18 @@ std::vector<std::uint8_t> ReadAt(AVIOContext& file, std::int64_t begin, std::int
   avio_seek(&file, position, SEEK_SET);
   bytes.resize(static_cast<std::size_t>(std::max(read, 0)));
   return bytes;
+}
+
+// Whether a GIF (GIF89a, 27) has its trailer there, behind extensions or at once.
+bool HasGifTrailer(AVIOContext& file, std::int64_t begin) {
+  const std::vector<std::uint8_t> bytes = ReadAt(file, begin, kLongestGifEnd);
+  std::size_t at = 0;
+  while (at + 1 < bytes.size() && bytes[at] == kGifExtension) {
+    at += 2;
+    while (at < bytes.size() && bytes[at] != 0) at += bytes[at] + std::size_t{1};
+    ++at;
+  }
+  return at < bytes.size() && bytes[at] == kGifTrailer;
 }
 
 }  // namespace
@@ -183,15 +197,16 @@ bool FileAccount::EndsEarly() {
   return ends_early_;
 }
 
+bool FileAccount::IsComplete() const {
+  return IsNamed(*container_, "gif") && HasGifTrailer(*container_->pb, last_packet_end_);
+}
+
 bool FileAccount::IsShorterThanItSays() const {
   AVIOContext& file = *container_->pb;
   const std::int64_t end = avio_seek(&file, 0, SEEK_CUR);
   // Here the library keeps quiet about a last picture that is not whole.
   if (IsNamed(*container_, "yuv4mpegpipe")) return end > last_packet_end_;
-  if (IsNamed(*container_, "gif")) {
-    const std::vector<std::uint8_t> last = ReadAt(file, end - 1, 1);
-    return !last.empty() && last[0] != kGifTrailer;
-  }
+  if (IsNamed(*container_, "gif")) return file.seekable != 0 && !IsComplete();
   const std::int64_t size = avio_size(&file);
   const auto stated = StatedLength(ReadAt(file, 0, kStatedLengthHead));
   return size > 0 && stated && static_cast<std::uint64_t>(size) < *stated;

@@ -35,6 +35,9 @@ class FileAccount {
   // Whether the picture belongs before the first one of the stream that can be decoded.
   [[nodiscard]] bool IsBeforeTheFirst(const AVFrame& picture) const;
 
+  // The container has no further packet, or cannot go on. Whether all of the file was read,
+  // whatever stands behind it; false if nothing tells.
+  [[nodiscard]] bool IsComplete() const;
   // The container has no further packet. Whether it ends before its video does; true stays.
   bool EndsEarly();
   // The decoder has nothing left either. How many pictures were lost of which nobody has told.

@@ -209,6 +209,30 @@ TEST_F(FileDamageTest, AGifThatBreaksOffIsTold) {
   }
 }
 
+TEST_F(FileDamageTest, WhatStandsBehindTheTrailerOfAGifIsNoPartOfIt) {
+  const std::string bytes = Content(clips_.Make("a.gif", "-vf scale=160:90", 20));
+  const std::string comment = "\x21\xFE\x05hello\x02!!";
+  const std::string body = bytes.substr(0, bytes.size() - 1);
+  for (const std::string& behind :
+       {bytes + '\n', bytes + std::string(2, '\0'), body + comment + '\0' + bytes.back(),
+        body + comment + '\0' + bytes.back() + '\n'}) {
+    VideoFileDecoder decoder;
+    Decoded decoded;
+    ASSERT_EQ(decoder.Open(clips_.MakeText("behind.gif", behind)).error_code, 0);
+    for (std::size_t pass = 1; pass <= 2; ++pass) {
+      ReadToTheEnd(decoder, decoded);
+      EXPECT_EQ(decoded.end.error_code, 0) << decoded.end.reason;
+      EXPECT_EQ(decoded.end.damaged_frames, 0U);
+      EXPECT_EQ(decoded.frames.size(), pass * 20);
+      ASSERT_TRUE(decoder.Rewind());
+    }
+  }
+  for (const std::string& cut : {body, body + comment, body + '\n', body + std::string(1, '\0')}) {
+    EXPECT_EQ(Decode(clips_.MakeText("cut.gif", cut)).end.error_code,
+              static_cast<int>(CameraError::kBrokenOff));
+  }
+}
+
 // Its decoder says so in words alone, and hands the pictures out.
 TEST_F(FileDamageTest, PicturesOfWhichTheirDecoderComplainsAreCounted) {
   const std::string whole = clips_.Make("a.avi", "-c:v mjpeg -q:v 4", kFrames);

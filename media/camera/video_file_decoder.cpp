@@ -207,7 +207,8 @@ void VideoFileDecoder::FeedDecoder() {
     const int read = av_read_frame(container_.get(), packet_.get());
     if (read < 0) {
       const bool ends_early = account_.EndsEarly();
-      broken_off_ = broken_off_ || read != AVERROR_EOF || ends_early;
+      const bool failed = read != AVERROR_EOF && !account_.IsComplete();
+      broken_off_ = broken_off_ || failed || ends_early;
       // No packet at all asks the decoder for the frames that it still holds.
       static_cast<void>(avcodec_send_packet(codec_.get(), nullptr));
       return;
