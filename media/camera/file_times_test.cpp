@@ -92,6 +92,31 @@ TEST_F(FileTimesTest, ALengthThatAPictureSaysIsNoTime) {
   }
 }
 
+// No picture of it says when it is shown.
+TEST_F(FileTimesTest, ABareVideoIsShownAtItsRate) {
+  for (const auto& [name, arguments] :
+       std::vector<std::pair<std::string, std::string>>{{"a.m1v", "-c:v mpeg1video -q:v 4"},
+                                                        {"b.m1v", "-c:v mpeg1video -q:v 4 -bf 2"},
+                                                        {"a.m2v", "-c:v mpeg2video -q:v 4"},
+                                                        {"b.m2v", "-c:v mpeg2video -q:v 4 -bf 2"},
+                                                        {"a.m4v", "-c:v mpeg4 -q:v 4"},
+                                                        {"b.m4v", "-c:v mpeg4 -q:v 4 -bf 2"}}) {
+    clips_.Make(name, arguments, 40);
+    VideoFileDecoder decoder;
+    Decoded decoded;
+    ASSERT_EQ(decoder.Open(clips_.Path(name)).error_code, 0) << name;
+    ReadToTheEnd(decoder, decoded);
+    ASSERT_TRUE(decoder.Rewind()) << name;
+    ReadToTheEnd(decoder, decoded);
+    ASSERT_THAT(decoded.frames, SizeIs(80)) << name;
+    for (std::size_t i = 0; i < 80; ++i) {
+      EXPECT_NEAR(Seconds(decoded.Timestamps()[i]), static_cast<double>(i) / 30, 1e-3)
+          << name << " " << i;
+    }
+    EXPECT_NEAR(Seconds(decoded.end.end_time.value_or(nanoseconds(0))), 80.0 / 30, 1e-3) << name;
+  }
+}
+
 TEST_F(FileTimesTest, TheOnlyPictureOfAFileIsPlayedAgainAndAgain) {
   clips_.RunFfmpeg("-f lavfi -i testsrc=s=1920x1080 -frames:v 1 -q:v 1 a.jpg");
   clips_.RunFfmpeg("-i a.jpg a.png");

@@ -186,6 +186,7 @@ SourceItem VideoFileDecoder::Next() {
     } else if (!IsWhole(*frame)) {
       // What was cut off before the first picture was left out on purpose.
       if (!account_.IsBeforeTheFirst(*frame)) CountDamage();
+      if (CountsPictures() && delivered_ > 0) last_duration_ += FrameDuration(*frame);
     } else if (auto item = Deliver(std::move(frame))) {
       return std::move(*item);
     }
@@ -273,7 +274,7 @@ Orientation VideoFileDecoder::OrientationNow(const AVFrame& frame) {
 nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {
   const nanoseconds expected = ExpectedTime();
   nanoseconds timestamp = expected;
-  if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
+  if (frame.best_effort_timestamp != AV_NOPTS_VALUE && !CountsPictures()) {
     const std::int64_t pts = BoundedTime(frame.best_effort_timestamp);
     if (!first_pts_) first_pts_ = pts;
     timestamp = pass_start_ + InNanoseconds(pts - *first_pts_, stream_->time_base);
@@ -290,6 +291,12 @@ nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {
   last_timestamp_ = timestamp;
   last_duration_ = FrameDuration(frame);
   return timestamp;
+}
+
+// Bare MPEG-1 and MPEG-2 hold no times. Those that they get are of decoding for one picture and of
+// showing for the next.
+bool VideoFileDecoder::CountsPictures() const {
+  return std::string_view(container_->iformat->name) == "mpegvideo";
 }
 
 nanoseconds VideoFileDecoder::ExpectedTime() const {

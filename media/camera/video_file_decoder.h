@@ -78,6 +78,8 @@ class VideoFileDecoder {
   [[nodiscard]] std::optional<SourceFrame> Deliver(AvFramePtr frame);
   [[nodiscard]] Orientation OrientationNow(const AVFrame& frame);
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
+  // Whether the time of a picture is that of the one before and its length.
+  [[nodiscard]] bool CountsPictures() const;
   [[nodiscard]] SourceItem NextOfStill();
   [[nodiscard]] video::StreamEnd End() const;
   // Where the picture behind the last one belongs.
