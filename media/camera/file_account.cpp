@@ -41,6 +41,11 @@ bool IsMp4(const AVFormatContext& container) {
   return std::string_view(container.iformat->name).starts_with("mov,");
 }
 
+// Of the containers that are none, those whose pictures tell by their kind that they were cut off.
+bool IsBare(const AVFormatContext& container) {
+  return IsNamed(container, "hevc") || IsNamed(container, "mpegvideo");
+}
+
 // The duration of the stream alone, which Matroska states as a tag of the form 00:00:02.000000000.
 // Elsewhere it came along from another file, with all that file's tags.
 std::optional<nanoseconds> TaggedDuration(const AVFormatContext& container,
@@ -66,6 +71,27 @@ bool IsShownVp9(const AVPacket& packet) {
   const unsigned head = packet.data[0];
   const int behind_profile = (head & 0x30) == 0x30 ? 2 : 3;
   return (head >> behind_profile & 1) != 0 || (head >> (behind_profile - 2) & 1) != 0;
+}
+
+// Kinds of pictures of HEVC (ITU-T H.265, 7.4.2.2) and of MPEG-1 and MPEG-2 (ISO/IEC 13818-2,
+// 6.3.9) in a packet of a bare stream; negative if there is none.
+int PictureKind(AVCodecID codec, const AVPacket& packet) {
+  constexpr int kFirstOtherUnit = 32;
+  for (int i = 0; i + 5 < packet.size; ++i) {
+    const std::uint8_t* const at = packet.data + i;
+    if (at[0] != 0 || at[1] != 0 || at[2] != 1) continue;
+    const int unit = at[3] >> 1 & 0x3F;
+    if (codec == AV_CODEC_ID_HEVC && unit < kFirstOtherUnit) return unit;
+    if (codec != AV_CODEC_ID_HEVC && at[3] == 0) return at[5] >> 3 & 7;
+  }
+  return -1;
+}
+
+// Whether it is predicted from a picture before the key frame that it follows, as far as its kind
+// tells.
+bool IsPredictedAcross(AVCodecID codec, const AVPacket& packet) {
+  const int kind = PictureKind(codec, packet);
+  return codec == AV_CODEC_ID_HEVC ? kind == 8 || kind == 9 : kind == 3;
 }
 
 // Reads without moving where the container reads on; less than asked for at the file's end, and
@@ -126,7 +152,7 @@ std::uint64_t FileAccount::TakePacket(const AVPacket& packet) {
   const bool has_time = packet.pts != AV_NOPTS_VALUE;
   if (is_key) key_pts_ = has_time ? std::optional(packet.pts) : std::nullopt;
   if (packets_ == 1) first_pts_ = key_pts_;
-  const bool leads = Leads(packet);
+  const bool leads = IsBare(*container_) ? LeadsInBareStream(packet) : Leads(packet);
   if (leads && has_time) leading_pts_.insert(packet.pts);
   if (!leads && IsOnePicture(packet)) ++expected_;
   if (!has_time) return lost;
@@ -141,6 +167,18 @@ bool FileAccount::Leads(const AVPacket& packet) {
   // may have none, where a container does not state a time for each.
   const bool leads = has_time ? key_pts_ && packet.pts < *key_pts_ : !has_left_front_ && first_pts_;
   has_left_front_ = has_left_front_ || (packets_ > 1 && has_time && !leads);
+  return leads;
+}
+
+// Which times these get is no measure.
+bool FileAccount::LeadsInBareStream(const AVPacket& packet) {
+  const AVCodecID codec = stream_->codecpar->codec_id;
+  const bool is_across = IsPredictedAcross(codec, packet);
+  const bool leads = packets_ > 1 && !has_left_front_ && is_across;
+  // In HEVC others stand between those that are predicted across.
+  const bool is_key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+  const bool leaves = codec == AV_CODEC_ID_HEVC ? is_key : !is_across;
+  has_left_front_ = has_left_front_ || (packets_ > 1 && leaves);
   return leads;
 }
 

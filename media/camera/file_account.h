@@ -48,6 +48,7 @@ class FileAccount {
  private:
   // Whether the packet's picture is shown before a key frame in front of it, and may be missing.
   [[nodiscard]] bool Leads(const AVPacket& packet);
+  [[nodiscard]] bool LeadsInBareStream(const AVPacket& packet);
   [[nodiscard]] bool IsOnePicture(const AVPacket& packet) const;
   [[nodiscard]] std::uint64_t LostBefore(const AVPacket& packet);
   [[nodiscard]] bool IsShorterThanItSays() const;

@@ -39,6 +39,11 @@ class FileAccountTest : public ::testing::Test {
     SendBytes(std::move(bytes), pts, flags);
   }
 
+  void SendBare(std::vector<std::uint8_t> bytes, int flags) {
+    bytes.resize(100);
+    SendBytes(std::move(bytes), AV_NOPTS_VALUE, flags);
+  }
+
   void SendBytes(std::vector<std::uint8_t> bytes, std::int64_t pts, int flags) {
     const AvPacketPtr packet(av_packet_alloc());
     packet->data = bytes.data();
@@ -148,6 +153,39 @@ TEST_F(FileAccountTest, APictureWithoutATimeIsCountedAsOneThatHasIt) {
   EXPECT_EQ(account_.Missing(), 1U);
   Receive(8);
   EXPECT_EQ(account_.Missing(), 0U);
+}
+
+// Bare streams have no times, but kinds of pictures; these may begin anywhere in a packet.
+TEST_F(FileAccountTest, ABareStreamMayBeginWithAnOpenGroup) {
+  format_.name = "hevc";
+  Open(AV_CODEC_ID_HEVC);
+  const auto send = [this](int unit, int flags = 0) {
+    SendBare({0x40, 1, 0, 0, 1, static_cast<std::uint8_t>(unit << 1), 1}, flags);
+  };
+  send(21, AV_PKT_FLAG_KEY);
+  send(8);
+  send(6);
+  send(9);
+  EXPECT_EQ(account_.Missing(), 2U) << "the key frame, and one that can be decoded without more";
+  send(1);
+  send(21, AV_PKT_FLAG_KEY);
+  send(9);
+  EXPECT_EQ(account_.Missing(), 5U);
+}
+
+TEST_F(FileAccountTest, SoMayABareStreamOfMpeg2) {
+  format_.name = "mpegvideo";
+  Open(AV_CODEC_ID_MPEG2VIDEO);
+  const auto send = [this](int kind, int flags = 0) {
+    SendBare({0, 0, 1, 0xB5, 0, 0, 0, 0, 1, 0, 0, static_cast<std::uint8_t>(kind << 3)}, flags);
+  };
+  send(1, AV_PKT_FLAG_KEY);
+  send(3);
+  send(3);
+  EXPECT_EQ(account_.Missing(), 1U);
+  send(2);
+  send(3);
+  EXPECT_EQ(account_.Missing(), 3U);
 }
 
 TEST_F(FileAccountTest, OtherCodecsAreNotCounted) {

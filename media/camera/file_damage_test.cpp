@@ -80,7 +80,14 @@ INSTANTIATE_TEST_SUITE_P(
               "open-gop=1:bframes=3:b-adapt=0:keyint=20:min-keyint=20:scenecut=0",
               "-ss 1.4 -i from-a.mkv -c copy a.mkv", 20},
         Sound{"AnOpenGroupInTheFrontOfMpeg2", "a.mpg", "-c:v mpeg2video -q:v 4 -g 15 -bf 2",
-              "-ss 0.6 -i from-a.mpg -c copy a.mpg", 30}),
+              "-ss 0.6 -i from-a.mpg -c copy a.mpg", 30},
+        Sound{"AnOpenGroupInTheFrontOfBareMpeg2", "a.m2v",
+              "-c:v mpeg2video -q:v 4 -g 15 -bf 2 -f mpeg", "-ss 0.6 -i from-a.m2v -c copy a.m2v",
+              30},
+        Sound{"AnOpenGroupInTheFrontOfBareHevc", "a.hevc",
+              "-c:v libx265 -preset ultrafast -x265-params log-level=none:frame-threads=1:pools=1:"
+              "open-gop=1:bframes=3:b-adapt=0:keyint=20:min-keyint=20:scenecut=0 -f matroska",
+              "-ss 1.4 -i from-a.hevc -c copy a.hevc", 20}),
     [](const auto& row) { return std::string(row.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
