@@ -121,9 +121,13 @@ bool HasGifTrailer(AVIOContext& file, std::int64_t begin) {
 }  // namespace
 
 void FileAccount::Open(AVFormatContext& container, const AVStream& stream) {
+  GoOnWith(container, stream);
+  Rewind();
+}
+
+void FileAccount::GoOnWith(AVFormatContext& container, const AVStream& stream) {
   container_ = &container;
   stream_ = &stream;
-  Rewind();
 }
 
 void FileAccount::Rewind() {

@@ -25,6 +25,9 @@ class FileAccount {
  public:
   void Open(AVFormatContext& container, const AVStream& stream);
 
+  // The same file, opened again; its account goes on.
+  void GoOnWith(AVFormatContext& container, const AVStream& stream);
+
   // A packet was read, before it goes to the decoder. Answers how many pictures were lost between
   // it and the packet before.
   [[nodiscard]] std::uint64_t TakePacket(const AVPacket& packet);

@@ -117,6 +117,26 @@ TEST_F(FileTimesTest, ABareVideoIsShownAtItsRate) {
   }
 }
 
+// Nothing in it leads back to its beginning.
+TEST_F(FileTimesTest, AMatroskaThatBeginsBeforeItsTimeIsPlayedAgain) {
+  clips_.Make("a.mp4", std::string(kFastH264) + "-g 30", 60);
+  clips_.RunFfmpeg(
+      "-itsoffset -1 -i a.mp4 -f lavfi -i sine=d=1 -map 0 -map 1 -c:v copy -c:a aac "
+      "-avoid_negative_ts disabled a.mkv");
+  VideoFileDecoder decoder;
+  Decoded decoded;
+  ASSERT_EQ(decoder.Open(clips_.Path("a.mkv")).error_code, 0);
+  for (std::size_t pass = 1; pass <= 3; ++pass) {
+    ReadToTheEnd(decoder, decoded);
+    ASSERT_THAT(decoded.frames, SizeIs(pass * 60));
+    EXPECT_EQ(decoded.end.error_code, 0) << decoded.end.reason;
+    EXPECT_EQ(decoded.end.damaged_frames, 0U);
+    ASSERT_TRUE(decoder.Rewind());
+  }
+  const std::vector<int> numbers = decoded.Numbers();
+  for (int i = 0; i < 180; ++i) EXPECT_EQ(numbers[static_cast<std::size_t>(i)], i % 60);
+}
+
 TEST_F(FileTimesTest, TheOnlyPictureOfAFileIsPlayedAgainAndAgain) {
   clips_.RunFfmpeg("-f lavfi -i testsrc=s=1920x1080 -frames:v 1 -q:v 1 a.jpg");
   clips_.RunFfmpeg("-i a.jpg a.png");

@@ -62,22 +62,23 @@ class Options {
 
 VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContext* pipe,
                                              const std::atomic<bool>* interrupted) {
+  path_ = path;
+  interrupted_ = interrupted;
   if (pipe == nullptr) {
-    if (const int error = OpenFile(path, interrupted); error < 0) {
+    if (const int error = OpenFile(); error < 0) {
       return {CameraError::kCannotOpen, "cannot be opened (" + ErrorText(error) + ")"};
     }
   }
   AVIOContext* const io = pipe != nullptr ? pipe : file_.get();
-  const AVInputFormat* format = nullptr;
   // By what it holds alone: a name may look like a pattern of names.
-  const int probed = av_probe_input_buffer2(io, &format, "", nullptr, 0, 0);
+  const int probed = av_probe_input_buffer2(io, &format_, "", nullptr, 0, 0);
   if (probed < 0) return NotAVideo(probed);
-  if (!HoldsItsOwnSamples(*format)) {
+  if (!HoldsItsOwnSamples(*format_)) {
     return {CameraError::kNotAVideo, "has no video of its own in it but is '" +
-                                         std::string(format->name) + "' (" + format->long_name +
+                                         std::string(format_->name) + "' (" + format_->long_name +
                                          "); " + kWhatIsPlayed};
   }
-  const int error = OpenContext(path, io, format, interrupted);
+  const int error = OpenContext(io);
   if (!refused_.empty()) {
     return {CameraError::kNotAVideo,
             "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
@@ -85,36 +86,41 @@ VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContex
   return error < 0 ? NotAVideo(error) : Failure();
 }
 
-int VideoContainer::OpenFile(const std::string& path, const std::atomic<bool>* interrupted) {
+bool VideoContainer::Reopen() {
+  if (file_ == nullptr || avio_seek(file_.get(), 0, SEEK_SET) < 0) return false;
+  context_.reset();
+  return OpenContext(file_.get()) >= 0;
+}
+
+int VideoContainer::OpenFile() {
   Options options;
   options.Set("protocol_whitelist", "file");
-  const AVIOInterruptCB interrupt = InterruptedBy(interrupted);
+  const AVIOInterruptCB interrupt = InterruptedBy(interrupted_);
   AVIOContext* file = nullptr;
   // The prefix keeps a file whose name looks like an address from being taken for one.
-  const std::string url = "file:" + path;
+  const std::string url = "file:" + path_;
   const int error = avio_open2(&file, url.c_str(), AVIO_FLAG_READ, &interrupt, options.get());
   file_.reset(file);
   return error;
 }
 
-int VideoContainer::OpenContext(const std::string& path, AVIOContext* io,
-                                const AVInputFormat* format, const std::atomic<bool>* interrupted) {
+int VideoContainer::OpenContext(AVIOContext* io) {
   AVFormatContext* context = avformat_alloc_context();
   if (context == nullptr) return AVERROR(ENOMEM);
-  context->interrupt_callback = InterruptedBy(interrupted);
+  context->interrupt_callback = InterruptedBy(interrupted_);
   context->pb = io;
   context->opaque = this;
   context->io_open = &Refuse;
   Options options;
   // Some demuxers open others, or protocols, without asking.
-  options.Set("format_whitelist", format->name);
+  options.Set("format_whitelist", format_->name);
   options.Set("protocol_whitelist", "none");
   // A movie's references are left out in silence, unless all of them may be opened. They are opened
   // by asking, and the answer is no.
   options.Set("enable_drefs", "1");
   options.Set("use_absolute_path", "1");
   // The context is freed where this fails.
-  if (const int error = avformat_open_input(&context, path.c_str(), format, options.get());
+  if (const int error = avformat_open_input(&context, path_.c_str(), format_, options.get());
       error < 0) {
     return error;
   }

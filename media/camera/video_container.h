@@ -37,6 +37,10 @@ class VideoContainer {
   [[nodiscard]] Failure Open(const std::string& path, AVIOContext* pipe = nullptr,
                              const std::atomic<bool>* interrupted = nullptr);
 
+  // Once it is open: begins again at the file's first byte, with a new context. False of a pipe,
+  // and where the file is no longer what it was; there may be no context then.
+  [[nodiscard]] bool Reopen();
+
   // Null unless open.
   [[nodiscard]] AVFormatContext* get() const { return context_.get(); }
   AVFormatContext* operator->() const { return context_.get(); }
@@ -48,10 +52,12 @@ class VideoContainer {
                     AVDictionary** options);
 
   // These answer 0 or FFmpeg's error.
-  int OpenFile(const std::string& path, const std::atomic<bool>* interrupted);
-  int OpenContext(const std::string& path, AVIOContext* io, const AVInputFormat* format,
-                  const std::atomic<bool>* interrupted);
+  int OpenFile();
+  int OpenContext(AVIOContext* io);
 
+  std::string path_;
+  const AVInputFormat* format_ = nullptr;
+  const std::atomic<bool>* interrupted_ = nullptr;
   std::string refused_;  // The first thing that was to be opened besides.
   AvFilePtr file_;       // Null for a pipe. Outlives the context.
   AvInputPtr context_;

@@ -121,10 +121,14 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
   return info;
 }
 
-int VideoFileDecoder::OpenDecoder() {
+void VideoFileDecoder::IgnoreOtherStreams() {
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     if (container_->streams[i] != stream_) container_->streams[i]->discard = AVDISCARD_ALL;
   }
+}
+
+int VideoFileDecoder::OpenDecoder() {
+  IgnoreOtherStreams();
   const AVCodec* const decoder = avcodec_find_decoder(stream_->codecpar->codec_id);
   if (decoder == nullptr) return AVERROR_DECODER_NOT_FOUND;
   codec_.reset(avcodec_alloc_context3(decoder));
@@ -231,9 +235,8 @@ void VideoFileDecoder::FeedDecoder() {
 }
 
 void VideoFileDecoder::Account(const AVPacket& packet) {
-  if (!first_packet_dts_) {
-    first_packet_dts_ = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
-  }
+  const std::int64_t time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+  if (packets_ == 0 && time != AV_NOPTS_VALUE) first_packet_dts_ = time;
   CountDamage(account_.TakePacket(packet));
   // Nothing tells of a picture that the container could not give whole, but this mark.
   codec_->reordered_opaque = ++packets_;
@@ -323,18 +326,33 @@ bool VideoFileDecoder::Rewind() {
   }
   // What came through a pipe is gone.
   if (delivered_ == 0 || pipe_.context() != nullptr) return false;
-  // By the decoding time: what is decoded first is often shown later.
-  const std::int64_t start = first_packet_dts_.value_or(0);
-  if (av_seek_frame(container_.get(), stream_->index, start, AVSEEK_FLAG_BACKWARD) < 0 &&
-      av_seek_frame(container_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) < 0) {
-    return false;
-  }
+  if (!SeekToTheFirst()) return false;
   avcodec_flush_buffers(codec_.get());
   // No end mark will tell of what the file lacks.
   if (std::exchange(broken_off_, false) && told_missing_ == 0) CountDamage();
   account_.Rewind();
   pass_start_ = ExpectedTime();
   first_pts_.reset();
+  return true;
+}
+
+bool VideoFileDecoder::SeekToTheFirst() {
+  // By the decoding time: what is decoded first is often shown later. Where the time begins before
+  // zero, the first packets may have none, and no time leads to them.
+  if (first_packet_dts_ && av_seek_frame(container_.get(), stream_->index, *first_packet_dts_,
+                                         AVSEEK_FLAG_BACKWARD) >= 0) {
+    return true;
+  }
+  const bool is_simple = (container_->iformat->flags & AVFMT_GENERIC_INDEX) != 0;
+  if (is_simple && av_seek_frame(container_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) >= 0) {
+    return true;
+  }
+  const auto index = static_cast<unsigned>(stream_->index);
+  if (!container_.Reopen() || index >= container_->nb_streams) return false;
+  stream_ = container_->streams[index];
+  if (stream_->codecpar->codec_id != codec_->codec_id) return false;
+  IgnoreOtherStreams();
+  account_.GoOnWith(*container_, *stream_);
   return true;
 }
 

@@ -67,6 +67,7 @@ class VideoFileDecoder {
  private:
   // 0 or FFmpeg's error.
   int OpenDecoder();
+  void IgnoreOtherStreams();
   [[nodiscard]] video::CameraInfo Describe() const;
 
   void FeedDecoder();
@@ -80,6 +81,7 @@ class VideoFileDecoder {
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
   // Whether the time of a picture is that of the one before and its length.
   [[nodiscard]] bool CountsPictures() const;
+  [[nodiscard]] bool SeekToTheFirst();
   [[nodiscard]] SourceItem NextOfStill();
   [[nodiscard]] video::StreamEnd End() const;
   // Where the picture behind the last one belongs.
@@ -109,7 +111,7 @@ class VideoFileDecoder {
   FileAccount account_;
   std::int64_t packets_ = 0;  // That went to the decoder.
   std::uint64_t told_missing_ = 0;
-  std::optional<std::int64_t> first_packet_dts_;  // In the stream's unit.
+  std::optional<std::int64_t> first_packet_dts_;  // In the stream's unit; some have none.
   std::chrono::nanoseconds stated_duration_{0};
 
   // The file's picture as long as there was but one, and whether it is played without reading it
