@@ -1,4 +1,6 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -20,15 +22,33 @@
 namespace movra::media {
 namespace {
 
+using ::testing::HasSubstr;
 using video::StreamEnd;
 
 class PipeInputTest : public ::testing::Test {
  protected:
   PipeInputTest() { EXPECT_EQ(mkfifo(pipe_.c_str(), 0600), 0); }
 
-  [[nodiscard]] std::string Clip(const std::string& name) const {
-    std::ifstream file(clips_.Make(name, "", 10), std::ios::binary);
+  [[nodiscard]] static std::string Bytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  [[nodiscard]] std::string Clip(const std::string& name) const {
+    return Bytes(clips_.Make(name, "", 10));
+  }
+
+  [[nodiscard]] video::CameraInfo OpenWhatIsWritten(const std::string& bytes) const {
+    const auto old = signal(SIGPIPE, SIG_IGN);  // The reader may leave before the end.
+    std::thread writer([&] { std::ofstream(pipe_, std::ios::binary) << bytes; });
+    video::CameraInfo info;
+    {
+      VideoFileDecoder decoder;
+      info = decoder.Open(pipe_);
+    }
+    writer.join();
+    signal(SIGPIPE, old);
+    return info;
   }
 
   // The next frame's number; nothing at the end or when interrupted.
@@ -70,6 +90,29 @@ TEST_F(PipeInputTest, ARawVideoThatStopsWithinAPictureBreaksOff) {
   ASSERT_TRUE(std::holds_alternative<StreamEnd>(end));
   EXPECT_EQ(std::get<StreamEnd>(end).error_code, static_cast<int>(CameraError::kBrokenOff));
   writer.join();
+}
+
+TEST_F(PipeInputTest, APipeIntoWhichNobodyWroteIsEmpty) {
+  const video::CameraInfo info = OpenWhatIsWritten("");
+  EXPECT_EQ(info.error_code, static_cast<int>(CameraError::kEmptyFile));
+  EXPECT_EQ(info.error_text, "'" + pipe_ + "' is empty");
+  EXPECT_EQ(OpenWhatIsWritten("?").error_code, static_cast<int>(CameraError::kNotAVideo));
+}
+
+TEST_F(PipeInputTest, WhatHasToBeAFileIsSaidToBeSo) {
+  const video::CameraInfo gif = OpenWhatIsWritten(Bytes(clips_.Make("a.gif", "", 60)));
+  EXPECT_EQ(gif.error_code, static_cast<int>(CameraError::kUnsupported));
+  EXPECT_THAT(gif.error_text, HasSubstr("is a GIF, which cannot be read from a pipe"));
+
+  const std::string fast = " -c:v libx264 -preset veryfast -crf 4 ";
+  const video::CameraInfo mp4 = OpenWhatIsWritten(Bytes(clips_.Make("a.mp4", fast, 60)));
+  EXPECT_EQ(mp4.error_code, static_cast<int>(CameraError::kUnsupported));
+  EXPECT_THAT(mp4.error_text, HasSubstr("index stands at its end"));
+  for (const std::string flags : {"faststart", "frag_keyframe+empty_moov"}) {
+    EXPECT_EQ(OpenWhatIsWritten(Bytes(clips_.Make(flags + ".mp4", fast + "-movflags " + flags, 60)))
+                  .error_code,
+              0);
+  }
 }
 
 TEST_F(PipeInputTest, AWriterThatStallsIsWaitedForUntilTheReaderIsInterrupted) {

@@ -34,6 +34,22 @@ VideoContainer::Failure NotAVideo(int error) {
           "is not a video, or its beginning is damaged (" + ErrorText(error) + ")"};
 }
 
+bool IsGif(const AVInputFormat& format) { return std::string_view(format.name) == "gif"; }
+
+// Of an MP4 from a pipe, once its index was read. What is still in the buffer can be gone back to.
+bool CanReachItsSamples(AVFormatContext& context) {
+  if (context.pb->seekable != 0) return true;
+  if (!std::string_view(context.iformat->name).starts_with("mov,")) return true;
+  const std::int64_t here = avio_seek(context.pb, 0, SEEK_CUR);
+  for (unsigned i = 0; i < context.nb_streams; ++i) {
+    const AVIndexEntry* const first = avformat_index_get_entry(context.streams[i], 0);
+    if (first == nullptr || first->pos >= here) continue;
+    if (avio_seek(context.pb, first->pos, SEEK_SET) < 0) return false;
+    avio_seek(context.pb, here, SEEK_SET);
+  }
+  return true;
+}
+
 int IsInterrupted(void* interrupted) {
   const auto* const flag = static_cast<const std::atomic<bool>*>(interrupted);
   return flag != nullptr && *flag ? 1 : 0;
@@ -72,6 +88,10 @@ VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContex
   AVIOContext* const io = pipe != nullptr ? pipe : file_.get();
   // By what it holds alone: a name may look like a pattern of names.
   const int probed = av_probe_input_buffer2(io, &format_, "", nullptr, 0, 0);
+  // Reading may have failed as well.
+  if (probed == AVERROR_INVALIDDATA && io->bytes_read == 0) {
+    return {CameraError::kEmptyFile, "is empty"};
+  }
   if (probed < 0) return NotAVideo(probed);
   if (!HoldsItsOwnSamples(*format_)) {
     return {CameraError::kNotAVideo, "has no video of its own in it but is '" +
@@ -82,6 +102,15 @@ VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContex
   if (!refused_.empty()) {
     return {CameraError::kNotAVideo,
             "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
+  }
+  if (pipe != nullptr && error == AVERROR(EIO) && IsGif(*format_)) {
+    return {CameraError::kUnsupported,
+            "is a GIF, which cannot be read from a pipe; it has to be a file"};
+  }
+  if (index_is_behind_) {
+    return {CameraError::kUnsupported,
+            "is an MP4 or MOV whose index stands at its end, which cannot be read from a pipe; it "
+            "has to be a file, or to have its index in front (ffmpeg -movflags +faststart)"};
   }
   return error < 0 ? NotAVideo(error) : Failure();
 }
@@ -125,6 +154,10 @@ int VideoContainer::OpenContext(AVIOContext* io) {
     return error;
   }
   context_.reset(context);
+  if (!CanReachItsSamples(*context)) {
+    index_is_behind_ = true;
+    return AVERROR(ESPIPE);
+  }
   return avformat_find_stream_info(context, nullptr);
 }
 

@@ -58,8 +58,9 @@ class VideoContainer {
   std::string path_;
   const AVInputFormat* format_ = nullptr;
   const std::atomic<bool>* interrupted_ = nullptr;
-  std::string refused_;  // The first thing that was to be opened besides.
-  AvFilePtr file_;       // Null for a pipe. Outlives the context.
+  std::string refused_;           // The first thing that was to be opened besides.
+  bool index_is_behind_ = false;  // The samples went by before anything told where they are.
+  AvFilePtr file_;                // Null for a pipe. Outlives the context.
   AvInputPtr context_;
 };
 

@@ -84,6 +84,7 @@ extern "C" {
   X(avformat_open_input)              \
   X(avformat_write_header)            \
   X(avformat_index_get_entries_count) \
+  X(avformat_index_get_entry)         \
   X(avio_alloc_context)               \
   X(avio_close)                       \
   X(avio_context_free)                \
