@@ -34,6 +34,15 @@ std::vector<Ending> Refused() {
        {},
        &DropTheRightsOfRoot},
       {"AnEmptyFile", Play("empty.mp4"), 12, "DIR/empty.mp4' is empty"},
+      {"ALoopOfAPipe",
+       {"run", "--camera", "file:DIR/pipe", "--loop", "--out", "out"},
+       3,
+       "'DIR/pipe' is a pipe, and what came through it is gone",
+       {},
+       [](EndingRun& run) {
+         run.MakeSourcePipe();
+         return std::string();
+       }},
       {"NoVideo", Play("text.mp4"), 13, "DIR/text.mp4"},
       {"Zeros", Play("zeros.mp4"), 13, "DIR/zeros.mp4"},
       {"AHeaderAlone", Play("header.mp4"), 13, "DIR/header.mp4"},

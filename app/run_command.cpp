@@ -33,15 +33,31 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Looks at the source, while the loop runs. Nothing is known of it when the loop ended before. A
-// pipe may have nobody yet who writes into it; a duration of the clock is over for it too.
-Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, core::RunLoop& loop,
-                                                    Console& console) {
+bool IsPipe(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_fifo(path, error);
+}
+
+// Why nothing can come of the run, whatever the source is.
+std::optional<Failure> FindRefusal(const RunOptions& options) {
   if (video::IVideoProducer2::GetEncodeAbility().software_encoder == 0) {
     return Failure{ExitCode::kNotBuilt,
                    "this build has no H.264 encoder: it was made without libx264 and FFmpeg's "
                    "libraries. Build again with -DMOVRA_WITH_GPL=ON"};
   }
+  const auto path = options.source_file();
+  if (!path || !options.loop.value_or(false) || !IsPipe(*path)) return std::nullopt;
+  return Failure{ExitCode::kContradiction,
+                 "--loop is for video files; '" + *path +
+                     "' is a pipe, and what came through it is gone. Give a file, or leave "
+                     "--loop out"};
+}
+
+// Looks at the source, while the loop runs. Nothing is known of it when the loop ended before. A
+// pipe may have nobody yet who writes into it; a duration of the clock is over for it too.
+Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, core::RunLoop& loop,
+                                                    Console& console) {
+  if (const auto refusal = FindRefusal(options)) return *refusal;
   std::shared_ptr<video::ICameraService> cameras;
   if (!core::ServiceCenter::Instance().GetService(video::kCameraServiceId, cameras)) {
     return Failure{ExitCode::kNotBuilt, "this build has no camera service"};
