@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <utility>
 
+#include "media/ffmpeg/code_of.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/frame/color_matrix.h"
 #include "media/frame/frame_layout.h"
@@ -61,16 +61,6 @@ AVPixelFormat WithoutRange(AVPixelFormat format) {
 bool IsRgb(AVPixelFormat format) {
   const AVPixFmtDescriptor* const descriptor = av_pix_fmt_desc_get(format);
   return descriptor != nullptr && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
-}
-
-// The number that a file states in the place of an enumeration, where any may stand; those from
-// `end` on have no meaning yet.
-template <class Code>
-int CodeOf(const Code& stated, Code end, Code unspecified) {
-  int code = 0;
-  static_assert(sizeof code == sizeof stated);
-  std::memcpy(&code, &stated, sizeof code);
-  return code >= 0 && code < end ? code : unspecified;
 }
 
 std::uint8_t Blend(int sample, int black, int alpha) {

@@ -12,6 +12,7 @@
 #include "media/camera/file_end.h"
 #include "media/camera/picture_size.h"
 #include "media/camera/stream_time.h"
+#include "media/ffmpeg/code_of.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 
 namespace movra::media {
@@ -61,7 +62,8 @@ bool IsInterlaced(AVFieldOrder order) {
   return order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
 }
 
-bool IsHdr(AVColorTransferCharacteristic transfer) {
+bool IsHdr(const AVCodecParameters& parameters) {
+  const int transfer = CodeOf(parameters.color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
   return transfer == AVCOL_TRC_SMPTE2084 || transfer == AVCOL_TRC_ARIB_STD_B67;
 }
 
@@ -165,7 +167,7 @@ CameraInfo VideoFileDecoder::Describe() const {
   }
   info.is_interlaced = IsInterlaced(parameters.field_order);
   info.has_alpha = HasAlpha(parameters.format);
-  info.is_hdr = IsHdr(parameters.color_trc);
+  info.is_hdr = IsHdr(parameters);
   for (unsigned i = 0; i < container_->nb_streams; ++i) {
     info.has_audio =
         info.has_audio || container_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
