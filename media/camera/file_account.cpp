@@ -11,6 +11,7 @@
 #include "media/camera/stream_time.h"
 #include "media/camera/transport_gap.h"
 #include "media/ffmpeg/ffmpeg_api.h"
+#include "media/ffmpeg/format_name.h"
 
 namespace movra::media {
 namespace {
@@ -30,16 +31,12 @@ constexpr std::uint8_t kGifExtension = 0x21;
 constexpr std::int64_t kLongestGifEnd = 1 << 20;  // Bytes.
 
 bool IsNamed(const AVFormatContext& container, std::string_view name) {
-  return std::string_view(container.iformat->name) == name;
+  return FormatName(*container.iformat) == name;
 }
 
-bool IsMatroska(const AVFormatContext& container) {
-  return std::string_view(container.iformat->name).starts_with("matroska,");
-}
+bool IsMatroska(const AVFormatContext& container) { return IsNamed(container, "matroska"); }
 
-bool IsMp4(const AVFormatContext& container) {
-  return std::string_view(container.iformat->name).starts_with("mov,");
-}
+bool IsMp4(const AVFormatContext& container) { return IsNamed(container, "mov"); }
 
 // Of the containers that are none, those whose pictures tell by their kind that they were cut off.
 bool IsBare(const AVFormatContext& container) {
@@ -176,13 +173,12 @@ bool FileAccount::Leads(const AVPacket& packet) {
 
 // Which times these get is no measure.
 bool FileAccount::LeadsInBareStream(const AVPacket& packet) {
+  if (packets_ == 1 || has_left_front_) return false;
   const AVCodecID codec = stream_->codecpar->codec_id;
-  const bool is_across = IsPredictedAcross(codec, packet);
-  const bool leads = packets_ > 1 && !has_left_front_ && is_across;
+  const bool leads = IsPredictedAcross(codec, packet);
   // In HEVC others stand between those that are predicted across.
   const bool is_key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
-  const bool leaves = codec == AV_CODEC_ID_HEVC ? is_key : !is_across;
-  has_left_front_ = has_left_front_ || (packets_ > 1 && leaves);
+  has_left_front_ = codec == AV_CODEC_ID_HEVC ? is_key : !leads;
   return leads;
 }
 

@@ -4,15 +4,16 @@
 #include <array>
 #include <string_view>
 
+#include "media/ffmpeg/av_options.h"
 #include "media/ffmpeg/ffmpeg_api.h"
+#include "media/ffmpeg/format_name.h"
 
 namespace movra::media {
 namespace {
 
 constexpr char kWhatIsPlayed[] =
     "only files that hold all of their video are played, such as MP4, MOV, Matroska, WebM, "
-    "MPEG-TS, "
-    "AVI, Y4M and bare H.264";
+    "MPEG-TS, AVI, Y4M and bare H.264";
 
 // FFmpeg's names of the containers that hold their own samples, by the first of each. Not among
 // them: whatever names other files or addresses (concat, dash, hls, image2, imf, sdp, rtsp, svg
@@ -24,9 +25,7 @@ constexpr std::array<std::string_view, 32> kContainers{
     "nut",  "obu",      "ogg",   "png_pipe", "tiff_pipe", "vc1",      "webp_pipe", "yuv4mpegpipe"};
 
 bool HoldsItsOwnSamples(const AVInputFormat& format) {
-  const std::string_view names = format.name;
-  return std::find(kContainers.begin(), kContainers.end(), names.substr(0, names.find(','))) !=
-         kContainers.end();
+  return std::find(kContainers.begin(), kContainers.end(), FormatName(format)) != kContainers.end();
 }
 
 VideoContainer::Failure NotAVideo(int error) {
@@ -34,12 +33,10 @@ VideoContainer::Failure NotAVideo(int error) {
           "is not a video, or its beginning is damaged (" + ErrorText(error) + ")"};
 }
 
-bool IsGif(const AVInputFormat& format) { return std::string_view(format.name) == "gif"; }
-
 // Of an MP4 from a pipe, once its index was read. What is still in the buffer can be gone back to.
 bool CanReachItsSamples(AVFormatContext& context) {
   if (context.pb->seekable != 0) return true;
-  if (!std::string_view(context.iformat->name).starts_with("mov,")) return true;
+  if (FormatName(*context.iformat) != "mov") return true;
   const std::int64_t here = avio_seek(context.pb, 0, SEEK_CUR);
   for (unsigned i = 0; i < context.nb_streams; ++i) {
     const AVIndexEntry* const first = avformat_index_get_entry(context.streams[i], 0);
@@ -58,21 +55,6 @@ int IsInterrupted(void* interrupted) {
 AVIOInterruptCB InterruptedBy(const std::atomic<bool>* interrupted) {
   return {&IsInterrupted, const_cast<std::atomic<bool>*>(interrupted)};
 }
-
-// Frees them at its end; FFmpeg takes out what it knows.
-class Options {
- public:
-  Options() = default;
-  ~Options() { av_dict_free(&options_); }
-  Options(const Options&) = delete;
-  Options& operator=(const Options&) = delete;
-
-  void Set(const char* name, const char* value) { av_dict_set(&options_, name, value, 0); }
-  [[nodiscard]] AVDictionary** get() { return &options_; }
-
- private:
-  AVDictionary* options_ = nullptr;
-};
 
 }  // namespace
 
@@ -103,7 +85,7 @@ VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContex
     return {CameraError::kNotAVideo,
             "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
   }
-  if (pipe != nullptr && error == AVERROR(EIO) && IsGif(*format_)) {
+  if (pipe != nullptr && error == AVERROR(EIO) && FormatName(*format_) == "gif") {
     return {CameraError::kUnsupported,
             "is a GIF, which cannot be read from a pipe; it has to be a file"};
   }
@@ -122,7 +104,7 @@ bool VideoContainer::Reopen() {
 }
 
 int VideoContainer::OpenFile() {
-  Options options;
+  AvOptions options;
   options.Set("protocol_whitelist", "file");
   const AVIOInterruptCB interrupt = InterruptedBy(interrupted_);
   AVIOContext* file = nullptr;
@@ -140,7 +122,7 @@ int VideoContainer::OpenContext(AVIOContext* io) {
   context->pb = io;
   context->opaque = this;
   context->io_open = &Refuse;
-  Options options;
+  AvOptions options;
   // Some demuxers open others, or protocols, without asking.
   options.Set("format_whitelist", format_->name);
   options.Set("protocol_whitelist", "none");

@@ -14,6 +14,7 @@
 #include "media/camera/stream_time.h"
 #include "media/ffmpeg/code_of.h"
 #include "media/ffmpeg/ffmpeg_api.h"
+#include "media/ffmpeg/format_name.h"
 
 namespace movra::media {
 namespace {
@@ -115,7 +116,7 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
   account_.Open(*container_, *stream_);
   CameraInfo info = Describe();
   // These two are told how long they are by what there is of them.
-  const std::string_view name = container_->iformat->name;
+  const std::string_view name = FormatName(*container_->iformat);
   const bool is_measured = name == "avi" || name == "gif";
   if (container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM && !is_measured) {
     stated_duration_ = info.duration;
@@ -301,7 +302,7 @@ nanoseconds VideoFileDecoder::Stamp(const AVFrame& frame) {
 // Bare MPEG-1 and MPEG-2 hold no times. Those that they get are of decoding for one picture and of
 // showing for the next.
 bool VideoFileDecoder::CountsPictures() const {
-  return std::string_view(container_->iformat->name) == "mpegvideo";
+  return FormatName(*container_->iformat) == "mpegvideo";
 }
 
 nanoseconds VideoFileDecoder::ExpectedTime() const {

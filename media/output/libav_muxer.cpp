@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "media/ffmpeg/av_options.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 #include "media/output/container_muxer.h"
@@ -35,23 +36,6 @@ constexpr std::array<std::uint8_t, 7> kMatroskaMillisecondScale{0x2A, 0xD7, 0xB1
 constexpr std::array<std::uint8_t, 3> kMatroskaOurScale{0x00, 0x27, 0x10};
 // The element stands at the head of the file, before any picture.
 constexpr std::int64_t kMatroskaHeadBytes = 4096;
-
-class Options {
- public:
-  Options() = default;
-  ~Options() { av_dict_free(&dictionary_); }
-  Options(const Options&) = delete;
-  Options& operator=(const Options&) = delete;
-
-  void Set(const char* name, const char* value) { av_dict_set(&dictionary_, name, value, 0); }
-  void SetNumber(const char* name, std::int64_t value) {
-    av_dict_set_int(&dictionary_, name, value, 0);
-  }
-  AVDictionary** get() { return &dictionary_; }
-
- private:
-  AVDictionary* dictionary_ = nullptr;
-};
 
 const char* NameOf(ContainerFormat format) {
   switch (format) {
@@ -168,7 +152,7 @@ std::string LibavMuxer::AddStream(const MuxHeader& header) {
 }
 
 std::string LibavMuxer::WriteHeader() {
-  Options options;
+  AvOptions options;
   if (format_ == ContainerFormat::kMp4) {
     // The header first and complete; fragments end where Write says.
     options.Set("movflags", "empty_moov+default_base_moof+frag_custom");
