@@ -75,6 +75,14 @@ void RunSessionTest::AnswerStart(int error_code) {
   env_.main_queue().RunAll();
 }
 
+void RunSessionTest::BeginFiveSecondsOfAFile() {
+  options_.duration = std::chrono::seconds(5);
+  source_.is_file = true;
+  Begin();
+  AnswerStart();
+  WriteBoth(nanoseconds(0));
+}
+
 testing::EncoderDouble& RunSessionTest::Encoder(video::VideoStreamType type) {
   return type == kSmall ? env_.world().small_encoders.Last() : env_.world().big_encoders.Last();
 }

@@ -58,6 +58,8 @@ class RunSessionTest : public ::testing::Test {
   void Make();
   void Begin();
   void AnswerStart(int error_code = 0);
+  // With the first frames of both streams.
+  void BeginFiveSecondsOfAFile();
 
   [[nodiscard]] testing::EncoderDouble& Encoder(video::VideoStreamType type);
   // An encoded frame, as its encoder would write it; then what that posted. At time 0 it is a key

@@ -205,11 +205,7 @@ TEST_F(RunSessionTest, TheDurationCountsFromTheFirstFrameHoweverLateItIs) {
 }
 
 TEST_F(RunSessionTest, ThePictureBeforeTheEndOfTheDurationStandsUntilThen) {
-  options_.duration = seconds(5);
-  source_.is_file = true;
-  Begin();
-  AnswerStart();
-  WriteBoth(milliseconds(0));
+  BeginFiveSecondsOfAFile();
   WriteBoth(seconds(7));
   const RunReport report = Report();
   EXPECT_EQ(report.ending, Ending::kDurationOver);
@@ -235,11 +231,7 @@ TEST_F(RunSessionTest, BothStreamsEndAtOneTimeWhateverTheirFrames) {
 }
 
 TEST_F(RunSessionTest, ADurationThatTheSourceEndsInIsCutOffIfItsPictureStandsForLonger) {
-  options_.duration = seconds(5);
-  source_.is_file = true;
-  Begin();
-  AnswerStart();
-  WriteBoth(milliseconds(0));
+  BeginFiveSecondsOfAFile();
   video::StreamEnd end;
   end.end_time = seconds(7);
   EndBoth(end);
@@ -249,11 +241,7 @@ TEST_F(RunSessionTest, ADurationThatTheSourceEndsInIsCutOffIfItsPictureStandsFor
 }
 
 TEST_F(RunSessionTest, ASourceThatEndsBeforeTheDurationHasItsOwnEnd) {
-  options_.duration = seconds(5);
-  source_.is_file = true;
-  Begin();
-  AnswerStart();
-  WriteBoth(milliseconds(0));
+  BeginFiveSecondsOfAFile();
   video::StreamEnd end;
   end.end_time = seconds(4);
   EndBoth(end);
@@ -263,11 +251,7 @@ TEST_F(RunSessionTest, ASourceThatEndsBeforeTheDurationHasItsOwnEnd) {
 }
 
 TEST_F(RunSessionTest, AnInterruptedDurationEndsWithItsLastPictures) {
-  options_.duration = seconds(5);
-  source_.is_file = true;
-  Begin();
-  AnswerStart();
-  WriteBoth(milliseconds(0));
+  BeginFiveSecondsOfAFile();
   Write(kBig, seconds(7));  // This stream has come to its end.
   Interrupt();
   const RunReport report = Report();

@@ -169,6 +169,7 @@ TEST(StreamPlan, AFileIsTakenAtItsOwnRateUnlessThatIsMoreThanIsNeeded) {
   EXPECT_FALSE(PlanCapture({}, File({640, 360}, 30)).frame_rate);
   EXPECT_FALSE(PlanCapture({}, File({640, 360}, 0)).frame_rate);
   EXPECT_EQ(PlanCapture({}, File({640, 360}, 60)).frame_rate, 30);
+  EXPECT_EQ(PlanCapture({}, File({640, 360}, 60000, 1001)).frame_rate, 30);
   RunOptions options;
   options.big.off = true;
   EXPECT_EQ(PlanCapture(options, File({640, 360}, 60)).frame_rate, 15);
