@@ -1,7 +1,7 @@
 #include "app/camera_failure.h"
 
 #include "app/run_options.h"
-#include "media/camera/camera_error.h"
+#include "media/capture/camera_error.h"
 
 namespace movra::app {
 namespace {

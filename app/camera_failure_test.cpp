@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "media/camera/camera_error.h"
+#include "media/capture/camera_error.h"
 
 namespace movra::app {
 namespace {

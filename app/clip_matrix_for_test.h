@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "media/camera/clip_for_test.h"
+#include "media/file/clip_for_test.h"
 #include "video/size.h"
 
 namespace movra::app {

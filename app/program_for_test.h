@@ -14,7 +14,7 @@
 
 #include "app/played_file_for_test.h"
 #include "app/process_for_test.h"
-#include "media/camera/clip_for_test.h"
+#include "media/file/clip_for_test.h"
 #include "media/temporary_directory_for_test.h"
 
 namespace movra::app {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "app/run_session_for_test.h"
-#include "media/camera/camera_error.h"
+#include "media/capture/camera_error.h"
 #include "video/to_string.h"
 
 namespace movra::app {

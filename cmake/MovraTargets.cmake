@@ -64,6 +64,18 @@ function(movra_test name)
     DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()
 
+# movra_test_elsewhere(NAME FILTER)
+#   Runs the tests of NAME that FILTER matches where the machine is another: what these read is made
+#   by the test, and must be the same everywhere. All other tests are run there by scripts/check.
+function(movra_test_elsewhere name filter)
+  if(MOVRA_TESTS)
+    add_test(NAME ${name}.Elsewhere
+      COMMAND ${PROJECT_SOURCE_DIR}/scripts/elsewhere $<TARGET_FILE:${name}> --gtest_brief=1
+              --gtest_filter=${filter})
+    set_tests_properties(${name}.Elsewhere PROPERTIES LABELS media TIMEOUT 240)
+  endif()
+endfunction()
+
 # movra_must_not_compile(FOLDER)
 #   For each source of the folder two CTest tests: that it does not compile with MOVRA_MISUSE, and
 #   that its twin without it does. The misuse is tried only where the twin passed, so it cannot fail

@@ -8,7 +8,7 @@
 
 #include "app/played_file_for_test.h"
 #include "app/process_for_test.h"
-#include "media/camera/clip_for_test.h"
+#include "media/file/clip_for_test.h"
 
 namespace movra {
 namespace {

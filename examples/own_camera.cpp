@@ -31,7 +31,7 @@ constexpr int kFrameRate = 30;
 
 // The camera "stripes:N": N pictures of moving stripes. Scaling them to what is asked for, handing
 // them on and the thread on which all this happens are the camera service's.
-class StripesCamera final : public movra::media::CameraSource {
+class StripesCamera final : public movra::media::FrameSource {
  public:
   explicit StripesCamera(std::uint64_t pictures) : pictures_(pictures) {}
 
@@ -83,10 +83,10 @@ class StripesCamera final : public movra::media::CameraSource {
   movra::media::FramePool pool_;
 };
 
-std::unique_ptr<movra::media::CameraSource> MakeSource(
+std::unique_ptr<movra::media::FrameSource> MakeSource(
     const std::string& camera_id, const movra::video::PlaybackParams& playback) {
   if (!camera_id.starts_with(kStripes)) {
-    return movra::media::MakeCameraSource(camera_id, playback);
+    return movra::media::MakeFrameSource(camera_id, playback);
   }
   const char* const pictures = camera_id.c_str() + kStripes.size();
   return std::make_unique<StripesCamera>(std::strtoull(pictures, nullptr, 10));

@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 
-#include "media/camera/camera_source.h"
+#include "media/capture/frame_source.h"
 
 namespace movra::fuzzing {
 

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "fuzzing/fuzz_targets.h"
-#include "media/camera/y4m_header.h"
-#include "media/camera/y4m_reader.h"
+#include "media/file/y4m_header.h"
+#include "media/file/y4m_reader.h"
 #include "media/output/annex_b.h"
 
 namespace movra::fuzzing {

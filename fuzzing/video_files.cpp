@@ -7,7 +7,7 @@
 
 #include "fuzzing/fuzz_targets.h"
 #include "logging/log_sink.h"
-#include "media/camera/video_file_decoder.h"
+#include "media/file/video_file_decoder.h"
 
 namespace movra::fuzzing {
 namespace {

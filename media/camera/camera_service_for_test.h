@@ -20,9 +20,9 @@
 #include "core/dispatch_queue.h"
 #include "core/notification_center.h"
 #include "core/run_loop.h"
-#include "media/camera/camera_error.h"
 #include "media/camera/camera_service_impl.h"
-#include "media/camera/capture_for_test.h"
+#include "media/capture/camera_error.h"
+#include "media/capture/capture_for_test.h"
 #include "media/temporary_directory_for_test.h"
 
 namespace movra::media {
@@ -64,7 +64,7 @@ class Cameras {
     const std::lock_guard lock(mutex_);
     scripts_[id] = std::move(script);
   }
-  std::unique_ptr<CameraSource> Make(const std::string& id, const video::PlaybackParams& playback) {
+  std::unique_ptr<FrameSource> Make(const std::string& id, const video::PlaybackParams& playback) {
     const std::lock_guard lock(mutex_);
     playback_[id] = playback;
     made_.push_back(id);

@@ -8,10 +8,10 @@
 #include "core/notification_center.h"
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
-#include "media/camera/call_camera.h"
-#include "media/camera/camera_error.h"
-#include "media/camera/capture_request.h"
-#include "media/camera/detached_thread.h"
+#include "media/capture/call_source.h"
+#include "media/capture/camera_error.h"
+#include "media/capture/capture_request.h"
+#include "media/capture/detached_thread.h"
 
 namespace movra::media {
 namespace {
@@ -46,7 +46,7 @@ CameraInfo NoThread() {
   return Failure(CameraError::kNoResources, "the system has no thread left for a camera");
 }
 
-CameraInfo Describe(CameraSource* source, const std::string& camera_id) {
+CameraInfo Describe(FrameSource* source, const std::string& camera_id) {
   if (source != nullptr) return source->Describe();
   return Failure(CameraError::kNoSuchCamera,
                  "no camera is called '" + camera_id +
@@ -95,7 +95,7 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
   const std::uint64_t number = ++last_number_;
   const SteadyTime started_at = std::chrono::steady_clock::now();
   auto counter = CounterOf(params.camera_id);
-  auto capture = std::make_shared<CameraCapture>(
+  auto capture = std::make_shared<SourceCapture>(
       SourceMaker(params.camera_id), writer, Updated({}, params), parts_.clock, std::move(counter));
   const Capture& entry =
       captures_.emplace_back(Capture{number, params.camera_id, std::move(writer), started_at,
@@ -144,7 +144,7 @@ void CameraServiceImpl::DescribeCamera(
   const auto source = std::make_shared<SourceSlot>();
   descriptions_.push_back({number, camera_id, playback, source, std::move(on_info)});
   const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
-                       number](CameraInfo info, std::unique_ptr<CameraSource> described) {
+                       number](CameraInfo info, std::unique_ptr<FrameSource> described) {
     if (const auto main_queue = queue.lock()) {
       main_queue->Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
                                 std::move(described)));
@@ -158,7 +158,7 @@ void CameraServiceImpl::DescribeCamera(
           info = Describe(source->get(), camera_id);
         };
         const CameraError thrown =
-            CallCamera("The camera that is described", CameraError::kCannotOpen, describe);
+            CallSource("The camera that is described", CameraError::kCannotOpen, describe);
         if (thrown != CameraError::kNone) info = Failure(thrown, CameraErrorToString(thrown));
         answer(std::move(info), source->Take());
       }));
@@ -188,7 +188,7 @@ video::PlaybackParams CameraServiceImpl::PlaybackOf(const std::string& camera_id
 
 // One that was asked for by a service that has ended meanwhile has been answered.
 void CameraServiceImpl::OnDescribed(std::uint64_t number, CameraInfo info,
-                                    std::unique_ptr<CameraSource> source) {
+                                    std::unique_ptr<FrameSource> source) {
   const auto found = std::find_if(
       descriptions_.begin(), descriptions_.end(),
       [number](const Description& description) { return description.number == number; });
@@ -208,10 +208,10 @@ void CameraServiceImpl::ForgetDescribed(std::uint64_t number) {
   if (described_.number == number) described_.source.reset();
 }
 
-CameraCapture::MakeSource CameraServiceImpl::SourceMaker(const std::string& camera_id) {
+SourceCapture::MakeSource CameraServiceImpl::SourceMaker(const std::string& camera_id) {
   const video::PlaybackParams playback = PlaybackOf(camera_id);
   const bool is_described = described_.camera_id == camera_id && described_.playback == playback;
-  std::unique_ptr<CameraSource> described = std::move(described_.source);
+  std::unique_ptr<FrameSource> described = std::move(described_.source);
   if (!is_described) described.reset();
   return BindOnce(
       [make = parts_.make_source, camera_id, playback, described = std::move(described)]() mutable {

@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "media/camera/camera_capture.h"
-#include "media/camera/camera_source.h"
-#include "media/camera/capture_clock.h"
 #include "media/camera/directory_watcher.h"
-#include "media/camera/source_slot.h"
+#include "media/capture/capture_clock.h"
+#include "media/capture/frame_source.h"
+#include "media/capture/source_capture.h"
+#include "media/capture/source_slot.h"
 #include "video/camera_service.h"
 
 namespace movra::media {
@@ -25,7 +25,7 @@ namespace movra::media {
 struct CameraServiceParts {
   // Called on threads of the service's own, several at a time. It belongs to them too: what it uses
   // has to live for as long as it does itself, which may be longer than the service.
-  CameraSourceFactory make_source;
+  FrameSourceFactory make_source;
   // The devices that come and go.
   std::function<std::vector<video::VideoDeviceInfo>()> list_devices;
   // Where an entry that begins with "video" comes or goes when `list_devices` may answer otherwise.
@@ -35,7 +35,7 @@ struct CameraServiceParts {
 
 // The camera service of this process.
 //
-// Camera ids: "test:" (media/camera/test_camera.h), "file:PATH" (media/camera/file_camera.h) and
+// Camera ids: "test:" (media/camera/test_camera.h), "file:PATH" (media/file/file_source.h) and
 // "/dev/videoN" (media/camera/v4l2_camera.h). Error codes are CameraError values. Several captures
 // may run at once, also of one camera if it allows that; a capture is named by its writer.
 //
@@ -43,7 +43,7 @@ struct CameraServiceParts {
 // operation opens or reads anything, nor waits for a thread that does: each capture has a thread of
 // its own, which may outlive its stop and the service for as long as its source keeps it. A start
 // that comes too early for the camera or the writer of such a thread waits for it on its own thread
-// (media/camera/camera_capture.h).
+// (media/capture/source_capture.h).
 class CameraServiceImpl final : public video::ICameraService,
                                 public std::enable_shared_from_this<CameraServiceImpl> {
  public:
@@ -78,14 +78,14 @@ class CameraServiceImpl final : public video::ICameraService,
     std::shared_ptr<video::IPixelFrameTrackWriter> writer;
     SteadyTime started_at;
     movra_base::OnceCallback<void(int, int)> on_started;  // Empty once it is answered.
-    std::shared_ptr<CameraCapture> capture;
+    std::shared_ptr<SourceCapture> capture;
   };
 
   // A capture that was stopped and may still be busy; null once nothing is left of it.
   struct Leftover {
     std::string camera_id;
     const video::IPixelFrameTrackWriter* writer;
-    std::weak_ptr<CameraCapture> capture;
+    std::weak_ptr<SourceCapture> capture;
   };
 
   // A camera that is being looked at.
@@ -104,15 +104,15 @@ class CameraServiceImpl final : public video::ICameraService,
     std::uint64_t number = 0;
     std::string camera_id;
     video::PlaybackParams playback;
-    std::unique_ptr<CameraSource> source;  // Null if there is none.
+    std::unique_ptr<FrameSource> source;  // Null if there is none.
   };
 
   [[nodiscard]] video::PlaybackParams PlaybackOf(const std::string& camera_id) const;
   void OnDescribed(std::uint64_t number, video::CameraInfo info,
-                   std::unique_ptr<CameraSource> source);
+                   std::unique_ptr<FrameSource> source);
   void ForgetDescribed(std::uint64_t number);
   // Makes the source on the capture's thread, or hands over the one that was described.
-  [[nodiscard]] CameraCapture::MakeSource SourceMaker(const std::string& camera_id);
+  [[nodiscard]] SourceCapture::MakeSource SourceMaker(const std::string& camera_id);
   [[nodiscard]] std::shared_ptr<std::atomic<std::uint32_t>> CounterOf(const std::string& camera_id);
   [[nodiscard]] std::ptrdiff_t CapturesOf(const std::string& camera_id) const;
   void WaitForLeftovers(const Capture& entry);

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "media/camera/camera_error.h"
-#include "media/camera/picture_size.h"
+#include "media/capture/camera_error.h"
+#include "media/capture/picture_size.h"
 
 namespace movra::media {
 namespace {

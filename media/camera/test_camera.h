@@ -9,8 +9,8 @@
 #include <string>
 #include <variant>
 
-#include "media/camera/camera_source.h"
 #include "media/camera/test_picture.h"
+#include "media/capture/frame_source.h"
 
 namespace movra::media {
 
@@ -34,11 +34,11 @@ struct TestCameraOptions {
 // lossless; 1280x720 at 30 frames per second where nothing else is asked for. Sides are rounded up
 // to even ones and limited to 8192. Frames are numbered from 0, in the sequence number as in the
 // marker, and their time stamps are exact to the rate, also across a change of it.
-class TestCamera final : public CameraSource {
+class TestCamera final : public FrameSource {
  public:
   explicit TestCamera(std::string camera_id);
 
-  // CameraSource
+  // FrameSource
   [[nodiscard]] video::CameraInfo Describe() override;
   [[nodiscard]] video::CameraInfo Open(const CaptureRequest& request) override;
   [[nodiscard]] SourcePolicy Policy() const override;

@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "media/camera/camera_error.h"
 #include "media/camera/frame_marker.h"
+#include "media/capture/camera_error.h"
 
 namespace movra::media {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "media/camera/camera_capture.h"
-#include "media/camera/camera_error.h"
 #include "media/camera/camera_service_for_test.h"
+#include "media/capture/camera_error.h"
+#include "media/capture/source_capture.h"
 
 // Cameras and writers of the application that throw: the process lives, and everybody has an
 // answer.
@@ -23,11 +23,11 @@ void Throw(What what) {
   throw std::runtime_error("no such thing");
 }
 
-class ThrowingSource final : public CameraSource {
+class ThrowingSource final : public FrameSource {
  public:
   ThrowingSource(Thrower thrower, What what) : thrower_(thrower), what_(what) {}
 
-  // CameraSource
+  // FrameSource
   video::CameraInfo Describe() override { return Answer(Thrower::kDescribe); }
   video::CameraInfo Open(const CaptureRequest& /*request*/) override {
     return Answer(Thrower::kOpen);
@@ -111,8 +111,8 @@ TEST_F(ThrowingPartsTest, ALackOfMemoryIsTheReasonThatIsGiven) {
 }
 
 TEST_F(ThrowingPartsTest, AWriterThatThrowsIsLetGoOf) {
-  const auto capture = std::make_shared<CameraCapture>(
-      movra_base::BindOnce([]() -> std::unique_ptr<CameraSource> {
+  const auto capture = std::make_shared<SourceCapture>(
+      movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> {
         return std::make_unique<ScriptedSource>(MakeScript(3));
       }),
       std::make_shared<ThrowingWriter>(), CaptureRequest{}, std::make_shared<CaptureClock>(),

@@ -9,9 +9,9 @@
 
 #include "libyuv/convert.h"
 #include "libyuv/video_common.h"
-#include "media/camera/camera_error.h"
 #include "media/camera/v4l2_devices.h"
 #include "media/camera/v4l2_mode.h"
+#include "media/capture/camera_error.h"
 
 namespace movra::media {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "media/camera/camera_source.h"
 #include "media/camera/v4l2_io.h"
+#include "media/capture/frame_source.h"
 #include "media/frame/frame_pool.h"
 
 struct v4l2_buffer;
@@ -24,12 +24,12 @@ namespace movra::media {
 // larger size asked for later takes effect with the next start.
 //
 // This has been run against a simulated device only, never on a real one: no camera was at hand.
-class V4l2Camera final : public CameraSource {
+class V4l2Camera final : public FrameSource {
  public:
   V4l2Camera(std::string path, std::unique_ptr<V4l2Io> io);
   ~V4l2Camera() override;
 
-  // CameraSource
+  // FrameSource
   [[nodiscard]] video::CameraInfo Describe() override;
   [[nodiscard]] video::CameraInfo Open(const CaptureRequest& request) override;
   [[nodiscard]] SourcePolicy Policy() const override { return {}; }  // Live; it paces itself.

@@ -10,11 +10,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "media/camera/camera_error.h"
-#include "media/camera/clip_for_test.h"
 #include "media/camera/frame_marker.h"
 #include "media/camera/simulated_v4l2_for_test.h"
 #include "media/camera/test_picture.h"
+#include "media/capture/camera_error.h"
+#include "media/file/clip_for_test.h"
 
 namespace movra::media {
 namespace {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "media/camera/camera_source.h"
 #include "media/camera/v4l2_io.h"
+#include "media/capture/frame_source.h"
 #include "video/size.h"
 
 namespace movra::media {

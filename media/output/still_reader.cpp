@@ -5,10 +5,10 @@
 #include <optional>
 #include <utility>
 
-#include "media/camera/av_frame_wrapper.h"
-#include "media/camera/video_container.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
+#include "media/file/av_frame_wrapper.h"
+#include "media/file/video_container.h"
 
 namespace movra::media {
 namespace {

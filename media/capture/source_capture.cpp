@@ -1,0 +1,226 @@
+#include "media/capture/source_capture.h"
+
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "media/capture/call_source.h"
+#include "media/capture/camera_error.h"
+#include "media/capture/detached_thread.h"
+#include "media/capture/fit_frame.h"
+
+namespace movra::media {
+
+using video::CameraInfo;
+using video::FrameDelivery;
+using video::PixelFrame;
+using video::PixelFrameInfo;
+using video::StreamEnd;
+using video::TrackWriteResult;
+
+namespace {
+
+constexpr char kWhose[] = "The camera of a capture";
+
+CameraInfo Failure(CameraError error) {
+  CameraInfo info;
+  info.error_code = static_cast<std::int32_t>(error);
+  return info;
+}
+
+}  // namespace
+
+SourceCapture::SourceCapture(MakeSource make_source,
+                             std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                             const CaptureRequest& request,
+                             std::shared_ptr<const CaptureClock> clock,
+                             std::shared_ptr<std::atomic<std::uint32_t>> delivered)
+    : clock_(std::move(clock)),
+      delivered_(std::move(delivered)),
+      gate_(std::move(writer)),
+      request_(request),
+      make_source_(std::move(make_source)) {}
+
+void SourceCapture::WaitFor(Release& earlier) {
+  {
+    const std::lock_guard lock(mutex_);
+    ++earlier_ones_;
+  }
+  earlier.Then([weak_this = weak_from_this()] {
+    const auto self = weak_this.lock();
+    if (self == nullptr) return;
+    {
+      const std::lock_guard lock(self->mutex_);
+      --self->earlier_ones_;
+    }
+    self->wake_.notify_all();
+  });
+}
+
+bool SourceCapture::Start(OpenedCallback on_opened) {
+  return StartDetachedThread("capture", movra_base::BindOnce([self = shared_from_this(),
+                                                              on_opened = std::move(on_opened)] {
+                               self->Run(on_opened);
+                             }));
+}
+
+void SourceCapture::Stop() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  wake_.notify_all();
+  gate_.Shut();
+  source_.Interrupt();
+}
+
+void SourceCapture::SetRequest(const CaptureRequest& request) {
+  const std::lock_guard lock(mutex_);
+  request_ = request;
+}
+
+CaptureRequest SourceCapture::request() const {
+  const std::lock_guard lock(mutex_);
+  return request_;
+}
+
+bool SourceCapture::IsStopping() const {
+  const std::lock_guard lock(mutex_);
+  return stopping_;
+}
+
+void SourceCapture::Run(const OpenedCallback& on_opened) {
+  const CameraInfo info = Open();
+  if (!IsStopping()) on_opened(info);
+  if (info.error_code == 0) Play();
+  source_.Take().reset();
+  camera_let_go_.Done();
+}
+
+CameraInfo SourceCapture::Open() {
+  if (!WaitForEarlierOnes()) return Failure(CameraError::kBusy);
+  CameraInfo info = Failure(CameraError::kNoSuchCamera);
+  const CameraError thrown = CallSource(kWhose, CameraError::kCannotOpen, [&] {
+    source_.Put(std::move(make_source_).Run());
+    FrameSource* const source = source_.get();
+    if (source == nullptr) return;
+    info = source->Open(request());
+    if (info.error_code == 0) policy_ = source->Policy();
+  });
+  return thrown == CameraError::kNone ? info : Failure(thrown);
+}
+
+void SourceCapture::Play() {
+  const bool waits_for_room = policy_.delivery == FrameDelivery::kLossless;
+  if (waits_for_room) {
+    // The gate removes it before the capture can go.
+    gate_.SetRoomCallback([this] {
+      {
+        const std::lock_guard lock(mutex_);
+        room_made_ = true;
+      }
+      wake_.notify_all();
+    });
+  }
+  ReadUntilTheEnd();
+  if (waits_for_room) gate_.SetRoomCallback({});
+}
+
+void SourceCapture::ReadUntilTheEnd() {
+  while (!IsStopping()) {
+    SourceItem item = Read(request());
+    const auto* const source_frame = std::get_if<SourceFrame>(&item);
+    // Nobody will see it; an interrupted source may call it an end, but a stream that is stopped
+    // has none.
+    if (IsStopping()) {
+      if (source_frame != nullptr) gate_.CountUnwritten(FrameFate::kStopped);
+      return;
+    }
+    if (auto* const end = std::get_if<StreamEnd>(&item)) {
+      gate_.WriteEnd(*end);
+      return;
+    }
+    if (source_frame == nullptr) continue;
+    // As it is now: the source may have taken its time.
+    const CaptureRequest now = request();
+    rate_.SetRate({now.frame_rate, 1});
+    if (!rate_.Keep(source_frame->frame.info().timestamp)) {
+      ++dropped_to_rate_;
+      gate_.CountUnwritten(FrameFate::kDroppedToRate);
+      continue;
+    }
+    PixelFrame frame = FitFrame(*source_frame, now.size, pool_);
+    item = {};  // So that the reader may find itself the only owner.
+    if (!frame) {
+      gate_.CountUnwritten(FrameFate::kNotMade);
+    } else if (!Deliver(std::move(frame))) {
+      return;
+    }
+  }
+}
+
+SourceItem SourceCapture::Read(const CaptureRequest& asked) {
+  SourceItem item;
+  const CameraError thrown =
+      CallSource(kWhose, CameraError::kReadFailed, [&] { item = source_.get()->Read(asked); });
+  if (thrown == CameraError::kNone) return item;
+  return StreamEnd{.error_code = static_cast<std::int32_t>(thrown),
+                   .reason = CameraErrorToString(thrown)};
+}
+
+bool SourceCapture::WaitForEarlierOnes() {
+  std::unique_lock lock(mutex_);
+  const CaptureClock::TimePoint deadline = clock_->Now() + kLongestTurn;
+  while (!stopping_ && earlier_ones_ > 0 && clock_->Now() < deadline) {
+    clock_->WaitUntil(lock, wake_, deadline);
+  }
+  return !stopping_ && earlier_ones_ == 0;
+}
+
+bool SourceCapture::Deliver(PixelFrame frame) {
+  PixelFrameInfo info = frame.info();
+  const bool is_lossless = policy_.delivery == FrameDelivery::kLossless;
+  if ((policy_.paced && !WaitForTurn(info.timestamp)) || (is_lossless && !WaitForRoom())) {
+    gate_.CountUnwritten(FrameFate::kStopped);
+    return false;
+  }
+  info.delivery = policy_.delivery;
+  // Frames dropped to the asked rate are no losses, so they leave no gap.
+  info.sequence -= dropped_to_rate_;
+  if (info.capture_time.count() == 0) {
+    info.capture_time = std::chrono::steady_clock::now().time_since_epoch();
+  }
+  frame = frame.WithInfo(info);
+  const TrackWriteResult result = gate_.Write(std::move(frame));
+  if (result == TrackWriteResult::kAccepted || result == TrackWriteResult::kReplacedOlder) {
+    delivered_->fetch_add(1, std::memory_order_relaxed);
+  }
+  return result != TrackWriteResult::kClosed;
+}
+
+bool SourceCapture::WaitForTurn(std::chrono::nanoseconds timestamp) {
+  std::unique_lock lock(mutex_);
+  if (!pacing_) {
+    pacing_ = true;
+    pace_origin_ = clock_->Now() - timestamp;
+  }
+  const CaptureClock::TimePoint due = pace_origin_ + timestamp;
+  while (!stopping_ && clock_->Now() < due) clock_->WaitUntil(lock, wake_, due);
+  return !stopping_;
+}
+
+bool SourceCapture::WaitForRoom() {
+  for (;;) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (stopping_) return false;
+      room_made_ = false;
+    }
+    // Asked without the lock, and after the flag was lowered: room made meanwhile raises it again.
+    if (gate_.HasRoom()) return true;
+    std::unique_lock lock(mutex_);
+    wake_.wait(lock, [this] { return stopping_ || room_made_; });
+  }
+}
+
+}  // namespace movra::media
