@@ -11,15 +11,16 @@
 #include "app/duration_text.h"
 #include "app/exit_codes.h"
 #include "app/frame_rate.h"
-#include "app/number_text.h"
 #include "app/picture_text.h"
+#include "app/source_words.h"
+#include "media/text/number_text.h"
 
 namespace movra::app {
 namespace {
 
 // The words as they were typed, before anything is read into them.
 struct RunWords {
-  std::string camera = "test:";
+  SourceWords source;
   std::string mode;
   std::string size;
   std::string frame_rate;
@@ -30,10 +31,6 @@ struct RunWords {
   std::string threads;
   std::string log_level = "error";
   std::string stats;
-  bool once = false;
-  bool loop = false;
-  bool realtime = false;
-  bool fast = false;
   bool no_contact_sheet = false;
   bool force = false;
   bool quiet = false;
@@ -43,21 +40,24 @@ struct RunWords {
 void AddRun(CLI::App& app, RunWords& words) {
   CLI::App* const run = app.add_subcommand("run", kRunDescription);
   run->footer(RunFooter);
-  const auto option = [&](const char* name, std::string& word, const char* type, const char* text,
-                          const char* group) {
+  const auto option = [&](const char* name, std::string& word, const char* type,
+                          const std::string& text, const char* group) {
     run->add_option(name, word, text)->type_name(type)->group(group);
   };
   const auto flag = [&](const char* name, bool& word, const char* text, const char* group) {
     run->add_flag(name, word, text)->group(group);
   };
-  option("--camera", words.camera, "ID", kCameraText, kSourceGroup);
+  SourceWords& source = words.source;
+  run->add_option("FILE", source.place, kPlaceText)->type_name("");
+  option("--source,--camera", source.id, "ID", SourceText(), kSourceGroup);
+  option("--start", source.start, "T", kStartText, kSourceGroup);
   option("--mode", words.mode, "0..3", kModeText, kSourceGroup);
   option("--size", words.size, "WxH", kSizeText, kSourceGroup);
   option("--fps", words.frame_rate, "RATE", kFrameRateText, kSourceGroup);
-  flag("--once", words.once, kOnceText, kSourceGroup);
-  flag("--loop", words.loop, kLoopText, kSourceGroup);
-  flag("--realtime", words.realtime, kRealtimeText, kSourceGroup);
-  flag("--fast", words.fast, kFastText, kSourceGroup);
+  flag("--once", source.once, kOnceText, kSourceGroup);
+  flag("--loop", source.loop, kLoopText, kSourceGroup);
+  flag("--realtime", source.realtime, kRealtimeText, kSourceGroup);
+  flag("--fast", source.fast, kFastText, kSourceGroup);
   option("--duration", words.duration, "T", kDurationText, kSourceGroup);
   option("--big", words.big, "SPEC", kBigText, kStreamGroup);
   option("--small", words.small, "SPEC", kSmallText, kStreamGroup);
@@ -82,7 +82,7 @@ std::optional<Failure> Read(const char* option, const std::string& word, Parse p
 }
 
 Result<video::ProducerMode> ParseMode(std::string_view text) {
-  const std::optional<std::int64_t> number = ParseWhole(text);
+  const std::optional<std::int64_t> number = media::ParseWhole(text);
   if (!number || *number > 3) {
     return Failure{ExitCode::kMalformed, "'" + std::string(text) + "' is not a mode; use 0 to 3"};
   }
@@ -91,7 +91,7 @@ Result<video::ProducerMode> ParseMode(std::string_view text) {
 
 Result<std::int32_t> ParseThreads(std::string_view text) {
   constexpr std::int64_t kMost = 64;
-  const std::optional<std::int64_t> number = ParseWhole(text);
+  const std::optional<std::int64_t> number = media::ParseWhole(text);
   if (!number || *number > kMost) {
     return Failure{ExitCode::kMalformed,
                    "'" + std::string(text) + "' is not a number of threads; use 0 to 64"};
@@ -125,15 +125,6 @@ std::optional<Failure> Contradiction(std::string text) {
 }
 
 std::optional<Failure> FindContradiction(const RunWords& words, const RunOptions& options) {
-  if (words.once && words.loop) return Contradiction("--once and --loop exclude each other");
-  if (words.realtime && words.fast) {
-    return Contradiction("--realtime and --fast exclude each other");
-  }
-  const bool is_file = options.source_file().has_value();
-  if (!is_file && (words.loop || words.fast)) {
-    return Contradiction(std::string(words.loop ? "--loop" : "--fast") + " is for video files; '" +
-                         options.camera_id + "' is live. Give the file as --camera file:PATH");
-  }
   if (options.size && !words.mode.empty() && options.mode != video::ProducerMode::kOwnSize) {
     return Contradiction("--size is the size asked of the camera and means --mode 3; in mode " +
                          words.mode + " that size follows from the big stream. Leave one out");
@@ -146,12 +137,14 @@ std::optional<Failure> FindContradiction(const RunWords& words, const RunOptions
 
 Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
   RunOptions options;
-  options.camera_id = words.camera;
-  if (words.camera.empty()) {
-    return Failure{ExitCode::kUnknownCamera,
-                   "--camera: the name is empty; use test:, file:PATH or /dev/videoN"};
-  }
   const auto given = [&](const char* option) { return run.count(option) > 0; };
+  SourceWords source_words = words.source;
+  source_words.has_id = given("--source");
+  source_words.has_place = given("FILE");
+  source_words.has_start = given("--start");
+  const auto source = ReadSource(source_words);
+  if (const Failure* const wrong = FailureOf(source)) return *wrong;
+  options.source = ValueOf(source);
   std::optional<Failure> failure;
   const auto read = [&](const char* option, const std::string& word, auto parse, auto& field) {
     if (!failure && given(option)) failure = Read(option, word, parse, field);
@@ -170,8 +163,6 @@ Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
   if (failure) return *failure;
 
   if (options.size) options.mode = video::ProducerMode::kOwnSize;
-  if (words.once || words.loop) options.loop = words.loop;
-  if (words.realtime || words.fast) options.realtime = words.realtime;
   options.contact_sheet = !words.no_contact_sheet;
   options.force = words.force;
   options.quiet = words.quiet;
@@ -193,9 +184,7 @@ Failure UsageFailure(const CLI::App& app, const CLI::ParseError& error) {
     text = "unknown command '" + extra.front() + "'; use run or devices";
   } else if (!extra.empty()) {
     text = "unexpected '" + extra.front() + "'";
-    if (subcommands.front()->get_name() == "run") {
-      text += "; a video file is given as --camera file:" + extra.front();
-    }
+    if (subcommands.front()->get_name() == "run") text += "; a run has one source";
   } else if (subcommands.empty()) {
     text = "a command is missing; use run or devices";
   }

@@ -32,20 +32,19 @@ Failure FailureOfWords(const Words& words) {
 
 TEST(Cli, ARunWithoutOptionsIsTheTestCameraAndLeavesTheRestToTheSource) {
   const RunOptions options = RunOf({});
-  EXPECT_EQ(options.camera_id, "test:");
+  EXPECT_EQ(options.source, "test:");
   EXPECT_FALSE(options.mode);
   EXPECT_EQ(options.big, StreamSpec{});
   EXPECT_EQ(options.small, StreamSpec{});
-  EXPECT_FALSE(options.size || options.frame_rate || options.loop || options.realtime ||
-               options.duration || options.out_directory || options.encoder_threads ||
-               options.stats);
+  EXPECT_FALSE(options.size || options.frame_rate || options.duration || options.out_directory ||
+               options.encoder_threads || options.stats);
   EXPECT_TRUE(options.contact_sheet);
   EXPECT_FALSE(options.force || options.quiet || options.log_filter);
   EXPECT_EQ(options.log_level, movra_logging::kLogLevelError);
 }
 
 TEST(Cli, EveryOptionOfARunIsRead) {
-  const RunOptions options = RunOf({"--camera",
+  const RunOptions options = RunOf({"--source",
                                     "file:a b.mp4",
                                     "--mode",
                                     "1",
@@ -71,13 +70,11 @@ TEST(Cli, EveryOptionOfARunIsRead) {
                                     "--threads",
                                     "0",
                                     "--no-contact-sheet"});
-  EXPECT_EQ(options.source_file(), "a b.mp4");
+  EXPECT_EQ(options.source, "file:a b.mp4?loop&realtime");
   EXPECT_EQ(options.mode, video::ProducerMode::kEncodeSize);
   EXPECT_EQ(options.frame_rate, (FrameRate{25, 1}));
   EXPECT_EQ(options.big.size, (video::Size{640, 360}));
   EXPECT_TRUE(options.small.off);
-  EXPECT_EQ(options.loop, true);
-  EXPECT_EQ(options.realtime, true);
   EXPECT_EQ(options.duration, std::chrono::seconds(90));
   EXPECT_EQ(options.out_directory, "here");
   EXPECT_EQ(options.encoder_threads, 0);
@@ -90,9 +87,7 @@ TEST(Cli, EveryOptionOfARunIsRead) {
 }
 
 TEST(Cli, OnceAndFastAreTheOppositesOfLoopAndRealtime) {
-  const RunOptions options = RunOf({"--camera", "file:a.mp4", "--once", "--fast"});
-  EXPECT_EQ(options.loop, false);
-  EXPECT_EQ(options.realtime, false);
+  EXPECT_EQ(RunOf({"--source", "file:a.mp4", "--once", "--fast"}).source, "file:a.mp4");
 }
 
 TEST(Cli, ASizeMeansTheModeThatTakesIt) {
@@ -114,17 +109,20 @@ TEST(Cli, DevicesTakesOneFlag) {
 TEST(Cli, TheHelpTeaches) {
   const auto run = std::get<PrintText>(ValueOf(ParseCommandLine({"run", "--help"}))).text;
   for (const char* option :
-       {"--camera", "--mode", "--size", "--fps", "--once", "--loop", "--realtime", "--fast",
-        "--duration", "--big", "--small", "--out", "--threads", "--no-contact-sheet", "--force",
-        "--quiet", "--stats", "--log-level", "--log-filter"}) {
+       {"--source", "--start", "--mode",     "--size",      "--fps",
+        "--once",   "--loop",  "--realtime", "--fast",      "--duration",
+        "--big",    "--small", "--out",      "--threads",   "--no-contact-sheet",
+        "--force",  "--quiet", "--stats",    "--log-level", "--log-filter"}) {
     EXPECT_THAT(run, HasSubstr(option));
   }
+  EXPECT_THAT(run, HasSubstr("file:PATH  a video file or a named pipe"));
+  EXPECT_THAT(run, HasSubstr("?loop&realtime&start=T"));
   EXPECT_THAT(run, HasSubstr("Examples:"));
   EXPECT_THAT(run, HasSubstr("  10  no such video file"));
   EXPECT_THAT(run, HasSubstr("1280x720@30,1500k,talk.mp4"));
   EXPECT_EQ(run.find("Examples:"), run.rfind("Examples:"));
   const auto whole = std::get<PrintText>(ValueOf(ParseCommandLine({"--help"}))).text;
-  EXPECT_THAT(whole, HasSubstr("movra-producer run --camera file:talk.mp4"));
+  EXPECT_THAT(whole, HasSubstr("movra-producer run talk.mp4"));
   EXPECT_THAT(whole, HasSubstr("devices"));
 }
 
@@ -166,19 +164,19 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{{"run", "--frobnicate"},
             ExitCode::kUsage,
             "unknown option '--frobnicate'; see movra-producer run --help"},
-        Bad{{"run", "clip.mp4"},
+        Bad{{"run", "a.mp4", "b.mp4"},
             ExitCode::kUsage,
-            "unexpected 'clip.mp4'; a video file is given as --camera file:clip.mp4"},
+            "unexpected 'b.mp4'; a run has one source"},
         Bad{{"devices", "all"}, ExitCode::kUsage, "unexpected 'all'; see movra-producer devices"},
         Bad{{"devices", "--jsn"}, ExitCode::kUsage, "unknown option '--jsn'"},
         Bad{{"run", "--big"}, ExitCode::kUsage, "--big"},
         Bad{{"run", "--big", "@30", "--big", "@15"}, ExitCode::kUsage, "--big"},
         Bad{{"run", "--loop=maybe"}, ExitCode::kUsage, "--loop"},
-        Bad{{"run", "--camera", ""}, ExitCode::kUnknownCamera, "--camera: the name is empty"},
+        Bad{{"run", "--source", ""}, ExitCode::kUnknownCamera, "--source: the name is empty"},
         Bad{{"run", "--once", "--loop"}, ExitCode::kContradiction, "--once and --loop"},
         Bad{{"run", "--realtime", "--fast"}, ExitCode::kContradiction, "--realtime and --fast"},
         Bad{{"run", "--fast"}, ExitCode::kContradiction, "--fast is for video files; 'test:'"},
-        Bad{{"run", "--camera", "/dev/video0", "--loop"},
+        Bad{{"run", "--source", "/dev/video0", "--loop"},
             ExitCode::kContradiction,
             "--loop is for video files; '/dev/video0' is live"},
         Bad{{"run", "--size", "640x360", "--mode", "1"},

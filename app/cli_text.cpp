@@ -2,9 +2,25 @@
 
 #include "app/exit_codes.h"
 #include "app/version.h"
+#include "media/sources/source_kinds.h"
 #include "video/producer/video_producer2.h"
 
 namespace movra::app {
+
+std::string SourceText() {
+  std::string text;
+  for (const media::SourceKind& kind : media::SourceKinds()) {
+    if (!text.empty()) text += "\n";
+    text += std::string(kind.form) + "  " + std::string(kind.help);
+    if (kind.prefix == "test:") text += " (default)";
+    std::string options;
+    for (const media::SourceOptionKind& option : kind.options) {
+      options += (options.empty() ? "\n  ?" : "&") + option.Form();
+    }
+    text += options;
+  }
+  return text;
+}
 
 std::string RunFooter() {
   return "SPEC is [WxH][@RATE][,BITRATE][,FILE], each piece optional, or off; the comma of a "
@@ -22,11 +38,11 @@ std::string RunFooter() {
          "like its natural end: everything is written and plays. A second one ends it at once.\n"
          "\n"
          "Examples:\n"
-         "  movra-producer run --camera file:talk.mp4\n"
-         "  movra-producer run --camera file:talk.mp4 --big 1920x1080,4M --small off\n"
+         "  movra-producer run talk.mp4\n"
+         "  movra-producer run talk.mp4 --big 1920x1080,4M --small off\n"
          "  movra-producer run --duration 10s --out /tmp/trial --force\n"
-         "  movra-producer run --camera file:talk.mp4 --big - --small off | ffplay -\n"
-         "  movra-producer run --camera file:talk.mp4 --quiet --stats - | jq .streams\n"
+         "  movra-producer run talk.mp4 --big - --small off | ffplay -\n"
+         "  movra-producer run talk.mp4 --quiet --stats - | jq .streams\n"
          "\n"
          "Exit codes:\n" +
          ExitCodeHelp();

@@ -12,21 +12,22 @@ inline constexpr char kProgramDescription[] =
 
 inline constexpr char kProgramFooter[] =
     "Examples:\n"
-    "  movra-producer run --camera file:talk.mp4\n"
+    "  movra-producer run talk.mp4\n"
     "  movra-producer devices\n"
     "  movra-producer run --help        all options, more examples, exit codes\n";
 
 inline constexpr char kRunDescription[] = "Encode a video or a camera into two streams";
-inline constexpr char kDevicesDescription[] = "List the cameras that --camera takes";
+inline constexpr char kDevicesDescription[] = "List the cameras that --source takes";
 inline constexpr char kDevicesJsonText[] = "As a JSON array, for programs";
 
 inline constexpr char kSourceGroup[] = "Source";
 inline constexpr char kStreamGroup[] = "Streams";
 inline constexpr char kReportGroup[] = "Reports";
 
-inline constexpr char kCameraText[] =
-    "test: (a moving test picture; this is the default),\n"
-    "file:PATH (a video file or a named pipe) or /dev/videoN";
+inline constexpr char kPlaceText[] =
+    "The video to encode; - is standard input. Any ID may\n"
+    "stand here too";
+inline constexpr char kStartText[] = "Play a file from then on: 10s, 1m30s, 1.5s, 500ms ...";
 inline constexpr char kModeText[] =
     "How the size asked of the camera follows from the big\n"
     "stream's: 0, 2 limited to 1920x1080, 1 as it is,\n"
@@ -69,6 +70,9 @@ inline constexpr char kStatsText[] =
     "if it begins with a slash";
 inline constexpr char kLogLevelText[] = "off, error (default), warning or info";
 inline constexpr char kLogFilterText[] = "Leave out log lines whose numbers have not changed";
+
+// What --source takes: the kinds of source, from their table.
+[[nodiscard]] std::string SourceText();
 
 // SPEC, examples and exit codes.
 [[nodiscard]] std::string RunFooter();

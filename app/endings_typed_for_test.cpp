@@ -13,7 +13,7 @@ std::vector<Ending> NotUnderstood() {
       {"UnknownCommand", {"play"}, 2, "unknown command 'play'"},
       {"UnknownOption", {"run", "--frobnicate"}, 2, "unknown option '--frobnicate'"},
       {"UnknownOptionOfDevices", {"devices", "--xml"}, 2, "unknown option '--xml'"},
-      {"StrayWord", {"run", "talk.mp4"}, 2, "given as --camera file:talk.mp4"},
+      {"StrayWord", {"run", "talk.mp4", "again.mp4"}, 2, "unexpected 'again.mp4'; a run has one"},
       {"MissingValue", {"run", "--big"}, 2, "--big"},
       {"OptionTwice", {"run", "--big", "@30", "--big", "@20"}, 2, "--big"},
       {"OnceAndLoop", {"run", "--camera", clip, "--once", "--loop"}, 3, "--once and --loop"},

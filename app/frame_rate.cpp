@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-#include "app/number_text.h"
+#include "media/text/number_text.h"
 
 namespace movra::app {
 namespace {
@@ -30,7 +30,7 @@ std::optional<FrameRate> TelevisionRate(double number, std::size_t digits) {
 }
 
 std::optional<FrameRate> ReadDecimal(std::string_view text) {
-  const std::optional<double> number = ParseDecimal(text);
+  const std::optional<double> number = media::ParseDecimal(text);
   if (!number) return std::nullopt;
   // Whatever it is exactly, it is out of range.
   if (*number > kGreatestFrameRate) return FrameRate{kGreatestFrameRate + 1, 1};
@@ -44,8 +44,8 @@ std::optional<FrameRate> ReadDecimal(std::string_view text) {
 std::optional<FrameRate> ReadRate(std::string_view text) {
   const std::size_t slash = text.find('/');
   if (slash == std::string_view::npos) return ReadDecimal(text);
-  const auto numerator = ParseWhole(text.substr(0, slash));
-  const auto denominator = ParseWhole(text.substr(slash + 1));
+  const auto numerator = media::ParseWhole(text.substr(0, slash));
+  const auto denominator = media::ParseWhole(text.substr(slash + 1));
   constexpr std::int64_t kGreatest = std::numeric_limits<std::int32_t>::max();
   if (!numerator || !denominator || *denominator == 0) return std::nullopt;
   if (std::max(*numerator, *denominator) > kGreatest) return std::nullopt;

@@ -142,7 +142,9 @@ Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
   }
   if (!files.stats.empty()) outputs.push_back({"--stats", files.stats});
   if (!files.contact_sheet.empty()) outputs.push_back({"contact sheet", files.contact_sheet});
-  if (const auto failure = FindClash(outputs, options.source_file())) return *failure;
+  const auto source = options.source_file();
+  const auto source_path = source ? std::optional(source->path) : std::nullopt;
+  if (const auto failure = FindClash(outputs, source_path)) return *failure;
   for (const Output& output : outputs) {
     if (const auto failure = WhyNotWritableFile(output, options.force)) return *failure;
   }

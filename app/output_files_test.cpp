@@ -155,7 +155,7 @@ TEST_F(OutputFilesTest, TheStatsMayNotGoIntoAStream) {
 }
 
 TEST_F(OutputFilesTest, TheSourceIsNeverOverwrittenNotEvenByForce) {
-  options_.camera_id = "file:" + temporary_.Write("talk.mp4", "x");
+  options_.source = "file:" + temporary_.Write("talk.mp4", "x");
   options_.force = true;
   Big("../talk.mp4");
   const Failure failure = Refused();

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "app/number_text.h"
+#include "media/text/number_text.h"
 
 namespace movra::app {
 namespace {
@@ -32,8 +32,8 @@ std::optional<Failure> SideFailure(std::string_view size, const char* name, std:
 
 bool LooksLikeSize(std::string_view text) {
   const std::size_t cross = text.find_first_of("xX");
-  return cross != std::string_view::npos && ParseWhole(text.substr(0, cross)) &&
-         ParseWhole(text.substr(cross + 1));
+  return cross != std::string_view::npos && media::ParseWhole(text.substr(0, cross)) &&
+         media::ParseWhole(text.substr(cross + 1));
 }
 
 Result<video::Size> ParseSize(std::string_view text) {
@@ -41,8 +41,8 @@ Result<video::Size> ParseSize(std::string_view text) {
     return Failure{ExitCode::kMalformed, Quoted(text) + " is not a size; write 1280x720"};
   }
   const std::size_t cross = text.find_first_of("xX");
-  const std::int64_t width = *ParseWhole(text.substr(0, cross));
-  const std::int64_t height = *ParseWhole(text.substr(cross + 1));
+  const std::int64_t width = *media::ParseWhole(text.substr(0, cross));
+  const std::int64_t height = *media::ParseWhole(text.substr(cross + 1));
   if (const auto failure = SideFailure(text, "width", width)) return *failure;
   if (const auto failure = SideFailure(text, "height", height)) return *failure;
   return video::Size{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
@@ -52,7 +52,7 @@ bool LooksLikeBitrate(std::string_view text) {
   if (!text.empty() && std::string_view("kKmM").find(text.back()) != std::string_view::npos) {
     text.remove_suffix(1);
   }
-  return ParseDecimal(text).has_value();
+  return media::ParseDecimal(text).has_value();
 }
 
 Result<std::int32_t> ParseBitrate(std::string_view text) {
@@ -62,7 +62,7 @@ Result<std::int32_t> ParseBitrate(std::string_view text) {
   }
   const char unit = text.back();
   const double factor = unit == 'k' || unit == 'K' ? 1e3 : unit == 'm' || unit == 'M' ? 1e6 : 1;
-  const double number = *ParseDecimal(factor == 1 ? text : text.substr(0, text.size() - 1));
+  const double number = *media::ParseDecimal(factor == 1 ? text : text.substr(0, text.size() - 1));
   const std::string right = "; a bit rate is 10k to 500M, as in 1500k";
   if (number == 0) return Failure{ExitCode::kZero, "the bit rate is 0" + right};
   const double bitrate = std::round(number * factor);

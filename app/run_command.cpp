@@ -1,5 +1,7 @@
 #include "app/run_command.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -10,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "app/camera_failure.h"
 #include "app/console_log_sink.h"
 #include "app/frame_rate.h"
 #include "app/output_files.h"
@@ -18,6 +19,8 @@
 #include "app/run_report.h"
 #include "app/run_session.h"
 #include "app/signal_watcher.h"
+#include "app/source_failure.h"
+#include "app/source_words.h"
 #include "app/stall_watch.h"
 #include "app/stream_plan.h"
 #include "app/whole_file.h"
@@ -45,10 +48,16 @@ std::optional<Failure> FindRefusal(const RunOptions& options) {
                    "this build has no H.264 encoder: it was made without libx264 and FFmpeg's "
                    "libraries. Build again with -DMOVRA_WITH_GPL=ON"};
   }
-  const auto path = options.source_file();
-  if (!path || !options.loop.value_or(false) || !IsPipe(*path)) return std::nullopt;
+  const auto file = options.source_file();
+  if (!file) return std::nullopt;
+  if (file->path == kStandardInput && isatty(STDIN_FILENO) != 0) {
+    return Failure{ExitCode::kUnreadable,
+                   "standard input is a terminal; let a program write a video into it, as in "
+                   "cat talk.mp4 | movra-producer run -"};
+  }
+  if (!file->playback.loop || !IsPipe(file->path)) return std::nullopt;
   return Failure{ExitCode::kContradiction,
-                 "--loop is for video files; '" + *path +
+                 "--loop is for video files; '" + file->path +
                      "' is a pipe, and what came through it is gone. Give a file, or leave "
                      "--loop out"};
 }
@@ -62,19 +71,16 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
   if (!core::ServiceCenter::Instance().GetService(video::kCameraServiceId, cameras)) {
     return Failure{ExitCode::kNotBuilt, "this build has no camera service"};
   }
-  video::PlaybackParams playback;
-  playback.loop = options.loop.value_or(false);
-  playback.realtime = options.realtime.value_or(false);
-  cameras->SetPlaybackParams(options.camera_id, playback);
   // The answer may come when nobody waits for it any more.
   const auto found = std::make_shared<std::optional<video::CameraInfo>>();
-  cameras->DescribeCamera(options.camera_id,
+  cameras->DescribeCamera(options.source,
                           movra_base::BindOnce([found, &loop](video::CameraInfo info) {
                             *found = std::move(info);
                             loop.Quit();
                           }));
   const auto is_late = std::make_shared<bool>(false);
-  if (options.duration && options.source_file() && options.realtime.value_or(false)) {
+  const auto file = options.source_file();
+  if (options.duration && file && file->playback.realtime) {
     loop.PostDelayed(movra_base::BindOnce([found, is_late, &loop] {
                        if (*found) return;
                        *is_late = true;
@@ -90,12 +96,12 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
   }
   loop.Run();
   if (*is_late) {
-    return Failure{ExitCode::kNoFrames, "nothing came from " + options.camera_id +
+    return Failure{ExitCode::kNoFrames, "nothing came from " + SourceName(options.source) +
                                             " within --duration; give it more time, or another "
                                             "source"};
   }
   if (*found && (*found)->error_code != 0) {
-    return CameraStartFailure(options.camera_id, (*found)->error_code, (*found)->error_text);
+    return SourceStartFailure(options.source, (*found)->error_code, (*found)->error_text);
   }
   return *found;
 }

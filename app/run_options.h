@@ -11,23 +11,20 @@
 #include "app/frame_rate.h"
 #include "app/stream_spec.h"
 #include "logging/log_sink.h"
+#include "media/sources/source_kinds.h"
 #include "video/size.h"
 #include "video/video_types.h"
 
 namespace movra::app {
 
-inline constexpr char kFilePrefix[] = "file:";
-
 // A field that is absent was not typed and follows from the source.
 struct RunOptions {
-  std::string camera_id = "test:";
+  std::string source = "test:";  // An id (media/sources/source_kinds.h).
   std::optional<video::ProducerMode> mode;
   std::optional<video::Size> size;  // With mode kOwnSize only.
   std::optional<FrameRate> frame_rate;
   StreamSpec big;
   StreamSpec small;
-  std::optional<bool> loop;
-  std::optional<bool> realtime;
   std::optional<std::chrono::nanoseconds> duration;
   std::optional<std::string> out_directory;
   std::optional<std::int32_t> encoder_threads;  // For each stream; 0: as many as the library likes.
@@ -38,10 +35,9 @@ struct RunOptions {
   bool log_filter = false;
   std::optional<std::string> stats;  // "-" is standard output.
 
-  // The path of a video file that is the source; absent for other cameras.
-  [[nodiscard]] std::optional<std::string> source_file() const {
-    if (camera_id.rfind(kFilePrefix, 0) != 0) return std::nullopt;
-    return camera_id.substr(sizeof kFilePrefix - 1);
+  // The video file or pipe that is the source; absent for others.
+  [[nodiscard]] std::optional<media::PlayedFileId> source_file() const {
+    return media::ParseFileSourceId(source);
   }
 };
 

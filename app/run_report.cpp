@@ -118,8 +118,8 @@ std::string LongWaitText(const StreamReport& stream) {
 Json SourceJson(const RunReport& report) {
   const video::CameraInfo& source = report.source;
   return {
-      {"camera", report.camera_id},
-      {"is_file", source.is_file},
+      {"camera", report.source_id},
+      {"is_file", media::ParseFileSourceId(report.source_id).has_value()},
       {"width_px", source.natural_size.width},
       {"height_px", source.natural_size.height},
       {"frame_rate_fps", source.rate_denominator > 0

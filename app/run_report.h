@@ -45,7 +45,7 @@ struct StreamReport {
 };
 
 struct RunReport {
-  std::string camera_id;
+  std::string source_id;
   video::CameraInfo source;
   Ending ending = Ending::kSourceEnded;
   std::optional<Failure> failure;

@@ -47,8 +47,7 @@ StreamReport Stream(video::VideoStreamType type, video::Size size, std::uint64_t
 
 RunReport Report() {
   RunReport report;
-  report.camera_id = "file:talk.mp4";
-  report.source.is_file = true;
+  report.source_id = "file:talk.mp4";
   report.source.natural_size = {1920, 1080};
   report.source.rate_numerator = 30000;
   report.source.rate_denominator = 1001;
@@ -269,7 +268,7 @@ TEST(RunReport, AFailureIsInTheFiguresWithItsCode) {
 
 TEST(RunReport, ANameThatIsNotUtf8DoesNotBreakTheFigures) {
   RunReport report = Report();
-  report.camera_id = "file:\xff.mp4";
+  report.source_id = "file:\xff.mp4";
   EXPECT_TRUE(nlohmann::json::accept(StatsJson(report)));
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/camera_failure.h"
+#include "app/source_failure.h"
 #include "base/once_callback.h"
 #include "logging/log_identity.h"
 #include "video/capture_params.h"
@@ -30,14 +30,9 @@ constexpr std::chrono::milliseconds kInterruptPatience{1000};
 
 // Media time of the whole run, if it is known.
 std::optional<nanoseconds> TotalTime(const RunOptions& options, const video::CameraInfo& source) {
-  const bool has_end = source.duration.count() > 0 && !options.loop.value_or(false);
+  const bool has_end = source.duration.count() > 0 && source.traits.has_end;
   if (!has_end) return options.duration;
   return options.duration ? std::min(*options.duration, source.duration) : source.duration;
-}
-
-// Whether the clock, not the frames, says when the duration is over.
-bool IsPaced(const RunOptions& options, const video::CameraInfo& source) {
-  return !source.is_file || options.realtime.value_or(false);
 }
 
 video::EncodeParams ParamsOf(const StreamPlan& plan, const RunOptions& options) {
@@ -71,9 +66,10 @@ RunSession::RunSession(const RunSetting& setting)
     : setting_(setting),
       account_(media::FrameAccount::Of(kTrace)),
       progress_(TotalTime(setting.options, setting.source)) {
-  report_.camera_id = setting.options.camera_id;
+  report_.source_id = setting.options.source;
   report_.source = setting.source;
-  report_.paced = IsPaced(setting.options, setting.source);
+  // Then the clock, and not the frames, says when the duration is over.
+  report_.paced = setting.source.traits.keeps_time;
   for (std::size_t i = 0; i < setting.plan.streams.size(); ++i) {
     report_.streams.push_back({setting.plan.streams[i], setting.files.streams[i], {}, {}});
   }
@@ -147,7 +143,7 @@ void RunSession::StartEncoders() {
 void RunSession::StartCapture() {
   const RunOptions& options = setting_.options;
   video::CameraParams params;
-  params.camera_id = options.camera_id;
+  params.camera_id = options.source;
   if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
   if (setting_.plan.size) {
     params.width = setting_.plan.size->width;
@@ -162,7 +158,7 @@ void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
   if (ending_) return;
   const RunOptions& options = setting_.options;
   if (error_code != 0) {
-    Fail(CameraStartFailure(options.camera_id, error_code, ""));
+    Fail(SourceStartFailure(options.source, error_code, ""));
   } else if (options.duration && report_.paced) {
     duration_start_ = setting_.now();
     LookForEndOfDuration();
@@ -335,12 +331,12 @@ std::optional<Failure> RunSession::FindFailure() const {
   }
   const auto is_empty = [](const StreamReport& stream) { return !stream.figures.first_frame; };
   const auto& streams = report_.streams;
-  const std::string& camera = setting_.options.camera_id;
+  const std::string& camera = setting_.options.source;
   const video::StreamEnd& end = source_end_;
   if (end.error_code != 0 && std::all_of(streams.begin(), streams.end(), is_empty)) {
-    return CameraStartFailure(camera, end.error_code, end.reason);
+    return SourceStartFailure(camera, end.error_code, end.reason);
   }
-  auto damage = CameraDamageFailure(camera, end.error_code, end.reason, report_.damaged_frames);
+  auto damage = SourceDamageFailure(camera, end.error_code, end.reason, report_.damaged_frames);
   if (damage) return damage;
   const auto empty = std::find_if(streams.begin(), streams.end(), is_empty);
   const bool was_cut_short = ending_ == Ending::kInterrupted || ending_ == Ending::kReaderClosed;

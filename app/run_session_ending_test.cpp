@@ -132,7 +132,7 @@ TEST_F(RunSessionEnding, ButNotIfAPersonInterruptedIt) {
 }
 
 TEST_F(RunSessionEnding, ASourceThatFailsBeforeItsFirstFrameCouldNotBeStarted) {
-  options_.camera_id = "file:a.mp4";
+  options_.source = "file:a.mp4";
   Begin();
   AnswerStart();
   EndBoth({static_cast<std::int32_t>(CameraError::kNotAVideo), "", 0});
@@ -140,7 +140,7 @@ TEST_F(RunSessionEnding, ASourceThatFailsBeforeItsFirstFrameCouldNotBeStarted) {
 }
 
 TEST_F(RunSessionEnding, ASourceThatFailsLaterBrokeOff) {
-  options_.camera_id = "file:a.mp4";
+  options_.source = "file:a.mp4";
   Begin();
   AnswerStart();
   Write(kBig, milliseconds(0));
@@ -152,7 +152,7 @@ TEST_F(RunSessionEnding, ASourceThatFailsLaterBrokeOff) {
 }
 
 TEST_F(RunSessionEnding, DamageOfAFileIsAFailureWhicheverStreamTellsOfIt) {
-  options_.camera_id = "file:a.mp4";
+  options_.source = "file:a.mp4";
   Begin();
   AnswerStart();
   WriteBoth(milliseconds(0));
@@ -210,7 +210,7 @@ TEST_F(RunSessionEnding, WhatAFullDiskCutIsNotCounted) {
 
 TEST_F(RunSessionEnding, WhatStandsBehindTheDurationIsCountedApart) {
   options_.duration = seconds(1);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   Begin();
   AnswerStart();
   WriteBoth(milliseconds(0));

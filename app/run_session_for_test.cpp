@@ -19,7 +19,8 @@ constexpr std::array<std::uint8_t, 8> kOtherFrame{0, 0, 0, 1, 0x41, 1, 2, 3};
 }  // namespace
 
 RunSessionTest::RunSessionTest() {
-  options_.camera_id = "test:";
+  options_.source = "test:";
+  source_.traits.keeps_time = true;
   source_.natural_size = {640, 360};
   env_.MakeCameraService();
 }
@@ -77,7 +78,7 @@ void RunSessionTest::AnswerStart(int error_code) {
 
 void RunSessionTest::BeginFiveSecondsOfAFile() {
   options_.duration = std::chrono::seconds(5);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   Begin();
   AnswerStart();
   WriteBoth(nanoseconds(0));

@@ -40,6 +40,10 @@ class FullFile {
   rlimit before_{};
 };
 
+// Of a video file that is played once, as fast as it goes.
+inline constexpr video::SourceTraits kFileTraits{
+    .has_end = true, .keeps_time = false, .rate_is_fixed = true, .replayable = true};
+
 class RunSessionTest : public ::testing::Test {
  protected:
   using nanoseconds = std::chrono::nanoseconds;

@@ -217,7 +217,7 @@ TEST_F(RunSessionTest, ThePictureBeforeTheEndOfTheDurationStandsUntilThen) {
 
 TEST_F(RunSessionTest, BothStreamsEndAtOneTimeWhateverTheirFrames) {
   options_.duration = seconds(2);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   Begin();
   AnswerStart();
   Write(kBig, seconds(0));
@@ -292,7 +292,7 @@ TEST_F(RunSessionTest, ASourceThatNeverBeginsIsNotWaitedForEither) {
 
 TEST_F(RunSessionTest, AFileAsFastAsItGoesHasTheDurationInItsFramesAlone) {
   options_.duration = seconds(1);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   Begin();
   AnswerStart();
   AdvanceBy(seconds(60));
@@ -305,8 +305,8 @@ TEST_F(RunSessionTest, AFileAsFastAsItGoesHasTheDurationInItsFramesAlone) {
 
 TEST_F(RunSessionTest, AFileInRealTimeGoesByTheClock) {
   options_.duration = seconds(1);
-  options_.realtime = true;
-  source_.is_file = true;
+  source_.traits = kFileTraits;
+  source_.traits.keeps_time = true;
   Begin();
   AnswerStart();
   AdvanceBy(milliseconds(1500));
@@ -356,7 +356,7 @@ TEST_F(RunSessionTest, ATerminalShowsItsProgressTenTimesASecondUntilTheEnd) {
 
 TEST_F(RunSessionTest, TheProgressKnowsTheWholeTimeWhereThereIsOne) {
   MakeTerminal(80);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   source_.duration = seconds(60);
   options_.duration = seconds(90);
   Begin();
@@ -365,9 +365,9 @@ TEST_F(RunSessionTest, TheProgressKnowsTheWholeTimeWhereThereIsOne) {
 
 TEST_F(RunSessionTest, AFileThatIsPlayedAgainAndAgainHasTheDurationThatWasAsked) {
   MakeTerminal(80);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   source_.duration = seconds(60);
-  options_.loop = true;
+  source_.traits.has_end = false;
   options_.duration = seconds(90);
   Begin();
   EXPECT_THAT(Said(), HasSubstr(" of 1:30.0"));

@@ -25,7 +25,7 @@ FrameRate SourceFrameRate(const RunOptions& options, const video::CameraInfo& so
   const FrameRate own = OwnFrameRate(source);
   if (!options.frame_rate) return own;
   // A device is set to the rate that it is asked for; a file has the rate that it has.
-  const bool has_own = source.is_file && !own.IsNone();
+  const bool has_own = source.traits.rate_is_fixed && !own.IsNone();
   return has_own ? Slower(*options.frame_rate, own) : *options.frame_rate;
 }
 
@@ -73,7 +73,7 @@ std::optional<std::int32_t> CaptureFrameRate(const RunOptions& options,
   if (is_asked_whole) needed = *options.frame_rate;
   const auto rate = WholeMultiple(needed);
   // A device gives what comes next; the encoder leaves out the rest.
-  if (!source.is_file) return rate.value_or(RoundedUp(needed));
+  if (!source.traits.rate_is_fixed) return rate.value_or(RoundedUp(needed));
   if (is_asked_whole || !rate) return rate;
   // A file is thinned only in whole steps: to a share of its frames that leaves even gaps, and of
   // which each encoder takes a share that does. What is thinned twice otherwise has larger gaps
@@ -114,7 +114,7 @@ CapturePlan PlanCapture(const RunOptions& options, const video::CameraInfo& sour
   if (!options.small.off) plan.streams.push_back(small);
   plan.mode = options.mode.value_or(plan.mode);
   plan.size = options.size;
-  if (!options.mode && source.is_file && NeedsWholePictures(plan.streams)) {
+  if (!options.mode && source.traits.rate_is_fixed && NeedsWholePictures(plan.streams)) {
     plan.mode = video::ProducerMode::kOwnSize;
     plan.size = source.natural_size;
   }

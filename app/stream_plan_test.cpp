@@ -15,13 +15,13 @@ video::CameraInfo File(Size size, int numerator, int denominator = 1) {
   info.natural_size = size;
   info.rate_numerator = numerator;
   info.rate_denominator = denominator;
-  info.is_file = true;
+  info.traits.rate_is_fixed = true;
   return info;
 }
 
 video::CameraInfo Device(Size size, int numerator) {
   video::CameraInfo info = File(size, numerator);
-  info.is_file = false;
+  info.traits.rate_is_fixed = false;
   return info;
 }
 

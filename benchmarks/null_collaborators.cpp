@@ -93,7 +93,6 @@ class NullCameraService : public ICameraService {
   void UpdateCaptureParams(const CameraParams&) override {}
   std::uint32_t GetCaptureStat(const CameraParams&) override { return 0; }
   void DescribeCamera(const std::string&, movra_base::OnceCallback<void(CameraInfo)>&&) override {}
-  void SetPlaybackParams(const std::string&, const PlaybackParams&) override {}
   bool IsAutoFocusEnabled() override { return false; }
   void FocusAtPoint(float, float) override {}
 };

@@ -11,13 +11,16 @@ _movra_producer() {
 
   local words=""
   case $command:$before in
-    run:--camera) words="test: file:" ;;
+    run:--source | run:--camera)
+      words="test: file:"
+      [[ $word == /* ]] && mapfile -t COMPREPLY < <(compgen -f -- "$word") && return
+      ;;
     run:--mode) words="0 1 2 3" ;;
     run:--log-level) words="off error warning info" ;;
     run:--big | run:--small) words="off" ;;
     run:--out) mapfile -t COMPREPLY < <(compgen -d -- "$word") && return ;;
     run:--stats) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
-    run:--size | run:--fps | run:--duration | run:--threads) return ;;
+    run:--size | run:--fps | run:--duration | run:--threads | run:--start) return ;;
     run:*)
       # Bash takes the colon of file:PATH for the end of a word.
       if [[ $before == : && ${COMP_WORDS[COMP_CWORD - 2]} == file ]]; then
@@ -27,7 +30,11 @@ _movra_producer() {
         mapfile -t COMPREPLY < <(compgen -f)
         return
       fi
-      words="--help --camera --mode --size --fps --once --loop --realtime --fast --duration --big
+      if [[ $word != -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+      fi
+      words="--help --source --start --mode --size --fps --once --loop --realtime --fast --duration --big
         --small --out --threads --no-contact-sheet --force --quiet --stats --log-level --log-filter"
       ;;
     devices:*) words="--help --json" ;;

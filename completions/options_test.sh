@@ -17,7 +17,7 @@ options() { "$program" "$@" --help | grep -oE '^ +(-h,)?--[a-z][a-z-]*' | grep -
 commands() { "$program" --help | sed '1,/^Subcommands:/d;/^$/,$d' | awk '{print $1}'; }
 
 # Guards the comparisons: an empty list equals another.
-[[ $(options run) == *--camera* && $(options) == *--version* && $(commands) == *run* ]]
+[[ $(options run) == *--source* && $(options) == *--version* && $(commands) == *run* ]]
 
 check_manual() {
   local page heads
@@ -58,7 +58,8 @@ check_bash() {
     "$(offered movra-producer run --quiet --log)"
   same "the values of --log-level" "warning" "$(offered movra-producer run --log-level w)"
   cd "$root/docs"
-  same "the files of a camera" "producer.md" "$(offered movra-producer run --camera file : prod)"
+  same "the files of a source" "producer.md" "$(offered movra-producer run --source file : prod)"
+  same "a file" "producer.md" "$(offered movra-producer run prod)"
 }
 
 check_zsh() {

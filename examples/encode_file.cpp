@@ -8,6 +8,7 @@
 
 #include "core/run_loop.h"
 #include "media/output/encoded_file_writer.h"
+#include "media/sources/source_kinds.h"
 #include "video/producer/video_producer2_impl.h"
 
 using movra::video::VideoStreamType;
@@ -45,7 +46,7 @@ int main(int argc, char** argv) {
   producer->StartEncoder(VideoStreamType::kBig, encode, writer);
 
   movra::video::CameraParams camera;
-  camera.camera_id = "file:" + std::string(argv[1]);
+  camera.camera_id = movra::media::FileSourceId(argv[1]);
   producer->StartCapture(camera, movra_base::BindOnce([&](int error_code, int) {
                            if (error_code == 0) return;
                            error = "cannot play " + camera.camera_id;

@@ -15,10 +15,10 @@
 
 #include "core/run_loop.h"
 #include "media/camera/camera_service_impl.h"
-#include "media/camera/camera_sources.h"
 #include "media/camera/frame_marker.h"
 #include "media/frame/frame_pool.h"
 #include "media/output/encoded_file_writer.h"
+#include "media/sources/source_kinds.h"
 #include "video/producer/video_producer2_impl.h"
 
 using movra::video::VideoStreamType;
@@ -39,6 +39,7 @@ class StripesCamera final : public movra::media::FrameSource {
     movra::video::CameraInfo info;
     info.natural_size = kSize;
     info.rate_numerator = kFrameRate;
+    info.traits.has_end = true;
     return info;
   }
 
@@ -83,11 +84,8 @@ class StripesCamera final : public movra::media::FrameSource {
   movra::media::FramePool pool_;
 };
 
-std::unique_ptr<movra::media::FrameSource> MakeSource(
-    const std::string& camera_id, const movra::video::PlaybackParams& playback) {
-  if (!camera_id.starts_with(kStripes)) {
-    return movra::media::MakeFrameSource(camera_id, playback);
-  }
+std::unique_ptr<movra::media::FrameSource> MakeSource(const std::string& camera_id) {
+  if (!camera_id.starts_with(kStripes)) return movra::media::MakeFrameSource(camera_id);
   const char* const pictures = camera_id.c_str() + kStripes.size();
   return std::make_unique<StripesCamera>(std::strtoull(pictures, nullptr, 10));
 }

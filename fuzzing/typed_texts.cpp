@@ -10,6 +10,9 @@
 #include "fuzzing/fuzz_targets.h"
 #include "media/camera/test_camera.h"
 #include "media/camera/v4l2_devices.h"
+#include "media/capture/source_id.h"
+#include "media/file/playback.h"
+#include "media/text/time_text.h"
 #include "video/platform.h"
 
 namespace movra::fuzzing {
@@ -49,6 +52,8 @@ void FuzzTimeText(Bytes bytes) {
   Require(app::ValueOf(time).count() > 0, "a time is more than nothing");
   Require(app::ValueOf(time) <= std::chrono::hours(1000), "a time has an end");
   Require(!app::ClockText(app::ValueOf(time)).empty(), "a time can be shown");
+  Require(media::ParseTime(media::TimeText(app::ValueOf(time))) == app::ValueOf(time),
+          "a time can be written");
 }
 
 // What an id names is not opened here.
@@ -64,6 +69,11 @@ void FuzzIdText(Bytes bytes) {
     const video::CameraInfo info = camera.Describe();
     Require(info.error_code == 0 && info.natural_size.width > 0, "a test camera has a size");
   }
+  const media::SourceId written = media::ParseSourceId(media::SourceAddressOf(id));
+  Require(written == media::SourceId{id, {}}, "any name can be written as an address");
+  const auto playback = media::ParsePlayback(media::ParseSourceId(id).options);
+  const auto* const wanted = std::get_if<media::Playback>(&playback);
+  Require(wanted == nullptr || wanted->start.count() >= 0, "a start is not before the beginning");
 }
 
 void FuzzCommandLine(Bytes bytes) {

@@ -84,11 +84,6 @@ void CameraServiceDouble::DescribeCamera(const std::string& camera_id, InfoCallb
   Called("DescribeCamera", camera_id);
 }
 
-void CameraServiceDouble::SetPlaybackParams(const std::string& camera_id,
-                                            const video::PlaybackParams& params) {
-  Called("SetPlaybackParams", camera_id, params.loop, params.realtime);
-}
-
 bool CameraServiceDouble::IsAutoFocusEnabled() {
   Called("IsAutoFocusEnabled");
   return World::Current().answers.is_auto_focus_enabled;

@@ -73,8 +73,6 @@ class CameraServiceDouble : public video::ICameraService,
   void UpdateCaptureParams(const video::CameraParams& params) override;
   [[nodiscard]] std::uint32_t GetCaptureStat(const video::CameraParams& params) override;
   void DescribeCamera(const std::string& camera_id, InfoCallback&& on_info) override;
-  void SetPlaybackParams(const std::string& camera_id,
-                         const video::PlaybackParams& params) override;
   [[nodiscard]] bool IsAutoFocusEnabled() override;
   void FocusAtPoint(float x, float y) override;
 

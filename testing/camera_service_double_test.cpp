@@ -41,7 +41,6 @@ TEST_F(CameraServiceDoubleTest, TellsOfEveryCall) {
   service_.stat = 9;
   EXPECT_EQ(service_.GetCaptureStat(params_), 9u);
   service_.DescribeCamera("cam-1", {});
-  service_.SetPlaybackParams("cam-1", {true, false});
   EXPECT_FALSE(service_.IsAutoFocusEnabled());
   env_.world().answers.is_auto_focus_enabled = true;
   EXPECT_TRUE(service_.IsAutoFocusEnabled());
@@ -52,7 +51,6 @@ TEST_F(CameraServiceDoubleTest, TellsOfEveryCall) {
                   "camera_service.StopCapture({cam-1}, tap, null)",
                   "camera_service.UpdateCaptureParams({cam-1})",
                   "camera_service.GetCaptureStat({cam-1})", "camera_service.DescribeCamera(cam-1)",
-                  "camera_service.SetPlaybackParams(cam-1, true, false)",
                   "camera_service.IsAutoFocusEnabled()", "camera_service.IsAutoFocusEnabled()",
                   "camera_service.FocusAtPoint(0.25, 0.5)"));
 }

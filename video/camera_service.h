@@ -24,6 +24,17 @@ class CameraListInterface {
   enum class GetCameraListMode : std::int32_t { kAll = 0, kPhysical = 1 };
 };
 
+// What kind of stream a camera gives.
+struct SourceTraits {
+  bool has_end = false;        // It ends by itself, as a file does that is played once.
+  bool keeps_time = false;     // Its frames come when the clock says; those of others as fast as
+                               // they are taken, and none is lost.
+  bool rate_is_fixed = false;  // Size and rate are what they are, whatever is asked of it.
+  bool replayable = false;     // It can begin again from its first frame.
+
+  friend bool operator==(const SourceTraits&, const SourceTraits&) = default;
+};
+
 // What is known of a camera before it runs.
 struct CameraInfo {
   std::int32_t error_code = 0;      // A CameraError of the service; 0: the fields below hold.
@@ -32,20 +43,11 @@ struct CameraInfo {
   std::int32_t rate_numerator = 0;  // Frames per second as a fraction; 0: not known.
   std::int32_t rate_denominator = 1;
   std::chrono::nanoseconds duration{0};  // 0: without end, or not known.
-  bool is_file = false;
+  SourceTraits traits;
   bool has_audio = false;
   bool is_interlaced = false;  // Each picture holds two half pictures of different times.
   bool has_alpha = false;      // Parts may be transparent; they are delivered over black.
   bool is_hdr = false;         // Brighter than displays show, which nothing here maps down.
-};
-
-// How a camera that plays a file plays it. Devices ignore it.
-struct PlaybackParams {
-  bool loop = false;
-  bool realtime = false;  // At the file's own pace, live; otherwise as fast as frames are taken,
-                          // without losing one.
-
-  friend bool operator==(const PlaybackParams&, const PlaybackParams&) = default;
 };
 
 // All cameras of the process. Registered in core::ServiceCenter under kCameraServiceId and looked
@@ -84,12 +86,13 @@ class ICameraService {
   // started: since the first start behind which it has never been without a capture.
   [[nodiscard]] virtual std::uint32_t GetCaptureStat(const CameraParams& params) = 0;
 
-  // For the program rather than the producer: what the camera is, and how a file is to be played
-  // from its next start on. A description may take as long as a disk, a device or the other end of
-  // a pipe needs, so it is made on a thread of its own; the callback gets it, or why there is none.
+  // For the program rather than the producer: what the camera is. A description may take as long as
+  // a disk, a device or the other end of a pipe needs, so it is made on a thread of its own; the
+  // callback gets it, or why there is none.
   virtual void DescribeCamera(const std::string& camera_id,
                               movra_base::OnceCallback<void(CameraInfo)>&& on_info) = 0;
-  virtual void SetPlaybackParams(const std::string& camera_id, const PlaybackParams& params) = 0;
+  // Was how a file is played, which its id says now. Nobody calls it; it keeps the slots behind it.
+  virtual void ReservedForPlayback() {}
 
   [[nodiscard]] virtual bool IsAutoFocusEnabled() = 0;
   virtual void FocusAtPoint(float x, float y) = 0;

@@ -74,10 +74,11 @@ TEST(RecordDefaults, ACameraOfWhichNothingIsKnown) {
   EXPECT_EQ(info.rate_numerator, 0);
   EXPECT_EQ(info.rate_denominator, 1);
   EXPECT_EQ(info.duration, nanoseconds(0));
-  EXPECT_FALSE(info.is_file || info.has_audio || info.is_interlaced);
+  EXPECT_EQ(info.traits, SourceTraits());
+  EXPECT_FALSE(info.traits.has_end || info.traits.keeps_time);
+  EXPECT_FALSE(info.traits.rate_is_fixed || info.traits.replayable);
+  EXPECT_FALSE(info.has_audio || info.is_interlaced);
   EXPECT_FALSE(info.has_alpha || info.is_hdr);
-  const PlaybackParams playback;
-  EXPECT_EQ(playback, (PlaybackParams{.loop = false, .realtime = false}));
   EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kAll), 0);
   EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kPhysical), 1);
   EXPECT_EQ(VideoDeviceInfo().capabilities, 0U);

@@ -121,10 +121,10 @@ TEST(SlotOrder, CameraService) {
                                        movra_base::OnceCallback<void()>&&)),
           MOVRA_SLOT(UpdateCaptureParams, void(const CameraParams&)),
           MOVRA_SLOT(GetCaptureStat, std::uint32_t(const CameraParams&)),
-          // Two of the service's own.
+          // One of the service's own, and one that was.
           MOVRA_SLOT(DescribeCamera,
                      void(const std::string&, movra_base::OnceCallback<void(CameraInfo)>&&)),
-          MOVRA_SLOT(SetPlaybackParams, void(const std::string&, const PlaybackParams&)),
+          MOVRA_SLOT(ReservedForPlayback, void()),
           MOVRA_SLOT(IsAutoFocusEnabled, bool()),
           MOVRA_SLOT(FocusAtPoint, void(float, float)),
       });

@@ -17,18 +17,15 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using video::Size;
 
-TEST_F(CameraServiceTest, HandsThePlaybackOfACameraToItsNextSource) {
-  Add("a", MakeScript(1));
-  service_->SetPlaybackParams("a", {.loop = true, .realtime = true});
-  EXPECT_EQ(Describe("a").error_code, 0);
-  EXPECT_EQ(cameras_->PlaybackOf("a"), (video::PlaybackParams{.loop = true, .realtime = true}));
-  EXPECT_EQ(Describe("b").error_code, Code(CameraError::kNoSuchCamera));
-  EXPECT_EQ(cameras_->PlaybackOf("b"), video::PlaybackParams());
+TEST_F(CameraServiceTest, HasNoCameraOfAnIdThatNobodyMakesASourceFor) {
+  const video::CameraInfo info = Describe("b");
+  EXPECT_EQ(info.error_code, Code(CameraError::kNoSuchCamera));
+  EXPECT_EQ(info.error_text, "no camera is called 'b'");
 }
 
 TEST_F(CameraServiceTest, PlaysTheFileThatItLookedAtWithoutOpeningItAgain) {
   const auto a = Add("a", MakeScript(2));
-  a->info.is_file = true;
+  a->info.traits.replayable = true;
   EXPECT_EQ(Describe("a").error_code, 0);
   Start(Params("a"), writer_);
   writer_->WaitForEnd();
@@ -38,9 +35,18 @@ TEST_F(CameraServiceTest, PlaysTheFileThatItLookedAtWithoutOpeningItAgain) {
   EXPECT_THAT(cameras_->WaitUntilMade(2), ElementsAre("a", "a"));
 }
 
+TEST_F(CameraServiceTest, WhatHasAnEndIsKeptToo) {
+  const auto a = Add("a", MakeScript(2));  // A pipe, say: what was read of it is gone.
+  a->info.traits.has_end = true;
+  EXPECT_EQ(Describe("a").error_code, 0);
+  Start(Params("a"), writer_);
+  writer_->WaitForEnd();
+  EXPECT_THAT(cameras_->WaitUntilMade(1), ElementsAre("a"));
+}
+
 TEST_F(CameraServiceTest, ForgetsAFileThatItLookedAtAndThatIsNotPlayedSoon) {
   const auto a = Add("a", MakeScript(1));
-  a->info.is_file = true;
+  a->info.traits.replayable = true;
   EXPECT_EQ(Describe("a").error_code, 0);
   EXPECT_EQ(Describe("a").error_code, 0);
   loop_->RunFirst();  // The time of the first look is over, which the second one has replaced.
@@ -56,7 +62,7 @@ TEST_F(CameraServiceTest, ForgetsAFileThatItLookedAtAndThatIsNotPlayedSoon) {
 
 TEST_F(CameraServiceTest, OpensAnewWhatIsNotTheFileThatItLookedAt) {
   const auto a = Add("a", MakeScript(1));
-  a->info.is_file = true;
+  a->info.traits.replayable = true;
   Add("b", MakeScript(1));
   EXPECT_EQ(Describe("a").error_code, 0);
   Start(Params("b"), std::make_shared<CollectingWriter>());  // Another file.
@@ -66,10 +72,6 @@ TEST_F(CameraServiceTest, OpensAnewWhatIsNotTheFileThatItLookedAt) {
   EXPECT_EQ(Describe("b").error_code, 0);
   Start(Params("b"), std::make_shared<CollectingWriter>());  // No file.
   EXPECT_THAT(cameras_->WaitUntilMade(5), ElementsAre("a", "b", "a", "b", "b"));
-  EXPECT_EQ(Describe("a").error_code, 0);
-  service_->SetPlaybackParams("a", {.loop = true, .realtime = false});
-  Start(Params("a"), std::make_shared<CollectingWriter>());  // To be played otherwise.
-  EXPECT_THAT(cameras_->WaitUntilMade(7), ElementsAre("a", "b", "a", "b", "b", "a", "a"));
 }
 
 TEST_F(CameraServiceTest, DescribesACameraWhileTheMainQueueDoesOtherThings) {

@@ -64,9 +64,8 @@ class Cameras {
     const std::lock_guard lock(mutex_);
     scripts_[id] = std::move(script);
   }
-  std::unique_ptr<FrameSource> Make(const std::string& id, const video::PlaybackParams& playback) {
+  std::unique_ptr<FrameSource> Make(const std::string& id) {
     const std::lock_guard lock(mutex_);
-    playback_[id] = playback;
     made_.push_back(id);
     changed_.notify_all();
     const auto script = scripts_.find(id);
@@ -79,17 +78,12 @@ class Cameras {
     changed_.wait(lock, [&] { return made_.size() >= count; });
     return made_;
   }
-  [[nodiscard]] video::PlaybackParams PlaybackOf(const std::string& id) {
-    const std::lock_guard lock(mutex_);
-    return playback_[id];
-  }
 
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
   // All guarded by mutex_.
   std::map<std::string, std::shared_ptr<SourceScript>> scripts_;
-  std::map<std::string, video::PlaybackParams> playback_;
   std::vector<std::string> made_;
 };
 
@@ -111,10 +105,7 @@ class CameraServiceTest : public ::testing::Test {
   CameraServiceTest() {
     core::SetMainQueue(loop_);
     CameraServiceParts parts;
-    parts.make_source = [cameras = cameras_](const std::string& id,
-                                             const video::PlaybackParams& playback) {
-      return cameras->Make(id, playback);
-    };
+    parts.make_source = [cameras = cameras_](const std::string& id) { return cameras->Make(id); };
     parts.list_devices = [this] { return devices_; };
     parts.device_directory = directory_.path().string();
     parts_ = std::move(parts);

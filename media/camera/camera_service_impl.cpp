@@ -48,9 +48,7 @@ CameraInfo NoThread() {
 
 CameraInfo Describe(FrameSource* source, const std::string& camera_id) {
   if (source != nullptr) return source->Describe();
-  return Failure(CameraError::kNoSuchCamera,
-                 "no camera is called '" + camera_id +
-                     "': use test:, file:PATH or a device such as /dev/video0");
+  return Failure(CameraError::kNoSuchCamera, "no camera is called '" + camera_id + "'");
 }
 
 CaptureRequest Updated(CaptureRequest request, const CameraParams& params) {
@@ -140,9 +138,8 @@ std::uint32_t CameraServiceImpl::GetCaptureStat(const CameraParams& params) {
 void CameraServiceImpl::DescribeCamera(
     const std::string& camera_id, movra_base::OnceCallback<void(video::CameraInfo)>&& on_info) {
   const std::uint64_t number = ++last_number_;
-  const video::PlaybackParams playback = PlaybackOf(camera_id);
   const auto source = std::make_shared<SourceSlot>();
-  descriptions_.push_back({number, camera_id, playback, source, std::move(on_info)});
+  descriptions_.push_back({number, camera_id, source, std::move(on_info)});
   const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
                        number](CameraInfo info, std::unique_ptr<FrameSource> described) {
     if (const auto main_queue = queue.lock()) {
@@ -151,10 +148,10 @@ void CameraServiceImpl::DescribeCamera(
     }
   };
   const bool started = StartDetachedThread(
-      "describe", BindOnce([make = parts_.make_source, camera_id, playback, source, answer] {
+      "describe", BindOnce([make = parts_.make_source, camera_id, source, answer] {
         CameraInfo info;
         const auto describe = [&] {
-          source->Put(make(camera_id, playback));
+          source->Put(make(camera_id));
           info = Describe(source->get(), camera_id);
         };
         const CameraError thrown =
@@ -163,11 +160,6 @@ void CameraServiceImpl::DescribeCamera(
         answer(std::move(info), source->Take());
       }));
   if (!started) answer(NoThread(), nullptr);
-}
-
-void CameraServiceImpl::SetPlaybackParams(const std::string& camera_id,
-                                          const video::PlaybackParams& params) {
-  playback_[camera_id] = params;
 }
 
 // Every camera here keeps itself in focus or has none to keep: nothing is left to a finger.
@@ -181,11 +173,6 @@ void CameraServiceImpl::FocusAtPoint(float /*x*/, float /*y*/) {
   }
 }
 
-video::PlaybackParams CameraServiceImpl::PlaybackOf(const std::string& camera_id) const {
-  const auto playback = playback_.find(camera_id);
-  return playback == playback_.end() ? video::PlaybackParams() : playback->second;
-}
-
 // One that was asked for by a service that has ended meanwhile has been answered.
 void CameraServiceImpl::OnDescribed(std::uint64_t number, CameraInfo info,
                                     std::unique_ptr<FrameSource> source) {
@@ -195,9 +182,9 @@ void CameraServiceImpl::OnDescribed(std::uint64_t number, CameraInfo info,
   if (found == descriptions_.end()) return;
   Description description = std::move(*found);
   descriptions_.erase(found);
-  if (info.error_code == 0 && info.is_file) {
-    described_ = {number, std::move(description.camera_id), description.playback,
-                  std::move(source)};
+  const bool is_played = info.traits.has_end || info.traits.replayable;
+  if (info.error_code == 0 && is_played) {
+    described_ = {number, std::move(description.camera_id), std::move(source)};
     core::GetMainQueue()->PostDelayed(
         BindOnce(&CameraServiceImpl::ForgetDescribed, weak_from_this(), number), kDescribedIsKept);
   }
@@ -209,13 +196,12 @@ void CameraServiceImpl::ForgetDescribed(std::uint64_t number) {
 }
 
 SourceCapture::MakeSource CameraServiceImpl::SourceMaker(const std::string& camera_id) {
-  const video::PlaybackParams playback = PlaybackOf(camera_id);
-  const bool is_described = described_.camera_id == camera_id && described_.playback == playback;
+  const bool is_described = described_.camera_id == camera_id;
   std::unique_ptr<FrameSource> described = std::move(described_.source);
   if (!is_described) described.reset();
   return BindOnce(
-      [make = parts_.make_source, camera_id, playback, described = std::move(described)]() mutable {
-        return described != nullptr ? std::move(described) : make(camera_id, playback);
+      [make = parts_.make_source, camera_id, described = std::move(described)]() mutable {
+        return described != nullptr ? std::move(described) : make(camera_id);
       });
 }
 

@@ -35,9 +35,9 @@ struct CameraServiceParts {
 
 // The camera service of this process.
 //
-// Camera ids: "test:" (media/camera/test_camera.h), "file:PATH" (media/file/file_source.h) and
-// "/dev/videoN" (media/camera/v4l2_camera.h). Error codes are CameraError values. Several captures
-// may run at once, also of one camera if it allows that; a capture is named by its writer.
+// Which ids there are is its maker's to know (media/sources/source_kinds.h). Error codes are
+// CameraError values. Several captures may run at once, also of one camera if it allows that; a
+// capture is named by its writer.
 //
 // Main queue only. Callbacks are posted there and never run inside the call that takes them. No
 // operation opens or reads anything, nor waits for a thread that does: each capture has a thread of
@@ -64,8 +64,6 @@ class CameraServiceImpl final : public video::ICameraService,
   [[nodiscard]] std::uint32_t GetCaptureStat(const video::CameraParams& params) override;
   void DescribeCamera(const std::string& camera_id,
                       movra_base::OnceCallback<void(video::CameraInfo)>&& on_info) override;
-  void SetPlaybackParams(const std::string& camera_id,
-                         const video::PlaybackParams& params) override;
   [[nodiscard]] bool IsAutoFocusEnabled() override;
   void FocusAtPoint(float x, float y) override;
 
@@ -92,7 +90,6 @@ class CameraServiceImpl final : public video::ICameraService,
   struct Description {
     std::uint64_t number;
     std::string camera_id;
-    video::PlaybackParams playback;
     std::shared_ptr<SourceSlot> source;
     movra_base::OnceCallback<void(video::CameraInfo)> on_info;
   };
@@ -103,11 +100,9 @@ class CameraServiceImpl final : public video::ICameraService,
   struct Described {
     std::uint64_t number = 0;
     std::string camera_id;
-    video::PlaybackParams playback;
     std::unique_ptr<FrameSource> source;  // Null if there is none.
   };
 
-  [[nodiscard]] video::PlaybackParams PlaybackOf(const std::string& camera_id) const;
   void OnDescribed(std::uint64_t number, video::CameraInfo info,
                    std::unique_ptr<FrameSource> source);
   void ForgetDescribed(std::uint64_t number);
@@ -128,16 +123,12 @@ class CameraServiceImpl final : public video::ICameraService,
   std::list<Leftover> leftovers_;
   std::list<Description> descriptions_;
   std::uint64_t last_number_ = 0;  // Of a start or a description.
-  std::map<std::string, video::PlaybackParams> playback_;
   std::map<std::string, std::shared_ptr<std::atomic<std::uint32_t>>> delivered_;
   std::vector<video::VideoDeviceInfo> devices_;  // As they were last listed.
   std::unique_ptr<DirectoryWatcher> watcher_;
   Described described_;
   bool focus_logged_ = false;
 };
-
-// The parts of the real one.
-[[nodiscard]] CameraServiceParts DefaultCameraServiceParts();
 
 }  // namespace movra::media
 

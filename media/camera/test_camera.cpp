@@ -7,6 +7,7 @@
 
 #include "media/capture/camera_error.h"
 #include "media/capture/picture_size.h"
+#include "media/capture/source_id.h"
 
 namespace movra::media {
 namespace {
@@ -45,14 +46,13 @@ std::optional<Size> ParseSize(std::string_view text) {
 }
 
 // Whether the option is known and well formed.
-bool ParseOption(std::string_view option, TestCameraOptions& options) {
-  const std::size_t equals = option.find('=');
-  const std::string_view name = option.substr(0, equals);
-  if (equals == std::string_view::npos) {
+bool Take(const SourceOption& option, TestCameraOptions& options) {
+  const std::string_view name = option.name;
+  if (!option.value) {
     options.lossless = true;
     return name == "lossless";
   }
-  const std::string_view value = option.substr(equals + 1);
+  const std::string_view value = *option.value;
   if (name == "frames") {
     options.frames = ParseNumber<std::uint64_t>(value, 1, 1'000'000'000);
     return options.frames.has_value();
@@ -72,16 +72,11 @@ bool ParseOption(std::string_view option, TestCameraOptions& options) {
 
 std::variant<TestCameraOptions, std::string> ParseTestCameraId(const std::string& camera_id) {
   TestCameraOptions options;
-  std::string_view rest = std::string_view(camera_id).substr(kPrefix.size());
-  if (rest.empty()) return options;
-  bool valid = rest.front() == '?';
-  while (valid && !rest.empty()) {
-    rest.remove_prefix(1);
-    const std::string_view option = rest.substr(0, rest.find('&'));
-    valid = ParseOption(option, options);
-    rest.remove_prefix(option.size());
-  }
-  if (valid) return options;
+  const SourceId id = ParseSourceId(std::string_view(camera_id).substr(kPrefix.size()));
+  const bool is_valid =
+      id.address.empty() && std::all_of(id.options.begin(), id.options.end(),
+                                        [&](const SourceOption& o) { return Take(o, options); });
+  if (is_valid) return options;
   return "'" + camera_id +
          "' is no test camera: use test: alone or with options, as in "
          "test:?frames=90&size=640x360&rate=30&lossless (even sizes)";
@@ -100,6 +95,8 @@ CameraInfo TestCamera::Describe() {
   options_ = std::get<TestCameraOptions>(parsed);
   info.natural_size = SizeFor({});
   info.rate_numerator = options_.rate.value_or(kDefaultRate);
+  info.traits.has_end = options_.frames.has_value();
+  info.traits.keeps_time = !options_.lossless;
   if (options_.frames) {
     info.duration = nanoseconds(static_cast<std::int64_t>(*options_.frames) *
                                 kNanosecondsPerSecond / info.rate_numerator);

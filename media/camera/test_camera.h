@@ -1,6 +1,7 @@
 #ifndef MOVRA_MEDIA_CAMERA_TEST_CAMERA_H_
 #define MOVRA_MEDIA_CAMERA_TEST_CAMERA_H_
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -11,6 +12,7 @@
 
 #include "media/camera/test_picture.h"
 #include "media/capture/frame_source.h"
+#include "media/capture/source_kind.h"
 
 namespace movra::media {
 
@@ -24,6 +26,13 @@ struct TestCameraOptions {
   std::optional<std::int32_t>
       rate;               // "rate=N": what it has at most; without it, what is asked for.
   bool lossless = false;  // "lossless": as fast as frames are taken, without losing one.
+};
+
+inline constexpr std::array kTestCameraOptions{
+    SourceOptionKind{"frames", "N", "how many there are; without it, no end"},
+    SourceOptionKind{"size", "WxH", "its own size, even"},
+    SourceOptionKind{"rate", "N", "its highest rate"},
+    SourceOptionKind{"lossless", "", "as fast as frames are taken, without losing one"},
 };
 
 // The options of an id that begins with "test:", or what is wrong with it, for people.

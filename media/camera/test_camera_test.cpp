@@ -47,7 +47,7 @@ TEST(TestCamera, IsLiveAndPacedAndWithoutEnd) {
   EXPECT_EQ(open.info.natural_size, (Size{1280, 720}));
   EXPECT_EQ(open.info.rate_numerator, 30);
   EXPECT_EQ(open.info.duration, nanoseconds(0));
-  EXPECT_FALSE(open.info.is_file);
+  EXPECT_EQ(open.info.traits, (video::SourceTraits{.keeps_time = true}));
   EXPECT_EQ(open.camera.Policy().delivery, video::FrameDelivery::kLive);
   EXPECT_TRUE(open.camera.Policy().paced);
 }

@@ -61,8 +61,7 @@ class ThrowingWriter final : public video::IPixelFrameTrackWriter {
 class ThrowingPartsTest : public CameraServiceTest {
  protected:
   void UseSource(Thrower thrower, What what = What::kError) {
-    parts_.make_source = [thrower, what](const std::string& /*id*/,
-                                         const video::PlaybackParams& /*playback*/) {
+    parts_.make_source = [thrower, what](const std::string& /*id*/) {
       if (thrower == Thrower::kMaker) Throw(what);
       return std::make_unique<ThrowingSource>(thrower, what);
     };

@@ -98,6 +98,7 @@ CameraInfo V4l2Camera::Prepare(const CaptureRequest& request) {
   interval_denominator_ = mode->interval_denominator;
   CameraInfo info;
   info.natural_size = size_;
+  info.traits.keeps_time = true;
   if (interval_numerator_ > 0) {
     info.rate_numerator = static_cast<std::int32_t>(interval_denominator_);
     info.rate_denominator = static_cast<std::int32_t>(interval_numerator_);

@@ -143,7 +143,7 @@ TEST_F(V4l2CameraTest, DescribesItselfWithoutRunning) {
   EXPECT_EQ(info.error_code, 0);
   EXPECT_EQ(info.natural_size, kSize);
   EXPECT_EQ(info.rate_numerator, 30);
-  EXPECT_FALSE(info.is_file);
+  EXPECT_EQ(info.traits, (video::SourceTraits{.keeps_time = true}));
   EXPECT_FALSE(device_->streaming);
 }
 

@@ -38,6 +38,8 @@ std::string CameraErrorToString(CameraError error) {
       return "cancelled";
     case CameraError::kNoResources:
       return "there is not enough memory";
+    case CameraError::kBadOption:
+      return "asked for what it does not do";
   }
   return "CameraError(" + std::to_string(static_cast<std::int32_t>(error)) + ")";
 }

@@ -26,6 +26,7 @@ enum class CameraError : std::int32_t {
   kNothingDecoded = 14,  // There was video, and not one frame of it could be decoded.
   kCancelled = 15,       // Stopped before the start was answered.
   kNoResources = 16,     // No memory is left for it, or no thread.
+  kBadOption = 17,       // The id asks for what such a source does not do.
 };
 
 // A few words for people, "no such file"; total over all values. Where an operation gives a text

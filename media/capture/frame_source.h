@@ -68,8 +68,8 @@ class FrameSource {
 };
 
 // Makes the source that an id names, or null when no kind of camera has such ids. On any thread.
-using FrameSourceFactory = std::function<std::unique_ptr<FrameSource>(
-    const std::string& camera_id, const video::PlaybackParams& playback)>;
+using FrameSourceFactory =
+    std::function<std::unique_ptr<FrameSource>(const std::string& camera_id)>;
 
 }  // namespace movra::media
 

@@ -83,6 +83,7 @@ extern "C" {
   X(avformat_new_stream)              \
   X(avformat_open_input)              \
   X(avformat_write_header)            \
+  X(av_index_search_timestamp)        \
   X(avformat_index_get_entries_count) \
   X(avformat_index_get_entry)         \
   X(avio_alloc_context)               \

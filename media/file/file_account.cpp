@@ -147,6 +147,11 @@ std::uint64_t FileAccount::TakePacket(const AVPacket& packet) {
   const std::uint64_t lost = LostBefore(packet);
   const bool is_key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
   if (packets_ == 0) begins_with_key_ = is_key;
+  if (packets_ == 0 && begins_late_) {
+    const int place = av_index_search_timestamp(const_cast<AVStream*>(stream_), packet.dts,
+                                                AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    passed_over_ = std::max(place, 0);
+  }
   ++packets_;
   last_packet_incomplete_ = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
   last_packet_end_ = packet.pos + packet.size;
@@ -272,8 +277,8 @@ std::uint64_t FileAccount::NeverRead() const {
   const auto counted = IsMp4(*container_)
                            ? static_cast<std::int64_t>(avformat_index_get_entries_count(stream_))
                            : stream_->nb_frames;
-  if (!IsMp4(*container_) && (!ends_early_ || counted >= kNobodyCounted)) return 0;
-  const auto read = static_cast<std::int64_t>(packets_);
+  if (!IsMp4(*container_) && (begins_late_ || !ends_early_ || counted >= kNobodyCounted)) return 0;
+  const auto read = passed_over_ + static_cast<std::int64_t>(packets_);
   return static_cast<std::uint64_t>(std::max<std::int64_t>(counted - read, 0));
 }
 

@@ -25,6 +25,9 @@ class FileAccount {
  public:
   void Open(AVFormatContext& container, const AVStream& stream);
 
+  // Before the first packet: reading begins somewhere behind the file's beginning.
+  void BeginLate() { begins_late_ = true; }
+
   // The same file, opened again; its account goes on.
   void GoOnWith(AVFormatContext& container, const AVStream& stream);
 
@@ -68,6 +71,9 @@ class FileAccount {
   bool judged_ = false;  // The first pass came to its end.
   bool ends_early_ = false;
   std::uint64_t never_read_ = 0;  // Known from the first pass on.
+
+  bool begins_late_ = false;
+  std::int64_t passed_over_ = 0;  // Packets of the container's index, by beginning late.
 
   // Of this pass.
   std::uint64_t packets_ = 0;

@@ -17,6 +17,14 @@ std::string Seconds(std::chrono::nanoseconds duration) {
 
 }  // namespace
 
+video::CameraInfo StartsBehindItsEnd(const std::string& path, std::chrono::nanoseconds length) {
+  video::CameraInfo info;
+  info.error_code = static_cast<std::int32_t>(CameraError::kBadOption);
+  info.error_text =
+      "'" + path + "' is over after " + Seconds(length) + "; give it an earlier start than that";
+  return info;
+}
+
 video::StreamEnd EndOfFile(const std::string& path, const FileReading& reading) {
   video::StreamEnd end;
   end.damaged_frames = reading.damaged_frames;
@@ -26,8 +34,9 @@ video::StreamEnd EndOfFile(const std::string& path, const FileReading& reading) 
     end.reason = "not one frame of '" + path + "' could be decoded";
   } else if (reading.broken_off) {
     end.error_code = static_cast<std::int32_t>(CameraError::kBrokenOff);
-    end.reason = "'" + path + "' breaks off after " + Seconds(reading.duration);
-    if (reading.stated_duration > reading.duration) {
+    const std::chrono::nanoseconds there = reading.start + reading.duration;
+    end.reason = "'" + path + "' breaks off after " + Seconds(there);
+    if (reading.stated_duration > there) {
       end.reason += " of " + Seconds(reading.stated_duration);
     }
   }

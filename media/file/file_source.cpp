@@ -17,8 +17,7 @@ int DecoderThreads() {
 
 }  // namespace
 
-std::unique_ptr<FrameSource> MakeFileSource(const std::string& path,
-                                            const video::PlaybackParams& playback) {
+std::unique_ptr<FrameSource> MakeFileSource(const std::string& path, const Playback& playback) {
   return std::make_unique<PlayedFile<VideoFileDecoder>>(path, playback, DecoderThreads());
 }
 

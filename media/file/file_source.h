@@ -5,7 +5,7 @@
 #include <string>
 
 #include "media/capture/frame_source.h"
-#include "video/camera_service.h"
+#include "media/file/playback.h"
 
 namespace movra::media {
 
@@ -14,7 +14,7 @@ namespace movra::media {
 // growing from loop to loop. In a build without FFmpeg's libraries it cannot be opened, and says
 // so.
 [[nodiscard]] std::unique_ptr<FrameSource> MakeFileSource(const std::string& path,
-                                                          const video::PlaybackParams& playback);
+                                                          const Playback& playback);
 
 }  // namespace movra::media
 

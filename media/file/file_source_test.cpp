@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 #include "core/run_loop.h"
-#include "media/camera/camera_service_impl.h"
 #include "media/camera/frame_marker.h"
 #include "media/capture/camera_error.h"
 #include "media/capture/capture_for_test.h"
 #include "media/file/clip_for_test.h"
+#include "media/sources/source_kinds.h"
 
 namespace movra::media {
 namespace {
@@ -137,8 +137,8 @@ TEST_F(FileCameraTest, DeliversAtMostTheAskedRate) {
 }
 
 TEST_F(FileCameraTest, PlaysOnAndOnWithGrowingTimeStamps) {
-  const CameraParams params = Params(clips_.Make("a.mp4", std::string(kFastH264) + " -bf 2", 5));
-  service_->SetPlaybackParams(params.camera_id, {.loop = true, .realtime = false});
+  CameraParams params = Params(clips_.Make("a.mp4", std::string(kFastH264) + " -bf 2", 5));
+  params.camera_id += "?loop";
   writer_ = std::make_shared<CollectingWriter>(13);
   Start(params, writer_);
   writer_->WaitUntilRefused();

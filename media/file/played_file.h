@@ -7,12 +7,15 @@
 #include <variant>
 
 #include "media/capture/frame_source.h"
+#include "media/file/playback.h"
 #include "video/camera_service.h"
 
 namespace movra::media {
 
 // A video file as a camera, whatever reads it. A Reader has
-//   CameraInfo Open(const std::string& path);  // What it is, or why it cannot be read.
+//   CameraInfo Open(const std::string& path, nanoseconds start);
+//                                              // What it is, or why it cannot be read. Its first
+//                                              // frame is the first that is shown from `start` on.
 //   SourceItem Next();                         // A frame, nothing, or the end.
 //   bool Rewind();                             // To the first frame; time stamps go on growing.
 //   void Interrupt();                          // As FrameSource's.
@@ -20,14 +23,18 @@ template <class Reader>
 class PlayedFile final : public FrameSource {
  public:
   template <class... ReaderArgs>
-  PlayedFile(std::string path, const video::PlaybackParams& playback, ReaderArgs&&... reader_args)
+  PlayedFile(std::string path, const Playback& playback, ReaderArgs&&... reader_args)
       : path_(std::move(path)),
         playback_(playback),
         reader_(std::forward<ReaderArgs>(reader_args)...) {}
 
   // FrameSource
   [[nodiscard]] video::CameraInfo Describe() override {
-    if (!info_) info_ = reader_.Open(path_);
+    if (info_) return *info_;
+    info_ = reader_.Open(path_, playback_.start);
+    info_->traits.has_end = !playback_.loop;
+    info_->traits.keeps_time = playback_.realtime;
+    info_->traits.rate_is_fixed = true;
     return *info_;
   }
   // A file that was described is open already.
@@ -50,7 +57,7 @@ class PlayedFile final : public FrameSource {
 
  private:
   const std::string path_;
-  const video::PlaybackParams playback_;
+  const Playback playback_;
   Reader reader_;
   std::optional<video::CameraInfo> info_;  // Once it was opened.
 };

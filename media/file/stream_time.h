@@ -20,6 +20,9 @@ constexpr std::int64_t kFurthestTime = std::int64_t{1} << 60;
 // A time in a stream's unit, bounded.
 [[nodiscard]] std::chrono::nanoseconds InNanoseconds(std::int64_t value, const AVRational& unit);
 
+// The same backwards, to the nearest unit.
+[[nodiscard]] std::int64_t InUnits(std::chrono::nanoseconds time, const AVRational& unit);
+
 }  // namespace movra::media
 
 #endif  // MOVRA_MEDIA_FILE_STREAM_TIME_H_

@@ -79,8 +79,9 @@ void BoundTimes(AVPacket& packet) {
 
 }  // namespace
 
-CameraInfo VideoFileDecoder::Open(const std::string& path) {
+CameraInfo VideoFileDecoder::Open(const std::string& path, nanoseconds start) {
   path_ = path;
+  start_ = start;
   const FileCheck check = CheckReadableFile(path);
   if (check.error != CameraError::kNone) return Failure(check.error, check.text);
   if (const std::string error = LoadFfmpeg(); !error.empty()) {
@@ -121,7 +122,62 @@ CameraInfo VideoFileDecoder::Open(const std::string& path) {
   if (container_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM && !is_measured) {
     stated_duration_ = info.duration;
   }
+  if (start_.count() == 0) return info;
+  if (info.duration.count() > 0) {
+    if (start_ >= info.duration) return StartsBehindItsEnd(path, info.duration);
+    info.duration -= start_;
+  }
+  SeekToTheStart();
   return info;
+}
+
+void VideoFileDecoder::SeekToTheStart() {
+  const AVInputFormat& format = *container_->iformat;
+  const bool has_times = (format.flags & AVFMT_NOTIMESTAMPS) == 0 && !CountsPictures();
+  if (pipe_.context() != nullptr || !has_times) return;
+  if (stream_->start_time == AV_NOPTS_VALUE) return;
+  start_pts_ = stream_->start_time + InUnits(start_, stream_->time_base);
+  bool has_moved = false;
+  // Every container finds a time, but not every one the key frame in front of it.
+  for (const seconds back : {seconds(0), seconds(2), seconds(10), seconds(60)}) {
+    const std::int64_t time = *start_pts_ - InUnits(back, stream_->time_base);
+    if (time <= stream_->start_time) break;
+    has_moved = true;
+    began_late_ = HasKeyFrameFrom(time) &&
+                  av_seek_frame(container_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+    if (!began_late_) continue;
+    waits_for_key_ = true;
+    account_.BeginLate();
+    return;
+  }
+  if (has_moved && !SeekToTheFirst()) broken_off_ = true;
+}
+
+bool VideoFileDecoder::HasKeyFrameFrom(std::int64_t time) {
+  if (av_seek_frame(container_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) < 0) return false;
+  while (av_read_frame(container_.get(), packet_.get()) >= 0) {
+    const bool is_wanted = packet_->stream_index == stream_->index;
+    const bool is_key = (packet_->flags & AV_PKT_FLAG_KEY) != 0;
+    const std::int64_t pts = packet_->pts != AV_NOPTS_VALUE ? packet_->pts : packet_->dts;
+    av_packet_unref(packet_.get());
+    if (is_wanted && (is_key || pts > *start_pts_)) {
+      return is_key && pts != AV_NOPTS_VALUE && pts <= *start_pts_;
+    }
+  }
+  return false;
+}
+
+bool VideoFileDecoder::IsBeforeTheStart(const AVFrame& frame) {
+  if (start_.count() == 0) return false;
+  nanoseconds time = left_out_;
+  if (frame.best_effort_timestamp != AV_NOPTS_VALUE && !CountsPictures()) {
+    const std::int64_t pts = BoundedTime(frame.best_effort_timestamp);
+    if (!start_pts_) start_pts_ = pts + InUnits(start_, stream_->time_base);
+    time = start_ + InNanoseconds(pts - *start_pts_, stream_->time_base);
+  }
+  if (time >= start_) return false;
+  left_out_ = std::min(time + FrameDuration(frame), kLatest);
+  return true;
 }
 
 void VideoFileDecoder::IgnoreOtherStreams() {
@@ -151,7 +207,7 @@ int VideoFileDecoder::OpenDecoder() {
 
 CameraInfo VideoFileDecoder::Describe() const {
   CameraInfo info;
-  info.is_file = true;
+  info.traits.replayable = pipe_.context() == nullptr;
   const AVRational aspect = av_guess_sample_aspect_ratio(container_.get(), stream_, nullptr);
   const AVCodecParameters& parameters = *stream_->codecpar;
   info.natural_size = UprightSize({parameters.width, parameters.height}, aspect.num, aspect.den,
@@ -190,6 +246,9 @@ SourceItem VideoFileDecoder::Next() {
     } else if (result < 0) {
       account_.TakeError();
       CountDamage();
+    } else if (IsBeforeTheStart(*frame)) {
+      static_cast<void>(IsWhole(*frame));
+      static_cast<void>(OrientationNow(*frame));  // Those behind it may be turned as it is.
     } else if (!IsWhole(*frame)) {
       // What was cut off before the first picture was left out on purpose.
       if (!account_.IsBeforeTheFirst(*frame)) CountDamage();
@@ -224,7 +283,13 @@ void VideoFileDecoder::FeedDecoder() {
     BoundTimes(*packet_);
     const bool wanted = packet_->stream_index == stream_->index;
     int sent = 0;
+    const bool is_key = (packet_->flags & AV_PKT_FLAG_KEY) != 0;
+    if (wanted && waits_for_key_ && !is_key) {
+      av_packet_unref(packet_.get());
+      continue;
+    }
     if (wanted) {
+      waits_for_key_ = false;
       Account(*packet_);
       sent = avcodec_send_packet(codec_.get(), packet_.get());
     }
@@ -264,7 +329,7 @@ std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   SourceFrame item{wrapped.WithInfo(info),
                    UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
                    orientation.mirror};
-  only_ = delivered_ == 1 ? std::optional(item) : std::nullopt;
+  only_ = delivered_ == 1 && start_.count() == 0 ? std::optional(item) : std::nullopt;
   return item;
 }
 
@@ -334,6 +399,8 @@ bool VideoFileDecoder::Rewind() {
   // No end mark will tell of what the file lacks.
   if (std::exchange(broken_off_, false) && told_missing_ == 0) CountDamage();
   account_.Rewind();
+  waits_for_key_ = began_late_;
+  left_out_ = nanoseconds(0);
   pass_start_ = ExpectedTime();
   first_pts_.reset();
   return true;
@@ -372,10 +439,18 @@ SourceItem VideoFileDecoder::NextOfStill() {
 }
 
 StreamEnd VideoFileDecoder::End() const {
+  if (delivered_ == 0 && left_out_.count() > 0) {
+    const CameraInfo behind = StartsBehindItsEnd(path_, left_out_);
+    StreamEnd end;
+    end.error_code = behind.error_code;
+    end.reason = behind.error_text;
+    return end;
+  }
   return EndOfFile(path_, {.delivered_frames = delivered_,
                            .damaged_frames = damaged_frames_,
                            .duration = ExpectedTime(),
                            .stated_duration = stated_duration_,
+                           .start = start_,
                            .broken_off = broken_off_});
 }
 

@@ -45,17 +45,20 @@ class VideoFileDecoder {
   // More threads decode faster and cost more CPU time, memory and delay; 0 means one for each core.
   explicit VideoFileDecoder(int threads = 1) : threads_(threads) {}
 
-  // Once. Errors are CameraError values with a text that names the file.
-  [[nodiscard]] video::CameraInfo Open(const std::string& path);
+  // Once. Errors are CameraError values with a text that names the file. Frames that are shown
+  // before `start` are left out, as if the file began there.
+  [[nodiscard]] video::CameraInfo Open(
+      const std::string& path, std::chrono::nanoseconds start = std::chrono::nanoseconds(0));
 
   // The next frame or the end, after which it is not called again unless Rewind succeeded. Nothing
   // when it was interrupted.
   [[nodiscard]] SourceItem Next();
 
-  // Goes back to the first frame. Time stamps and sequence numbers go on: the frames that follow
-  // are stamped as if the file were stored twice. A file that breaks off counts as one damaged
-  // frame more, where it is not known how many it lacks. The picture of a file that holds but one
-  // is given again without reading it. False if it cannot go back, or had no frame to show.
+  // Goes back to the first frame that was delivered. Time stamps and sequence numbers go on: the
+  // frames that follow are stamped as if the file were stored twice. A file that breaks off counts
+  // as one damaged frame more, where it is not known how many it lacks. The picture of a file that
+  // holds but one is given again without reading it. False if it cannot go back, or had no frame to
+  // show.
   [[nodiscard]] bool Rewind();
 
   // Makes Open and Next give up soon. Any thread.
@@ -70,6 +73,14 @@ class VideoFileDecoder {
   void IgnoreOtherStreams();
   [[nodiscard]] video::CameraInfo Describe() const;
 
+  // Lets reading begin shortly before the start, where the container can; otherwise it begins with
+  // the file, and what comes before is decoded for nothing.
+  void SeekToTheStart();
+  // Whether a decoder that is fed from the time on can begin with a key frame from before the
+  // start.
+  [[nodiscard]] bool HasKeyFrameFrom(std::int64_t time);
+  // Whether the picture is shown before the start.
+  [[nodiscard]] bool IsBeforeTheStart(const AVFrame& frame);
   void FeedDecoder();
   // Before the packet goes to the decoder.
   void Account(const AVPacket& packet);
@@ -107,6 +118,13 @@ class VideoFileDecoder {
   std::uint64_t damaged_frames_ = 0;
   std::uint64_t delivered_ = 0;
   bool broken_off_ = false;
+
+  // What is shown before is left out.
+  std::chrono::nanoseconds start_{0};
+  std::optional<std::int64_t> start_pts_;  // Once it is known when the stream's time begins.
+  std::chrono::nanoseconds left_out_{0};   // Up to the end of the last one that was.
+  bool began_late_ = false;                // Reading did, with a key frame.
+  bool waits_for_key_ = false;
 
   FileAccount account_;
   std::int64_t packets_ = 0;  // That went to the decoder.

@@ -71,7 +71,7 @@ TEST_F(VideoFileDecoderTest, DeliversEveryFrameInTheOrderOfItsShowing) {
   EXPECT_EQ(decoded.info.natural_size, (Size{320, 180}));
   EXPECT_EQ(decoded.info.rate_numerator, 30 * decoded.info.rate_denominator);
   EXPECT_NEAR(static_cast<double>(decoded.info.duration.count()), 40 / 30.0 * 1e9, 1e6);
-  EXPECT_TRUE(decoded.info.is_file);
+  EXPECT_TRUE(decoded.info.traits.replayable);
   EXPECT_FALSE(decoded.info.has_audio);
   EXPECT_THAT(decoded.Numbers(), ElementsAreArray(Range(0, 40)));
   EXPECT_THAT(decoded.Timestamps(), ElementsAreArray(TimestampsAt30(40, 15360)));

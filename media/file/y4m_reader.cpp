@@ -107,7 +107,7 @@ bool Y4mReader::CanRead(const std::string& path) {
   return ParseY4mHeader(ReadLine(file.get(), 0, kLongestHeader)).has_value();
 }
 
-CameraInfo Y4mReader::Open(const std::string& path) {
+CameraInfo Y4mReader::Open(const std::string& path, nanoseconds start) {
   CameraInfo info;
   OwnedFile file(path);
   const std::string line = ReadLine(file.get(), 0, kLongestHeader);
@@ -128,15 +128,29 @@ CameraInfo Y4mReader::Open(const std::string& path) {
   file_ = file.Release();
   posix_fadvise(file_, 0, 0, POSIX_FADV_SEQUENTIAL);
 
-  info.is_file = true;
+  info.traits.replayable = true;
   info.natural_size = UprightSize(header_.size, header_.aspect_numerator,
                                   header_.aspect_denominator, video::VideoRotation::k0);
   info.rate_numerator = header_.rate_numerator;
   info.rate_denominator = header_.rate_denominator;
   const auto mark_bytes = static_cast<std::int64_t>(kFrameMark.size()) + 1;
-  info.duration = TimeOf(static_cast<std::uint64_t>((status.st_size - first_frame_offset_) /
-                                                    (SampleBytes(header_.size) + mark_bytes)));
+  const auto frames = static_cast<std::uint64_t>((status.st_size - first_frame_offset_) /
+                                                 (SampleBytes(header_.size) + mark_bytes));
+  const std::uint64_t skipped = SkipTo(start);
+  if (skipped > 0 && offset_ >= status.st_size) return StartsBehindItsEnd(path, TimeOf(skipped));
+  first_frame_offset_ = offset_;
+  info.duration = TimeOf(frames - std::min(frames, skipped));
   return info;
+}
+
+std::uint64_t Y4mReader::SkipTo(nanoseconds start) {
+  std::uint64_t skipped = 0;
+  for (; TimeOf(skipped) < start; ++skipped) {
+    // Whatever else stands there is told when it is read.
+    if (ReadMark() != Mark::kFrame) return skipped;
+    offset_ += SampleBytes(header_.size);
+  }
+  return skipped;
 }
 
 SourceItem Y4mReader::Next() {
@@ -213,8 +227,7 @@ video::StreamEnd Y4mReader::End(bool broken_off) const {
                            .broken_off = broken_off});
 }
 
-std::unique_ptr<FrameSource> MakeY4mSource(const std::string& path,
-                                           const video::PlaybackParams& playback) {
+std::unique_ptr<FrameSource> MakeY4mSource(const std::string& path, const Playback& playback) {
   if (!Y4mReader::CanRead(path)) return nullptr;
   return std::make_unique<PlayedFile<Y4mReader>>(path, playback);
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "media/capture/frame_source.h"
+#include "media/file/playback.h"
 #include "media/file/y4m_header.h"
 #include "media/frame/frame_pool.h"
 #include "video/camera_service.h"
@@ -29,14 +30,16 @@ class Y4mReader {
   // Whether the path names a file that can be read here; others may be able to read the rest.
   [[nodiscard]] static bool CanRead(const std::string& path);
 
-  // What it is, or why it cannot be read. A second call begins again.
-  [[nodiscard]] video::CameraInfo Open(const std::string& path);
+  // What it is, or why it cannot be read. The first frame is the first that is shown from `start`
+  // on, and has the time stamp 0.
+  [[nodiscard]] video::CameraInfo Open(
+      const std::string& path, std::chrono::nanoseconds start = std::chrono::nanoseconds(0));
 
   // The next frame; then the end, which says so if the file stops within a frame or holds something
   // else where a frame should begin. Nothing when interrupted.
   [[nodiscard]] SourceItem Next();
 
-  // Goes back to the first frame; time stamps go on growing. False if there was none.
+  // Goes back to that frame; time stamps go on growing. False if there was none.
   [[nodiscard]] bool Rewind();
 
   void Interrupt() { interrupted_ = true; }
@@ -45,6 +48,8 @@ class Y4mReader {
   // Whether a frame's header stands here; it is passed over.
   enum class Mark { kFrame, kEnd, kOther };
   [[nodiscard]] Mark ReadMark();
+  // Passes over what is shown before; how many frames that were.
+  [[nodiscard]] std::uint64_t SkipTo(std::chrono::nanoseconds start);
   // Whether all samples were there.
   [[nodiscard]] bool ReadSamples(WritableFrame& frame);
   // How many frames take that long, to the nearest nanosecond.
@@ -65,7 +70,7 @@ class Y4mReader {
 
 // The camera that plays such a file; null if the path names no such file.
 [[nodiscard]] std::unique_ptr<FrameSource> MakeY4mSource(const std::string& path,
-                                                         const video::PlaybackParams& playback);
+                                                         const Playback& playback);
 
 }  // namespace movra::media
 

@@ -80,7 +80,7 @@ TEST_F(Y4mReaderTest, DescribesTheFile) {
   ASSERT_TRUE(Y4mReader::CanRead(Write(Clip(3, " A2:1"))));
   const video::CameraInfo info = reader_.Open(path_);
   EXPECT_EQ(info.error_code, 0);
-  EXPECT_TRUE(info.is_file);
+  EXPECT_TRUE(info.traits.replayable);
   EXPECT_FALSE(info.has_audio);
   EXPECT_EQ(info.natural_size, (video::Size{12, 5}));
   EXPECT_EQ(info.rate_numerator, 30000);

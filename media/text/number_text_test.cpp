@@ -1,11 +1,11 @@
-#include "app/number_text.h"
+#include "media/text/number_text.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <string>
 
-namespace movra::app {
+namespace movra::media {
 namespace {
 
 TEST(NumberText, ReadsWholeNumbersAndNothingElse) {
@@ -33,4 +33,4 @@ TEST(NumberText, ReadsDecimalsAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace movra::app
+}  // namespace movra::media

@@ -1,6 +1,6 @@
 #include <memory>
 
-#include "media/camera/camera_service_impl.h"
+#include "media/sources/source_kinds.h"
 #include "video/camera_service.h"
 
 namespace core {

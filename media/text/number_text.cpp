@@ -1,11 +1,11 @@
-#include "app/number_text.h"
+#include "media/text/number_text.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
 
-namespace movra::app {
+namespace movra::media {
 
 std::optional<std::int64_t> ParseWhole(std::string_view text) {
   const bool digits =
@@ -28,4 +28,4 @@ std::optional<double> ParseDecimal(std::string_view text) {
   return number;
 }
 
-}  // namespace movra::app
+}  // namespace movra::media

@@ -1,7 +1,7 @@
-#include "app/camera_failure.h"
+#include "app/source_failure.h"
 
-#include "app/run_options.h"
 #include "media/capture/camera_error.h"
+#include "media/sources/source_kinds.h"
 
 namespace movra::app {
 namespace {
@@ -27,12 +27,12 @@ ExitCode StartCode(CameraError error) {
       return ExitCode::kNotBuilt;
     case CameraError::kNoResources:
       return ExitCode::kNoResources;
+    case CameraError::kBadOption:
+      return ExitCode::kMalformed;
     default:
       return ExitCode::kCaptureFailed;
   }
 }
-
-bool IsFile(const std::string& camera_id) { return camera_id.starts_with(kFilePrefix); }
 
 std::string Reason(std::int32_t error_code, const std::string& text) {
   return text.empty() ? media::CameraErrorToString(static_cast<CameraError>(error_code)) : text;
@@ -40,30 +40,36 @@ std::string Reason(std::int32_t error_code, const std::string& text) {
 
 }  // namespace
 
-Failure CameraStartFailure(const std::string& camera_id, std::int32_t error_code,
+std::string SourceName(const std::string& source_id) {
+  const auto file = media::ParseFileSourceId(source_id);
+  return file ? "file:" + file->path : source_id;
+}
+
+Failure SourceStartFailure(const std::string& source_id, std::int32_t error_code,
                            const std::string& text) {
   std::string reason = Reason(error_code, text);
-  const bool is_file = IsFile(camera_id);
-  const std::string name = is_file ? camera_id.substr(sizeof kFilePrefix - 1) : camera_id;
+  const auto file = media::ParseFileSourceId(source_id);
+  const std::string& name = file ? file->path : source_id;
   // The camera's own sentence often names it already.
   const bool names_it = reason.find(name) != std::string::npos;
   ExitCode code = StartCode(static_cast<CameraError>(error_code));
   // What a camera that is no file does not support is its name.
-  if (code == ExitCode::kNotAVideo && !is_file) code = ExitCode::kUnknownCamera;
+  if (code == ExitCode::kNotAVideo && !file) code = ExitCode::kUnknownCamera;
   if (code == ExitCode::kUnknownCamera) reason += "; movra-producer devices lists the cameras";
-  return {code, "--camera" + (names_it ? "" : " " + camera_id) + ": " + reason};
+  return {code, names_it ? reason : SourceName(source_id) + ": " + reason};
 }
 
-std::optional<Failure> CameraDamageFailure(const std::string& camera_id, std::int32_t error_code,
+std::optional<Failure> SourceDamageFailure(const std::string& source_id, std::int32_t error_code,
                                            const std::string& text, std::uint64_t damaged_frames) {
-  if (error_code == 0 && (damaged_frames == 0 || !IsFile(camera_id))) return std::nullopt;
+  const bool is_file = media::ParseFileSourceId(source_id).has_value();
+  if (error_code == 0 && (damaged_frames == 0 || !is_file)) return std::nullopt;
   std::string what;
   if (error_code != 0) what = " broke off: " + Reason(error_code, text);
   if (damaged_frames > 0) {
     what += (what.empty() ? ": " : "; ") + std::to_string(damaged_frames) +
             (damaged_frames == 1 ? " frame" : " frames") + " could not be decoded whole";
   }
-  return Failure{ExitCode::kDamagedInput, camera_id + what + "; the rest is kept"};
+  return Failure{ExitCode::kDamagedInput, SourceName(source_id) + what + "; the rest is kept"};
 }
 
 }  // namespace movra::app

@@ -1,4 +1,4 @@
-#include "media/camera/camera_sources.h"
+#include "media/sources/source_kinds.h"
 #include "video/camera_service.h"
 
 namespace movra::video {
