@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <utility>
+#include <variant>
 
 #include "logging/guarded_call.h"
 #include "logging/log_message.h"
@@ -17,7 +18,6 @@ using video::FrameDelivery;
 using video::InterceptPosition;
 using video::PixelFrame;
 using video::PixelFrameInfo;
-using video::VideoRotation;
 
 namespace {
 
@@ -64,17 +64,17 @@ FramePipeline::FramePipeline(video::VideoContext context,
 PixelFrame FramePipeline::Process(PixelFrame frame, const PipelineSettings& settings,
                                   const std::function<bool()>& is_stopped) {
   Pass pass{settings, is_stopped, std::move(frame), std::nullopt};
-  Visit(pass, InterceptPosition::kCaptured);
-  Turn(pass, {AddRotations(pass.frame.info().rotation, settings.orientation.rotation),
-              settings.orientation.mirror});
-  Visit(pass, InterceptPosition::kBeautified);
-  Visit(pass, InterceptPosition::kCustomProcessing);
-  Visit(pass, InterceptPosition::kPreview);
-  Visit(pass, InterceptPosition::kPreviewWithWatermark);
-  PixelFrame upright = pass.frame;
-  Turn(pass, settings.encoder_orientation);
-  Visit(pass, InterceptPosition::kEncoder);
-  return upright;
+  PixelFrame shown;
+  for (const auto& step : settings.way) {
+    if (const auto* const stage = std::get_if<StageStep>(&step)) {
+      Run(pass, *stage);
+      continue;
+    }
+    const auto position = std::get<InterceptPosition>(step);
+    Visit(pass, position);
+    if (position == InterceptPosition::kPreviewWithWatermark) shown = pass.frame;
+  }
+  return shown;
 }
 
 PixelFrame FramePipeline::ToImage(const PixelFrame& frame) {
@@ -176,21 +176,23 @@ void FramePipeline::Write(Output& output, const std::function<bool()>& is_stoppe
   if (is_lossless && result == video::TrackWriteResult::kFull) count(FrameFate::kDisplaced);
 }
 
-void FramePipeline::Turn(Pass& pass, const Orientation& orientation) {
-  if (!pass.frame) return;
-  const PixelFrame turned = OrientFrame(pass.frame, orientation, pool_);
-  if (!turned) {
-    const PixelFrameInfo& info = pass.frame.info();
-    ReportNotMade("the upright", info.size, info.format, info);
-    source_->Count(FrameFate::kNotMade);
-  }
-  const bool is_same = turned && IsSamePicture(turned, pass.frame);
-  const bool was_marked = pass.frame.info().rotation != VideoRotation::k0;
-  if (is_same && !was_marked) return;
-  PixelFrameInfo info = turned.info();
-  info.rotation = VideoRotation::k0;
-  pass.frame = turned.WithInfo(info);
-  pass.outputs.reset();
+void FramePipeline::Run(Pass& pass, const StageStep& step) {
+  if (!pass.frame || *step.has_thrown) return;
+  std::optional<StageFrame> work;
+  PixelFrameInfo before;
+  bool is_made = true;
+  step.Run([&] {
+    if (!step.prepared->IsNeededFor(pass.frame.info())) return;
+    before = pass.frame.info();
+    pass.outputs.reset();  // It has a share in the frame, which can be written in place without.
+    work.emplace(std::move(pass.frame), pool_);
+    is_made = step.prepared->Process(*work);
+  });
+  if (!work) return;
+  pass.frame = is_made ? work->picture() : PixelFrame();
+  if (pass.frame) return;
+  ReportNotMade(std::string("the ") + step.name, before.size, before.format, before);
+  source_->Count(FrameFate::kNotMade);
 }
 
 FrameCounters* FramePipeline::StreamOf(const Tap& tap,

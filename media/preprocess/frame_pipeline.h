@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "media/frame/frame_pool.h"
-#include "media/frame/orient_frame.h"
 #include "media/preprocess/output_maker.h"
+#include "media/preprocess/stage_table.h"
 #include "media/track/frame_account.h"
 #include "video/custom_process_params.h"
 #include "video/pixel_frame.h"
@@ -51,13 +51,12 @@ using Interceptor = Attachment<video::VideoInterceptorListener>;
 struct PipelineSettings {
   std::vector<Tap> taps;
   std::vector<Interceptor> interceptors;
-  Orientation orientation;          // On top of the frame's own rotation.
-  Orientation encoder_orientation;  // On top of that, for the encoders.
+  FrameWay way;
   video::FrameAdaptiveMode adaptive_mode = video::FrameAdaptiveMode::kCrop;
 };
 
-// Takes a frame through the positions in their order: at each one the interceptors, then the taps.
-// The frame is turned upright behind kCaptured and for the encoders before kEncoder.
+// Takes a frame through positions and stages in the order of the way: at each position the
+// interceptors, then the taps. A stage that changes nothing about the frame costs it nothing.
 //
 // A frame that does not reach a stream's encoder is counted with its reason. A picture that cannot
 // be made is told in the log, once for each that was wanted. An interceptor or a writer that throws
@@ -68,8 +67,8 @@ class FramePipeline {
  public:
   FramePipeline(video::VideoContext context, const std::shared_ptr<FrameAccount>& account);
 
-  // Returns the upright picture, empty if an interceptor dropped the frame. Once `is_stopped`
-  // answers true nobody is given the frame any more.
+  // Returns the picture as it was behind kPreviewWithWatermark, empty if the frame did not get
+  // there. Once `is_stopped` answers true nobody is given the frame any more.
   video::PixelFrame Process(video::PixelFrame frame, const PipelineSettings& settings,
                             const std::function<bool()>& is_stopped);
 
@@ -98,7 +97,7 @@ class FramePipeline {
   [[nodiscard]] std::vector<Output> MakeOutputs(Pass& pass, video::InterceptPosition position);
   [[nodiscard]] video::PixelFrame MakePicture(Pass& pass, const Tap& tap);
   static void Write(Output& output, const std::function<bool()>& is_stopped);
-  void Turn(Pass& pass, const Orientation& orientation);
+  void Run(Pass& pass, const StageStep& step);
   [[nodiscard]] FrameCounters* StreamOf(const Tap& tap,
                                         const video::IPixelFrameTrackWriter& writer) const;
   // `what` is whose picture it is.

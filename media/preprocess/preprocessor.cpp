@@ -6,8 +6,6 @@
 
 #include "base/weak_bind.h"
 #include "logging/guarded_call.h"
-#include "logging/log_message.h"
-#include "logging/log_stream.h"
 #include "media/frame/platform_objects.h"
 
 namespace movra::media {
@@ -78,11 +76,13 @@ bool Preprocessor::Taken::IsLossless() const {
 }
 
 Preprocessor::Preprocessor(const video::VideoContext& context,
-                           std::shared_ptr<core::DispatchQueue> queue)
-    : context_(context),
-      queue_(std::move(queue)),
+                           std::shared_ptr<core::DispatchQueue> queue, std::vector<StageRow> rows)
+    : queue_(std::move(queue)),
       account_(FrameAccount::Of(context.trace())),
-      pipeline_(context, account_) {}
+      pipeline_(context, account_),
+      stages_(std::move(rows)) {
+  ChangeStages([](StageSettings& /*as it is*/) {});
+}
 
 // The callbacks stay where they are installed: they find the object gone, and the ends may have new
 // owners by the time the last reference goes.
@@ -206,88 +206,6 @@ void Preprocessor::Snapshot(SnapshotCallback on_done) {
   Answer(std::move(on_done), nullptr);
 }
 
-void Preprocessor::SetMirror(video::MirrorMode mode) {
-  // Automatic means a mirror for cameras that face the user; none here says that it does.
-  Change([&](PipelineSettings& settings) {
-    settings.orientation.mirror = mode == video::MirrorMode::kEnabled;
-  });
-}
-
-void Preprocessor::SetRotation(video::VideoRotation rotation) {
-  Change([&](PipelineSettings& settings) { settings.orientation.rotation = rotation; });
-}
-
-void Preprocessor::SetEncoderMirror(bool mirror) {
-  Change([&](PipelineSettings& settings) { settings.encoder_orientation.mirror = mirror; });
-}
-
-// Holds for the taps that are there, until each is added anew with the size of its own.
-void Preprocessor::SetEncoderOutputSize(int width, int height) {
-  Change([&](PipelineSettings& settings) {
-    for (Tap& tap : settings.taps) {
-      if (!tap.is_for_encoder || tap.params.stream_type == video::VideoStreamType::kSmall) continue;
-      tap.params.width = width;
-      tap.params.height = height;
-    }
-  });
-}
-
-void Preprocessor::SetEncoderRotation(video::VideoRotation rotation) {
-  Change([&](PipelineSettings& settings) { settings.encoder_orientation.rotation = rotation; });
-}
-
-void Preprocessor::SetFrameAdaptiveMode(video::FrameAdaptiveMode mode) {
-  Change([&](PipelineSettings& settings) { settings.adaptive_mode = mode; });
-}
-
-// What these tell changes nothing here: sizes and modes arrive with the taps and the adaptive mode,
-// and there is no sensor that would say how the device is held.
-void Preprocessor::SetSourceType(video::VideoSourceType /*type*/) {}
-void Preprocessor::SetProducerMode(video::ProducerMode /*mode*/) {}
-void Preprocessor::SetFrameAdaptiveFlag(bool /*flag*/) {}
-void Preprocessor::SetGSensorMode(video::GSensorMode /*mode*/) {}
-
-void Preprocessor::SetBeautyStyle(video::BeautyStyle style) {
-  if (style != video::BeautyStyle::kSmooth) ReportUnavailable("beauty");
-}
-
-void Preprocessor::SetBeautyLevel(float level) {
-  if (level > 0) ReportUnavailable("beauty");
-}
-
-void Preprocessor::SetWhitenessLevel(float level) {
-  if (level > 0) ReportUnavailable("beauty");
-}
-
-void Preprocessor::SetRuddyLevel(float level) {
-  if (level > 0) ReportUnavailable("beauty");
-}
-
-void Preprocessor::SetLUTColorFilter(std::shared_ptr<Image> filter) {
-  if (filter) ReportUnavailable("colour filter");
-}
-
-void Preprocessor::SetLUTColorFilterStrength(float /*strength*/) {}
-
-void Preprocessor::SetLUTColorFilter(std::shared_ptr<Image> first, float /*first_strength*/,
-                                     std::shared_ptr<Image> second, float /*second_strength*/,
-                                     float /*ratio*/) {
-  if (first || second) ReportUnavailable("colour filter");
-}
-
-void Preprocessor::SetGreenScreenParams(const video::GreenScreenParams& params) {
-  if (params.enabled) ReportUnavailable("green screen");
-}
-
-void Preprocessor::SetWatermark(std::shared_ptr<Image> image, double /*x*/, double /*y*/,
-                                double /*width*/, bool /*in_preview*/) {
-  if (image) ReportUnavailable("watermark");
-}
-
-void Preprocessor::SetCoverImageParams(std::shared_ptr<video::VideoCoverImageParams> params) {
-  if (params) ReportUnavailable("cover image");
-}
-
 void Preprocessor::Change(const std::function<void(PipelineSettings&)>& change,
                           const std::function<void()>& and_also) {
   auto changed = std::make_shared<PipelineSettings>(*settings_);  // Only this thread replaces it.
@@ -296,16 +214,6 @@ void Preprocessor::Change(const std::function<void(PipelineSettings&)>& change,
   const std::lock_guard lock(mutex_);
   settings_.swap(replaced);
   if (and_also) and_also();
-}
-
-void Preprocessor::ReportUnavailable(std::string_view effect) {
-  constexpr int kWarning = 1;
-  if (!reported_effects_.insert(effect).second) return;
-  if (movra_logging::ShouldCreateLogMessage(kWarning)) {
-    LogStream("media/preprocess/preprocessor", __LINE__, __func__, kWarning, nullptr)
-        << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " "
-        << "Not available yet, pictures stay as they are:" << effect;
-  }
 }
 
 void Preprocessor::DropSnapshots() {

@@ -7,11 +7,11 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <string_view>
 #include <variant>
 #include <vector>
 
 #include "media/preprocess/frame_pipeline.h"
+#include "media/preprocess/stage_table.h"
 #include "video/video_preprocessor.h"
 
 namespace movra::media {
@@ -40,14 +40,17 @@ namespace movra::media {
 // Frames that get no further are counted in the account of the context's trace. What the
 // application's ends, listeners and callbacks throw is told in the log and ends there.
 //
-// Effects are not available yet: the first request for each is answered by a line in the log.
+// Stages are told settings and prepare themselves on the main queue; what they prepared is part of
+// the settings that an item goes on with.
 class Preprocessor final : public video::IVideoPreprocessor2,
                            public std::enable_shared_from_this<Preprocessor> {
  public:
   using SnapshotCallback =
       movra_base::OnceCallback<void(std::shared_ptr<video::ObjcWrapper<NSImage>>)>;
 
-  Preprocessor(const video::VideoContext& context, std::shared_ptr<core::DispatchQueue> queue);
+  // `rows` are what it does with each frame.
+  Preprocessor(const video::VideoContext& context, std::shared_ptr<core::DispatchQueue> queue,
+               std::vector<StageRow> rows);
 
   // IVideoPreprocessor2
   void StartProcessing() override;
@@ -108,11 +111,11 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   // Swaps in changed settings; `and_also` runs in the same step. Main queue.
   void Change(const std::function<void(PipelineSettings&)>& change,
               const std::function<void()>& and_also = {});
+  // The same for what the stages are told, which they prepare first, in no step with anything else.
+  void ChangeStages(const std::function<void(StageSettings&)>& change);
   // Of a tap at the encoders' position: whether an encoder reads it, or the application looks on.
   [[nodiscard]] bool IsEncodersWish(const video::CustomProcessParams& params,
                                     const video::IPixelFrameTrackWriter& writer) const;
-  // Logs once for each effect that something was asked for which is not there yet. Main queue.
-  void ReportUnavailable(std::string_view effect);
   // Answers those that wait with null.
   void DropSnapshots();
 
@@ -133,14 +136,14 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   void Process(video::PixelFrame frame, const PipelineSettings& settings, std::uint64_t run);
   void CountStopped(const video::TrackItem& item);
 
-  const video::VideoContext context_;
   const std::shared_ptr<core::DispatchQueue> queue_;
   const std::shared_ptr<FrameAccount> account_;
-  FramePipeline pipeline_;                       // The queue's.
-  std::set<std::string_view> reported_effects_;  // The main queue's.
-  std::uint64_t runs_ = 0;                       // The main queue's; counts the starts.
-  std::uint64_t last_change_ = 0;                // The main queue's, as the one below.
-  std::weak_ptr<video::IPixelFrameTrackWriter> last_removed_;  // By last_change_.
+  FramePipeline pipeline_;         // The queue's.
+  StageTable stages_;              // The main queue's, as the three below.
+  StageSettings stage_settings_;   // What the stages were told last.
+  std::uint64_t runs_ = 0;         // Counts the starts.
+  std::uint64_t last_change_ = 0;  // Of an encoder's tap.
+  std::weak_ptr<video::IPixelFrameTrackWriter> last_removed_;  // By it; the main queue's.
   // Which start is running, 0 when stopped. Written on the main queue, read on the queue.
   std::atomic<std::uint64_t> run_ = 0;
   std::atomic<std::uint32_t> processed_ = 0;  // Written on the queue, read on any thread.
