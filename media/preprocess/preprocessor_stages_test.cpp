@@ -186,11 +186,12 @@ TEST_F(PreprocessorStages, AStageThatThrowsIsToldOnceAndPassedBy) {
     const auto encoder = AddWriter(kEncoder);
     movra_logging::RecordingSink log;
     Process(MakeFrame(0, kLossless));
-    preprocessor->SetBeautyLevel(0.5F);
     Process(MakeFrame(1, kLossless));
+    preprocessor->SetBeautyLevel(0.5F);
+    Process(MakeFrame(2, kLossless));
     EXPECT_EQ(calls, 1);
     EXPECT_THAT(log.texts(), ElementsAre("The test stage threw: broken"));
-    ASSERT_EQ(encoder->frames.size(), 2U) << "the frame at which it threw goes on too";
+    ASSERT_EQ(encoder->frames.size(), 3U) << "the frame at which it threw goes on too";
     EXPECT_EQ(DistanceFrom(encoder->frames[0].info(), kRust), 0);
   }
 }
