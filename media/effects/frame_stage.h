@@ -27,11 +27,11 @@ class IPreparedStage {
  public:
   virtual ~IPreparedStage() = default;
 
-  // Asked for each frame; one that is not changed costs nothing. No frame is made for the answer.
+  // Asked for each frame. One that does not need the stage goes by as it is, at no cost.
   [[nodiscard]] virtual bool IsNeededFor(const video::PixelFrameInfo& frame) const = 0;
 
   // Changes the picture or replaces it. False if the picture cannot be made: that is told in the
-  // log, and the frame goes no further, because nobody wants the picture without the effect.
+  // log, and the frame goes no further: it might show what the effect was to hide.
   [[nodiscard]] virtual bool Process(StageFrame& frame) const = 0;
 };
 

@@ -111,7 +111,7 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   // Swaps in changed settings; `and_also` runs in the same step. Main queue.
   void Change(const std::function<void(PipelineSettings&)>& change,
               const std::function<void()>& and_also = {});
-  // The same for what the stages are told, which they prepare first, in no step with anything else.
+  // The same for what stages are told. They prepare themselves first, with no lock held.
   void ChangeStages(const std::function<void(StageSettings&)>& change);
   // Of a tap at the encoders' position: whether an encoder reads it, or the application looks on.
   [[nodiscard]] bool IsEncodersWish(const video::CustomProcessParams& params,
