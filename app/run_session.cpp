@@ -5,6 +5,8 @@
 
 #include "app/source_failure.h"
 #include "base/once_callback.h"
+#include "core/location.h"
+#include "core/notification_center.h"
 #include "logging/log_identity.h"
 #include "video/capture_params.h"
 #include "video/encode_params.h"
@@ -149,6 +151,9 @@ void RunSession::StartCapture() {
     params.width = setting_.plan.size->width;
     params.height = setting_.plan.size->height;
   }
+  core::SubscribeEvent<std::function<void(const std::string&, const video::StreamEnd&)>>(
+      video::kCaptureLostNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
+      &RunSession::OnCaptureLost);
   producer_->SetProducerMode(setting_.plan.mode);
   capture_start_ = setting_.now();
   producer_->StartCapture(params, BindOnce(&RunSession::OnCaptureStarted, weak_from_this()));
@@ -163,6 +168,14 @@ void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
     duration_start_ = setting_.now();
     LookForEndOfDuration();
   }
+}
+
+// There is nothing that could follow it here.
+void RunSession::OnCaptureLost(const std::string& camera_id, const video::StreamEnd& end) {
+  if (camera_id != setting_.options.source) return;
+  report_.damaged_frames = std::max(report_.damaged_frames, end.damaged_frames);
+  if (end.error_code != 0) source_end_ = end;
+  Finish(Ending::kSourceEnded);
 }
 
 void RunSession::LookForEndOfDuration() {

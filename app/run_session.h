@@ -83,6 +83,7 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void StartCapture();
 
   void OnCaptureStarted(int error_code, int elapsed_ms);
+  void OnCaptureLost(const std::string& camera_id, const video::StreamEnd& end);
   // Ends the run when the clock says that the duration is over.
   void LookForEndOfDuration();
   void OnFirstFrame();

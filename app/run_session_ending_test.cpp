@@ -9,6 +9,7 @@
 #include <string>
 
 #include "app/run_session_for_test.h"
+#include "core/notification_center.h"
 #include "media/capture/camera_error.h"
 #include "video/to_string.h"
 
@@ -149,6 +150,25 @@ TEST_F(RunSessionEnding, ASourceThatFailsLaterBrokeOff) {
   EXPECT_EQ(report.ending, Ending::kSourceEnded);
   EXPECT_EQ(report.exit_code(), ExitCode::kDamagedInput);
   EXPECT_THAT(report.failure->text, HasSubstr("broke off: it ended too soon"));
+}
+
+TEST_F(RunSessionEnding, ALiveSourceThatBreaksOffEndsTheRunThoughItsStreamsHaveNoEnd) {
+  Begin();
+  AnswerStart();
+  WriteBoth(milliseconds(0));
+  const auto publish = [](const std::string& id) {
+    core::NotificationCenter::GetInstance().Publish<const std::string&, const video::StreamEnd&>(
+        video::kCaptureLostNotification, "", id, {11, "it is gone", 3});
+  };
+  publish("another:");
+  EXPECT_FALSE(is_over());
+  publish(options_.source);
+  env_.main_queue().RunAll();
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kSourceEnded);
+  EXPECT_EQ(report.exit_code(), ExitCode::kDamagedInput);
+  EXPECT_THAT(report.failure->text,
+              HasSubstr("test: broke off: it is gone; 3 frames could not be decoded whole"));
 }
 
 TEST_F(RunSessionEnding, DamageOfAFileIsAFailureWhicheverStreamTellsOfIt) {

@@ -105,6 +105,11 @@ inline constexpr core::ServiceId kCameraServiceId{9};
 inline constexpr core::NotificationId kCameraDeviceStateNotification{3};
 inline constexpr core::NotificationId kCameraAutoFocusNotification{44};
 
+// Published likewise: (const std::string& camera_id, const StreamEnd&), when a camera that has no
+// end broke off, and why. Its capture stays started and falls silent: no end mark goes into the
+// streams, because the device may come back, or another camera take over.
+inline constexpr core::NotificationId kCaptureLostNotification{1001};
+
 }  // namespace movra::video
 
 namespace core {

@@ -54,6 +54,9 @@ struct PixelFrameInfo {
   std::chrono::nanoseconds capture_time{0};
   std::uint64_t sequence = 0;  // Counts the source's frames from 0; gaps are losses at the source.
   std::uint64_t damaged_frames = 0;  // That the source could not deliver whole, up to this one.
+  // Which start of a source it comes from. The numbers of different ones differ; times of one say
+  // nothing about those of another.
+  std::uint64_t source_run = 0;
 };
 
 // A cheap handle to an immutable picture: its description and a share in whatever owns the samples
@@ -87,6 +90,7 @@ class PixelFrame {
     own.capture_time = info.capture_time;
     own.sequence = info.sequence;
     own.damaged_frames = info.damaged_frames;
+    own.source_run = info.source_run;
     return WithInfo(own);
   }
 

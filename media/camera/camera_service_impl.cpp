@@ -108,7 +108,13 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
                                 MillisecondsSince(started_at)));
     }
   };
-  if (!entry.capture->Start(answer)) answer(NoThread());
+  const auto tell = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
+                     number](const video::StreamEnd& end) {
+    if (const auto main_queue = queue.lock()) {
+      main_queue->Post(BindOnce(&CameraServiceImpl::OnLost, service, number, end));
+    }
+  };
+  if (!entry.capture->Start(answer, tell)) answer(NoThread());
 }
 
 void CameraServiceImpl::StopCapture(const CameraParams& /*params*/,
@@ -230,15 +236,32 @@ void CameraServiceImpl::WaitForLeftovers(const Capture& entry) {
   }
 }
 
+std::list<CameraServiceImpl::Capture>::iterator CameraServiceImpl::Find(
+    std::uint64_t start_number) {
+  return std::find_if(captures_.begin(), captures_.end(), [start_number](const Capture& capture) {
+    return capture.start_number == start_number;
+  });
+}
+
 // A start that was stopped meanwhile is no longer listed; it has been answered.
 void CameraServiceImpl::OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms) {
-  const auto entry = std::find_if(
-      captures_.begin(), captures_.end(),
-      [start_number](const Capture& capture) { return capture.start_number == start_number; });
+  const auto entry = Find(start_number);
   if (entry == captures_.end()) return;
   // Moved out first: the answer may stop the capture or start another one.
   auto on_started = std::move(entry->on_started);
   std::move(on_started).Run(error_code, elapsed_ms);
+}
+
+void CameraServiceImpl::OnLost(std::uint64_t start_number, video::StreamEnd end) {
+  const auto entry = Find(start_number);
+  if (entry == captures_.end()) return;
+  const std::string camera_id = entry->camera_id;  // A handler may stop the capture.
+  if (movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) {
+    LogStream(kLogFile, __LINE__, __func__, movra_logging::kLogLevelWarning, nullptr)
+        << "The camera " << camera_id << " broke off: " << end.reason;
+  }
+  core::NotificationCenter::GetInstance().Publish<const std::string&, const video::StreamEnd&>(
+      video::kCaptureLostNotification, "", camera_id, end);
 }
 
 void CameraServiceImpl::StopCaptureInto(const IPixelFrameTrackWriter* writer) {

@@ -185,6 +185,40 @@ TEST_F(CameraServiceTest, PublishesDevicesThatComeAndGo) {
                           std::pair(CameraDeviceState::kRemoved, std::string("/dev/video0"))));
 }
 
+struct LostCameras {
+  void OnLost(const std::string& camera_id, const video::StreamEnd& end) {
+    lost.push_back(camera_id + ": " + end.reason);
+    on_event();
+  }
+  std::function<void()> on_event;
+  std::vector<std::string> lost;
+};
+
+TEST_F(CameraServiceTest, PublishesACameraThatBreaksOffOnceAndOnTheMainQueue) {
+  const auto listener = std::make_shared<LostCameras>();
+  listener->on_event = [this] { loop_->Quit(); };
+  core::SubscribeEvent<std::function<void(const std::string&, const video::StreamEnd&)>>(
+      video::kCaptureLostNotification, "", core::Location(__FILE__, __LINE__), listener,
+      &LostCameras::OnLost);
+  const auto a = Add("a", MakeScript(1));
+  a->info.traits.keeps_time = true;
+  a->items.back() = video::StreamEnd{.error_code = 11, .reason = "unplugged"};
+  Start(Params("a"), writer_);
+  EXPECT_THAT(listener->lost, IsEmpty());
+  loop_->Run();
+  EXPECT_THAT(listener->lost, ElementsAre("a: unplugged"));
+  EXPECT_EQ(service_->GetCaptureStat(Params("a")), 1u);
+
+  // Of one that is stopped before the main queue comes to it nobody hears.
+  const auto b = Add("b", MakeScript(0));
+  b->info.traits.keeps_time = true;
+  const auto writer = std::make_shared<CollectingWriter>();
+  Start(Params("b"), writer);
+  Stop(Params("b"), writer);
+  RunUntilIdleAnd([&] { return b->IsGone(); });
+  EXPECT_THAT(listener->lost, SizeIs(1));
+}
+
 TEST_F(CameraServiceTest, PublishesADeviceWhoseNodeGetsItsRightsLate) {
   const auto listener = std::make_shared<DeviceEvents>();
   listener->on_event = [this] { loop_->Quit(); };

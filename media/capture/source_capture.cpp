@@ -1,5 +1,6 @@
 #include "media/capture/source_capture.h"
 
+#include <atomic>
 #include <optional>
 #include <utility>
 #include <variant>
@@ -22,6 +23,17 @@ namespace {
 
 constexpr char kWhose[] = "The camera of a capture";
 
+// Of what pushes its frames itself it is 0.
+std::uint64_t NextSourceRun() {
+  static std::atomic<std::uint64_t> runs = 0;
+  return ++runs;
+}
+
+// Whether it goes on until it breaks off.
+bool IsEndless(const video::SourceTraits& traits) {
+  return traits.keeps_time && !traits.has_end && !traits.replayable;
+}
+
 CameraInfo Failure(CameraError error) {
   CameraInfo info;
   info.error_code = static_cast<std::int32_t>(error);
@@ -39,7 +51,8 @@ SourceCapture::SourceCapture(MakeSource make_source,
       delivered_(std::move(delivered)),
       gate_(std::move(writer)),
       request_(request),
-      make_source_(std::move(make_source)) {}
+      make_source_(std::move(make_source)),
+      source_run_(NextSourceRun()) {}
 
 void SourceCapture::WaitFor(Release& earlier) {
   {
@@ -57,11 +70,11 @@ void SourceCapture::WaitFor(Release& earlier) {
   });
 }
 
-bool SourceCapture::Start(OpenedCallback on_opened) {
-  return StartDetachedThread("capture", movra_base::BindOnce([self = shared_from_this(),
-                                                              on_opened = std::move(on_opened)] {
-                               self->Run(on_opened);
-                             }));
+bool SourceCapture::Start(OpenedCallback on_opened, LostCallback on_lost) {
+  return StartDetachedThread(
+      "capture",
+      movra_base::BindOnce([self = shared_from_this(), on_opened = std::move(on_opened),
+                            on_lost = std::move(on_lost)] { self->Run(on_opened, on_lost); }));
 }
 
 void SourceCapture::Stop() {
@@ -89,10 +102,12 @@ bool SourceCapture::IsStopping() const {
   return stopping_;
 }
 
-void SourceCapture::Run(const OpenedCallback& on_opened) {
+void SourceCapture::Run(const OpenedCallback& on_opened, const LostCallback& on_lost) {
   const CameraInfo info = Open();
   if (!IsStopping()) on_opened(info);
-  if (info.error_code == 0) Play();
+  const auto end = info.error_code == 0 ? Play() : std::nullopt;
+  if (end && !IsEndless(info.traits)) gate_.WriteEnd(*end);
+  if (end && IsEndless(info.traits) && on_lost && !IsStopping()) on_lost(*end);
   source_.Take().reset();
   camera_let_go_.Done();
 }
@@ -110,7 +125,7 @@ CameraInfo SourceCapture::Open() {
   return thrown == CameraError::kNone ? info : Failure(thrown);
 }
 
-void SourceCapture::Play() {
+std::optional<StreamEnd> SourceCapture::Play() {
   const bool waits_for_room = policy_.delivery == FrameDelivery::kLossless;
   if (waits_for_room) {
     // The gate removes it before the capture can go.
@@ -122,11 +137,12 @@ void SourceCapture::Play() {
       wake_.notify_all();
     });
   }
-  ReadUntilTheEnd();
+  std::optional<StreamEnd> end = ReadUntilTheEnd();
   if (waits_for_room) gate_.SetRoomCallback({});
+  return end;
 }
 
-void SourceCapture::ReadUntilTheEnd() {
+std::optional<StreamEnd> SourceCapture::ReadUntilTheEnd() {
   while (!IsStopping()) {
     SourceItem item = Read(request());
     const auto* const source_frame = std::get_if<SourceFrame>(&item);
@@ -134,12 +150,9 @@ void SourceCapture::ReadUntilTheEnd() {
     // has none.
     if (IsStopping()) {
       if (source_frame != nullptr) gate_.CountUnwritten(FrameFate::kStopped);
-      return;
+      return std::nullopt;
     }
-    if (auto* const end = std::get_if<StreamEnd>(&item)) {
-      gate_.WriteEnd(*end);
-      return;
-    }
+    if (auto* const end = std::get_if<StreamEnd>(&item)) return std::move(*end);
     if (source_frame == nullptr) continue;
     // As it is now: the source may have taken its time.
     const CaptureRequest now = request();
@@ -154,9 +167,10 @@ void SourceCapture::ReadUntilTheEnd() {
     if (!frame) {
       gate_.CountUnwritten(FrameFate::kNotMade);
     } else if (!Deliver(std::move(frame))) {
-      return;
+      return std::nullopt;
     }
   }
+  return std::nullopt;
 }
 
 SourceItem SourceCapture::Read(const CaptureRequest& asked) {
@@ -185,6 +199,7 @@ bool SourceCapture::Deliver(PixelFrame frame) {
     return false;
   }
   info.delivery = policy_.delivery;
+  info.source_run = source_run_;
   // Frames dropped to the asked rate are no losses, so they leave no gap.
   info.sequence -= dropped_to_rate_;
   if (info.capture_time.count() == 0) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "base/once_callback.h"
 #include "media/capture/capture_clock.h"
@@ -25,9 +26,11 @@ namespace movra::media {
 //
 // The thread drops frames to the asked rate, fits them to the asked size, holds paced ones back
 // until their time has come, and waits for the writer's room with lossless ones. Behind the last
-// frame it writes the end mark. A source that cannot be opened writes nothing at all: no stream
-// began, and the answer of the start says why. Each frame that was read is either written or
-// counted by the writer's track with the reason (media/track/frame_counts.h).
+// frame it writes the end mark of a source that has an end. A live source that breaks off falls
+// silent instead, because another one may follow it into the same streams. A source that cannot be
+// opened writes nothing at all: no stream began, and the answer of the start says why. Each frame
+// that was read is either written or counted by the writer's track with the reason
+// (media/track/frame_counts.h).
 //
 // Nobody waits for the thread, because a source may be busy with a device or a disk for longer than
 // anybody has time: it owns a share of the capture and with it everything that it uses, and the
@@ -44,6 +47,10 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   // call in progress.
   using OpenedCallback = std::function<void(const video::CameraInfo&)>;
 
+  // Called on the capture's thread when a live source, which has no end, broke off, and why; not
+  // after Stop, but for a call in progress.
+  using LostCallback = std::function<void(const video::StreamEnd&)>;
+
   // How long a capture waits for earlier ones before it gives up.
   static constexpr std::chrono::seconds kLongestTurn{5};
 
@@ -57,7 +64,7 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   void WaitFor(Release& earlier);
 
   // Once. False, and nothing will happen, when there is no thread to be had.
-  [[nodiscard]] bool Start(OpenedCallback on_opened);
+  [[nodiscard]] bool Start(OpenedCallback on_opened, LostCallback on_lost = {});
 
   // When this returns no write begins any more; one in progress may end. Interrupts whatever the
   // thread waits for, and waits for nothing itself.
@@ -73,10 +80,11 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   [[nodiscard]] CaptureRequest request() const;
 
  private:
-  void Run(const OpenedCallback& on_opened);
+  void Run(const OpenedCallback& on_opened, const LostCallback& on_lost);
   [[nodiscard]] video::CameraInfo Open();
-  void Play();
-  void ReadUntilTheEnd();
+  // These answer with the end that the source came to, if it did.
+  std::optional<video::StreamEnd> Play();
+  std::optional<video::StreamEnd> ReadUntilTheEnd();
   [[nodiscard]] SourceItem Read(const CaptureRequest& asked);
   [[nodiscard]] bool IsStopping() const;
   // These answer whether to go on.
@@ -101,6 +109,7 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   // The capture thread's own.
   MakeSource make_source_;
   SourcePolicy policy_;
+  const std::uint64_t source_run_;
   FrameRateDropper rate_;
   FramePool pool_;
   std::uint64_t dropped_to_rate_ = 0;

@@ -269,6 +269,7 @@ Preprocessor::Taken Preprocessor::Take() {
   const auto source = FrameAccount::Source(account_);
   const bool is_frame = std::holds_alternative<PixelFrame>(taken.item);
   if (is_frame && !CountsInto(*reader, *source)) source->Come();
+  clock_.Place(taken.item);
   return taken;
 }
 

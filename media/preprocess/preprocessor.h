@@ -12,6 +12,7 @@
 
 #include "media/preprocess/frame_pipeline.h"
 #include "media/preprocess/stage_table.h"
+#include "media/preprocess/stream_clock.h"
 #include "video/video_preprocessor.h"
 
 namespace movra::media {
@@ -139,6 +140,7 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   const std::shared_ptr<core::DispatchQueue> queue_;
   const std::shared_ptr<FrameAccount> account_;
   FramePipeline pipeline_;         // The queue's.
+  StreamClock clock_;              // Likewise.
   StageTable stages_;              // The main queue's, as the three below.
   StageSettings stage_settings_;   // What the stages were told last.
   std::uint64_t runs_ = 0;         // Counts the starts.
