@@ -114,18 +114,18 @@ void Uninitialize(OperationCall& call) {
 
 std::vector<Operation> LifecycleOperations() {
   return {
-      Answering("what this process can encode: {\"roi\": true, ...}",
+      Answering("`{\"roi\": true, ...}`",
                 AtAnyTime(Row("get_encode_ability", "What this process can encode.",
                               [](OperationCall&) { return ToData(I::GetEncodeAbility()); }))),
       AtAnyTime(Row("set_client", "Who hears of the producer's events.", &I::SetClient,
                     Client("client", "The program's recorder; null: nobody."))),
       Answering(
-          "the figures: {\"capture_stat\": 250, ...}",
+          "`{\"capture_stat\": 250, ...}`",
           AtAnyTime(Row("get_stats", "Figures of the producer and of one encoder.", &I::GetStats,
                         NameOf<video::VideoStreamType>("type", "Whose encoder.")))),
       Row("initialize", "Starts frame processing.", &I::Initialize),
       Row("uninitialize", "Stops everything and releases the collaborators.", &Uninitialize),
-      Answering("\"default\"", AtAnyTime(Row("get_producer_type", "What kind of producer it is.",
+      Answering("`\"default\"`", AtAnyTime(Row("get_producer_type", "What kind of producer it is.",
                                              &I::GetProducerType)))};
 }
 
@@ -133,14 +133,14 @@ std::vector<Operation> CaptureOperations() {
   const auto start_desktop = static_cast<void (I::*)(const DesktopScreenParams&)>(&I::StartCapture);
   const auto start_mobile = static_cast<void (I::*)(const MobileScreenParams&)>(&I::StartCapture);
   return {
-      Answering("{\"error_code\": 0, \"elapsed_ms\": 12} when the camera has started or could not",
+      Answering("`{\"error_code\": 0, \"elapsed_ms\": 12}` when the camera has started or could not",
                 Row("start_capture_camera", "Starts a camera or a virtual camera.", &StartCamera,
                     CameraRecord())),
       Row("start_capture_desktop_screen", "Starts the capture of a display or a window.",
           start_desktop, DesktopRecord()),
       Row("start_capture_mobile_screen", "Starts the capture of a mobile device's screen.",
           start_mobile, MobileRecord()),
-      Answering("null when the camera has stopped; dropped for any other source",
+      Answering("null when the camera has stopped; `{\"dropped\": true}` for any other source",
                 Row("stop_capture", "Stops whichever source runs.", &StopCapture)),
       Row("pause_capture", "Pauses the source.", &I::PauseCapture),
       Row("resume_capture", "Goes on with the source.", &I::ResumeCapture),
@@ -150,7 +150,7 @@ std::vector<Operation> CaptureOperations() {
               "mode", "From the next start of a capture or change of the big stream's size on.")),
       Answering("true or false",
                 AtAnyTime(Row("is_capturing", "Whether a source runs unpaused.", &I::IsCapturing))),
-      Answering("the kind of source, as in \"camera\"",
+      Answering("the kind of source, as in `\"camera\"`",
                 AtAnyTime(Row("get_current_source_type", "What is captured from.",
                               &I::GetCurrentSourceType))),
       Row("set_camera_focus_position", "Focuses the camera at a point of the preview.",

@@ -129,7 +129,7 @@ std::vector<Operation> EffectOperations() {
           Part("y", "Of its upper edge, as a part of the height.").OrElse(0),
           Part("width", "Its width, as a part of the picture's.").OrElse(0.2),
           Bool("in_preview", "Whether the preview shows it too.").OrElse(false)),
-      Answering("{\"width\": 1280, \"height\": 720} when there is a picture; null if there is none",
+      Answering("`{\"width\": 1280, \"height\": 720}` when there is a picture; null if there is none",
                 Row("snapshot", "Takes a picture.", &Snapshot,
                     NameOf<video::SnapshotSourceType>("source", "Of the frames or the preview.")))};
   for (Operation& row : BeautyOperations()) rows.push_back(std::move(row));
@@ -138,7 +138,7 @@ std::vector<Operation> EffectOperations() {
 }
 
 std::vector<Operation> SharingOperations() {
-  return {Answering("a list: [{\"id\": 1, \"kind\": 0, \"title\": \"...\", ...}]",
+  return {Answering("a list: `[{\"id\": 1, \"kind\": 0, \"title\": \"...\", ...}]`",
                     Row("get_screen_share_source_list", "What can be shared.", &ListSources,
                         SizeRecord("thumbnail_size", "Of the pictures of the sources."),
                         SizeRecord("icon_size", "Of the pictures of their programs."))),
