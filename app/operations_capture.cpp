@@ -126,16 +126,17 @@ std::vector<Operation> LifecycleOperations() {
       Row("initialize", "Starts frame processing.", &I::Initialize),
       Row("uninitialize", "Stops everything and releases the collaborators.", &Uninitialize),
       Answering("`\"default\"`", AtAnyTime(Row("get_producer_type", "What kind of producer it is.",
-                                             &I::GetProducerType)))};
+                                               &I::GetProducerType)))};
 }
 
 std::vector<Operation> CaptureOperations() {
   const auto start_desktop = static_cast<void (I::*)(const DesktopScreenParams&)>(&I::StartCapture);
   const auto start_mobile = static_cast<void (I::*)(const MobileScreenParams&)>(&I::StartCapture);
   return {
-      Answering("`{\"error_code\": 0, \"elapsed_ms\": 12}` when the camera has started or could not",
-                Row("start_capture_camera", "Starts a camera or a virtual camera.", &StartCamera,
-                    CameraRecord())),
+      Answering(
+          "`{\"error_code\": 0, \"elapsed_ms\": 12}` when the camera has started or could not",
+          Row("start_capture_camera", "Starts a camera or a virtual camera.", &StartCamera,
+              CameraRecord())),
       Row("start_capture_desktop_screen", "Starts the capture of a display or a window.",
           start_desktop, DesktopRecord()),
       Row("start_capture_mobile_screen", "Starts the capture of a mobile device's screen.",

@@ -129,9 +129,10 @@ std::vector<Operation> EffectOperations() {
           Part("y", "Of its upper edge, as a part of the height.").OrElse(0),
           Part("width", "Its width, as a part of the picture's.").OrElse(0.2),
           Bool("in_preview", "Whether the preview shows it too.").OrElse(false)),
-      Answering("`{\"width\": 1280, \"height\": 720}` when there is a picture; null if there is none",
-                Row("snapshot", "Takes a picture.", &Snapshot,
-                    NameOf<video::SnapshotSourceType>("source", "Of the frames or the preview.")))};
+      Answering(
+          "`{\"width\": 1280, \"height\": 720}` when there is a picture; null if there is none",
+          Row("snapshot", "Takes a picture.", &Snapshot,
+              NameOf<video::SnapshotSourceType>("source", "Of the frames or the preview.")))};
   for (Operation& row : BeautyOperations()) rows.push_back(std::move(row));
   for (Operation& row : FilterOperations()) rows.push_back(std::move(row));
   return rows;

@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "app/cli.h"
+#include "app/color_text.h"
 #include "app/duration_text.h"
+#include "app/frame_listeners.h"
 #include "app/picture_text.h"
 #include "app/stream_spec.h"
 #include "fuzzing/fuzz_targets.h"
@@ -74,6 +76,13 @@ void FuzzIdText(Bytes bytes) {
   const auto playback = media::ParsePlayback(media::ParseSourceId(id).options);
   const auto* const wanted = std::get_if<media::Playback>(&playback);
   Require(wanted == nullptr || wanted->start.count() >= 0, "a start is not before the beginning");
+}
+
+void FuzzObjectText(Bytes bytes) {
+  const std::string text = TextOf(bytes);
+  RequireTold(app::MakeFrameListener(text));
+  const auto color = app::ParseColor(text);
+  Require(!color || color->rgb <= 0xFFFFFF, "a colour has three parts");
 }
 
 void FuzzCommandLine(Bytes bytes) {
