@@ -60,18 +60,13 @@ std::optional<std::uint64_t> WindowNumber(std::string_view text) {
 MediaObjects::MediaObjects(EventRecorder::Handler on_event)
     : on_event_(std::move(on_event)), recorder_(std::make_shared<EventRecorder>(on_event_)) {}
 
-std::function<void(const std::string& why)> MediaObjects::Reporter(const std::string& kind,
-                                                                   const std::string& text) {
-  const Json event = {{"event", kind + "_error"}, {kind, text}};
-  return [on_event = on_event_, event,
-          queue = std::weak_ptr(core::GetMainQueue())](const std::string& why) {
-    const auto main_queue = queue.lock();
-    if (!main_queue) return;
-    Json error = event;
-    error["error"] = why;
-    main_queue->Post(movra_base::BindOnce(
-        [](const EventRecorder::Handler& handler, const Json& told) { handler(told); }, on_event,
-        std::move(error)));
+EventRecorder::Handler MediaObjects::Poster() const {
+  return [on_event = on_event_, queue = std::weak_ptr(core::GetMainQueue())](const Json& event) {
+    if (const auto main_queue = queue.lock()) {
+      main_queue->Post(movra_base::BindOnce(
+          [](const EventRecorder::Handler& handler, const Json& told) { handler(told); }, on_event,
+          event));
+    }
   };
 }
 
@@ -94,8 +89,14 @@ Result<std::shared_ptr<OperationObjects::Writer>> MediaObjects::MakeWriter(
   media::EncodedFileWriterOptions options;
   options.path = stream.target->path;
   options.format = stream.target->format;
-  options.on_error = [report = Reporter("writer", spec)](const media::WriteError& error) {
-    report(error.text);
+  options.on_error = [post = Poster(), spec](const media::WriteError& error) {
+    post({{"event", "writer_error"}, {"writer", spec}, {"error", error.text}});
+  };
+  options.on_end = [post = Poster(), spec](const video::StreamEnd& end) {
+    post({{"event", "writer_ended"},
+          {"writer", spec},
+          {"error_code", end.error_code},
+          {"reason", end.reason}});
   };
   std::string error;
   std::shared_ptr<Writer> writer = media::EncodedFileWriter::Create(options, &error);
@@ -104,7 +105,9 @@ Result<std::shared_ptr<OperationObjects::Writer>> MediaObjects::MakeWriter(
 }
 
 Result<std::shared_ptr<OperationObjects::Reader>> MediaObjects::MakeReader(const std::string& id) {
-  return OpenSourceReader(id, Reporter("reader", id));
+  return OpenSourceReader(id, [post = Poster(), id](const std::string& why) {
+    post({{"event", "reader_error"}, {"reader", id}, {"error", why}});
+  });
 }
 
 Result<std::shared_ptr<OperationObjects::View>> MediaObjects::MakeView(const std::string& text) {

@@ -15,9 +15,14 @@ namespace movra::app {
 // Made of what this program has. What it has not yet (sinks of the network, windows of its own,
 // files of tapped frames) is refused, and the refusal says so.
 //
-// The handler gets the producer's events (app/event_recorder.h), and of the objects made here
-// {"event": "writer_error" or "reader_error", "writer" or "reader": TEXT, "error": WHY}. It is
-// called on the main queue and may outlive this.
+// The handler gets the producer's events (app/event_recorder.h), and these of the objects made
+// here:
+//
+//   {"event": "writer_ended", "writer": TEXT, "error_code": 0, "reason": ""}   its file is finished
+//   {"event": "writer_error", "writer": TEXT, "error": WHY}                    it broke off
+//   {"event": "reader_error", "reader": TEXT, "error": WHY}                    nothing is read
+//
+// It is called on the main queue and may outlive this.
 class MediaObjects final : public OperationObjects {
  public:
   explicit MediaObjects(EventRecorder::Handler on_event);
@@ -34,9 +39,8 @@ class MediaObjects final : public OperationObjects {
   [[nodiscard]] Json DescribeImage(const Image& image) override;
 
  private:
-  // What tells the handler of an error, from any thread.
-  [[nodiscard]] std::function<void(const std::string& why)> Reporter(const std::string& kind,
-                                                                     const std::string& text);
+  // What posts an event to the handler, from any thread.
+  [[nodiscard]] EventRecorder::Handler Poster() const;
 
   const EventRecorder::Handler on_event_;
   const std::shared_ptr<EventRecorder> recorder_;

@@ -83,11 +83,14 @@ TEST_F(MediaObjectsTest, AWriterTellsWhyItBrokeOff) {
   ValueOf(writer)->Write(frame);
   ValueOf(writer)->WriteEnd({});
   setrlimit(RLIMIT_FSIZE, &before);
+  loop_->RunUntilIdle();  // Returns early at the first.
   loop_->RunUntilIdle();
-  ASSERT_EQ(events_.size(), 1u);
+  ASSERT_EQ(events_.size(), 2u);
   EXPECT_EQ(events_[0]["event"], "writer_error");
   EXPECT_EQ(events_[0]["writer"], path);
   EXPECT_THAT(events_[0]["error"].get<std::string>(), HasSubstr(path));
+  EXPECT_EQ(events_[1],
+            (Json{{"event", "writer_ended"}, {"writer", path}, {"error_code", 0}, {"reason", ""}}));
 }
 
 TEST_F(MediaObjectsTest, AReaderReadsTheFramesOfItsSource) {
