@@ -25,7 +25,7 @@ void FuzzPipe(Bytes bytes);       // The same through a pipe.
 void FuzzSpecText(Bytes bytes);
 void FuzzTimeText(Bytes bytes);
 void FuzzIdText(Bytes bytes);
-void FuzzObjectText(Bytes bytes);  // What operations have for colours and listeners.
+void FuzzObjectText(Bytes bytes);   // What operations have for colours and listeners.
 void FuzzCommandLine(Bytes bytes);  // A word in each line.
 void FuzzLogFilter(Bytes bytes);
 
