@@ -8,9 +8,9 @@
 #include <thread>
 #include <utility>
 
-#include "app/number_text.h"
 #include "media/frame/frame_pool.h"
 #include "media/frame/writable_frame.h"
+#include "media/text/number_text.h"
 
 namespace movra::app {
 namespace {
@@ -86,7 +86,7 @@ class SleepListener final : public video::VideoInterceptorListener {
 std::optional<std::int64_t> NumberBehind(std::string_view prefix, std::string_view text,
                                          std::int64_t greatest) {
   if (!text.starts_with(prefix)) return std::nullopt;
-  const auto number = ParseWhole(text.substr(prefix.size()));
+  const auto number = media::ParseWhole(text.substr(prefix.size()));
   if (!number || *number < 1 || *number > greatest) return std::nullopt;
   return number;
 }

@@ -111,7 +111,7 @@ TEST_F(MediaObjectsTest, AReaderReadsTheFramesOfItsSource) {
 
 TEST_F(MediaObjectsTest, AReaderOfAnUnknownSourceIsRefused) {
   EXPECT_EQ(FailureText(objects_.MakeReader("camera")),
-            "'camera' names no source; write 'test:', 'file:PATH' or '/dev/video0'");
+            "'camera' names no source; write test:, file:PATH or /dev/videoN");
 }
 
 TEST_F(MediaObjectsTest, AReaderTellsWhyItsSourceCannotBeOpened) {

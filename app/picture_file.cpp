@@ -6,11 +6,11 @@
 #include <system_error>
 #include <variant>
 
-#include "media/camera/camera_sources.h"
 #include "media/capture/camera_error.h"
 #include "media/capture/fit_frame.h"
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_pool.h"
+#include "media/sources/source_kinds.h"
 
 namespace movra::app {
 namespace {
@@ -22,8 +22,7 @@ Failure Refused(ExitCode code, const std::string& path, const std::string& why) 
 }
 
 Result<video::PixelFrame> ReadFirstPicture(const std::string& path) {
-  const auto source = media::MakeFrameSource("file:" + path, {});
-  if (source == nullptr) return Refused(ExitCode::kNotBuilt, path, "cannot be read in this build");
+  const auto source = media::MakeFrameSource(media::FileSourceId(path));
   const video::CameraInfo info = source->Open({});
   if (info.error_code != 0) {
     const std::string why =

@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "base/once_callback.h"
-#include "media/camera/camera_sources.h"
 #include "media/capture/camera_error.h"
 #include "media/capture/capture_clock.h"
 #include "media/capture/source_capture.h"
+#include "media/sources/source_kinds.h"
 #include "media/track/bounded_track.h"
 
 namespace movra::app {
@@ -18,10 +18,8 @@ namespace {
 struct RunningSource {
   explicit RunningSource(const std::string& id)
       : capture(std::make_shared<media::SourceCapture>(
-            movra_base::BindOnce(
-                [](const std::string& named) { return media::MakeFrameSource(named, {}); }, id),
-            track.GetWriter(), media::CaptureRequest{},
-            std::make_shared<const media::CaptureClock>(),
+            movra_base::BindOnce(&media::MakeFrameSource, id), track.GetWriter(),
+            media::CaptureRequest{}, std::make_shared<const media::CaptureClock>(),
             std::make_shared<std::atomic<std::uint32_t>>(0))) {}
   ~RunningSource() { capture->Stop(); }
   RunningSource(const RunningSource&) = delete;
@@ -31,18 +29,13 @@ struct RunningSource {
   const std::shared_ptr<media::SourceCapture> capture;
 };
 
-// A file is looked at by its own source's thread alone, for that may take as long as a disk.
-bool NamesASource(const std::string& id) {
-  return id.starts_with("file:") || media::MakeFrameSource(id, {}) != nullptr;
-}
-
 }  // namespace
 
 Result<std::shared_ptr<video::IPixelFrameTrackReader>> OpenSourceReader(
     const std::string& id, std::function<void(const std::string& why)> on_failure) {
-  if (!NamesASource(id)) {
+  if (media::FindSourceKind(id) == nullptr) {
     return Failure{ExitCode::kUnknownCamera,
-                   "'" + id + "' names no source; write 'test:', 'file:PATH' or '/dev/video0'"};
+                   "'" + id + "' names no source; write " + media::SourceForms()};
   }
   auto running = std::make_shared<RunningSource>(id);
   const bool started =
