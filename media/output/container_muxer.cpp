@@ -16,17 +16,20 @@ using std::chrono::nanoseconds;
 // What players take where nothing is said.
 constexpr FrameRate kUsualRate{25, 1};
 
+// The sink's own words stand beside it.
+constexpr char kRefused[] = "the output refused it";
+
 // The byte stream is what encoders give, but for the rate that it is played at, which nothing but
 // its sequence parameter sets can tell. In a file they are changed at the end, to the mean of all
 // pictures; a pipe gets the rate of the first two, and so the first one with the second.
 class AnnexBMuxer final : public IContainerMuxer {
  public:
-  explicit AnnexBMuxer(OutputFile& file) : file_(file) {}
+  explicit AnnexBMuxer(IByteSink& sink) : sink_(sink) {}
 
-  std::string Start(const MuxHeader& /*header*/) override { return {}; }
+  std::string Start(std::span<const MuxTrack> tracks) override;
   std::string Write(const MuxPacket& packet) override;
-  std::string Finish(nanoseconds last_duration) override;
-  [[nodiscard]] std::uint64_t pictures_in_file() const override { return pictures_; }
+  std::string Finish(std::span<const nanoseconds> last_durations) override;
+  [[nodiscard]] std::uint64_t packets_in_sink() const override { return pictures_; }
 
  private:
   // One that was written, mostly the same again and again.
@@ -45,7 +48,7 @@ class AnnexBMuxer final : public IContainerMuxer {
   // Changes the rate in what was written.
   std::string CorrectRate(const FrameRate& rate);
 
-  OutputFile& file_;
+  IByteSink& sink_;
   FrameRate rate_;
   nanoseconds first_time_{0};
   nanoseconds last_time_{0};
@@ -56,11 +59,15 @@ class AnnexBMuxer final : public IContainerMuxer {
   std::vector<ParameterSet> parameter_sets_;  // All that the file has; for files alone.
 };
 
+std::string AnnexBMuxer::Start(std::span<const MuxTrack> tracks) {
+  return tracks.size() == 1 ? "" : "raw H.264 has room for one track of pictures alone";
+}
+
 std::string AnnexBMuxer::Write(const MuxPacket& packet) {
   last_time_ = packet.time;
   if (seen_++ == 0) {
     first_time_ = packet.time;
-    if (!file_.IsSeekable()) {
+    if (!sink_.IsSeekable()) {
       held_.assign(packet.data.begin(), packet.data.end());
       return {};
     }
@@ -72,7 +79,8 @@ std::string AnnexBMuxer::Write(const MuxPacket& packet) {
   return WritePicture(packet.data, packet.key_frame);
 }
 
-std::string AnnexBMuxer::Finish(nanoseconds last_duration) {
+std::string AnnexBMuxer::Finish(std::span<const nanoseconds> last_durations) {
+  const nanoseconds last_duration = last_durations.front();
   if (!held_.empty()) return WriteHeld(last_duration);
   const FrameRate mean = seen_ == 1 ? MeasuredFrameRate(last_duration, 1)
                                     : MeasuredFrameRate(last_time_ - first_time_,
@@ -93,8 +101,8 @@ void AnnexBMuxer::SetRate(nanoseconds interval) {
 
 std::string AnnexBMuxer::WritePicture(std::span<const std::uint8_t> data, bool key_frame) {
   const std::span<const std::uint8_t> bytes = key_frame ? WithRate(data) : data;
-  if (!file_.Write(bytes.data(), bytes.size())) return "the file refused it";
-  file_.MarkWhole();
+  if (!sink_.Write(bytes.data(), bytes.size())) return kRefused;
+  sink_.MarkWhole();
   ++pictures_;
   return {};
 }
@@ -110,7 +118,7 @@ std::span<const std::uint8_t> AnnexBMuxer::WithRate(std::span<const std::uint8_t
     key_frame_.assign(key_frame.data(), unit.data());
     key_frame_.insert(key_frame_.end(), changed.begin(), changed.end());
     key_frame_.insert(key_frame_.end(), rest.begin(), rest.end());
-    if (file_.IsSeekable()) Note(std::move(changed), file_.bytes_written() + begin);
+    if (sink_.IsSeekable()) Note(std::move(changed), sink_.bytes_written() + begin);
     return key_frame_;
   }
   return key_frame;
@@ -129,9 +137,9 @@ std::string AnnexBMuxer::CorrectRate(const FrameRate& rate) {
     // A set that could not be read was left as it was.
     if (changed.size() != set.unit.size()) continue;
     for (const std::uint64_t position : set.positions) {
-      if (!file_.Seek(static_cast<std::int64_t>(position)) ||
-          !file_.Write(changed.data(), changed.size())) {
-        return "the file refused it";
+      if (!sink_.Seek(static_cast<std::int64_t>(position)) ||
+          !sink_.Write(changed.data(), changed.size())) {
+        return kRefused;
       }
     }
   }
@@ -140,10 +148,10 @@ std::string AnnexBMuxer::CorrectRate(const FrameRate& rate) {
 
 }  // namespace
 
-std::unique_ptr<IContainerMuxer> MakeContainerMuxer(ContainerFormat format, OutputFile& file,
+std::unique_ptr<IContainerMuxer> MakeContainerMuxer(ContainerFormat format, IByteSink& sink,
                                                     std::string& error) {
-  if (format == ContainerFormat::kAnnexB) return std::make_unique<AnnexBMuxer>(file);
-  return MakeLibavMuxer(format, file, error);
+  if (format == ContainerFormat::kAnnexB) return std::make_unique<AnnexBMuxer>(sink);
+  return MakeLibavMuxer(format, sink, error);
 }
 
 }  // namespace movra::media

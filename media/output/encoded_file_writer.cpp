@@ -84,14 +84,14 @@ std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& fram
   if (!before) {
     // A decoder can only begin with a key frame.
     if (!frame.key_frame) return std::nullopt;
-    MuxHeader header{frame.size, frame.color, ParameterSets(data)};
-    if (header.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
-    if (auto error = Check(muxer_->Start(header))) return error;
+    const MuxTrack track{frame.size, frame.color, ParameterSets(data)};
+    if (track.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
+    if (auto error = Check(muxer_->Start({&track, 1}))) return error;
   }
   const nanoseconds time = time_line_.Add(frame.timestamp, frame.duration);
   if (!before) first_time_ = time;
   last_duration_ = frame.duration;
-  const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame});
+  const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame, 0});
   // A container writes the pictures that it has collected when the next one comes.
   NoteWhole();
   if (auto failure = Check(error)) return failure;
@@ -111,7 +111,7 @@ void EncodedFileWriter::Count(const EncodedFrame& frame, nanoseconds time,
 }
 
 void EncodedFileWriter::NoteWhole() {
-  if (figures_.frames == muxer_->pictures_in_file()) whole_ = figures_;
+  if (figures_.frames == muxer_->packets_in_sink()) whole_ = figures_;
 }
 
 void EncodedFileWriter::StandUntil(nanoseconds end) {
@@ -126,7 +126,7 @@ std::optional<WriteError> EncodedFileWriter::Finish() {
   if (muxer_ == nullptr) return std::nullopt;
   std::optional<WriteError> error;
   if (time_line_.last()) {
-    const std::string failure = muxer_->Finish(last_duration_);
+    const std::string failure = muxer_->Finish({&last_duration_, 1});
     NoteWhole();
     error = Check(failure);
   }

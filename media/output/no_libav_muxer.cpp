@@ -2,7 +2,7 @@
 
 namespace movra::media {
 
-std::unique_ptr<IContainerMuxer> MakeLibavMuxer(ContainerFormat /*format*/, OutputFile& /*file*/,
+std::unique_ptr<IContainerMuxer> MakeLibavMuxer(ContainerFormat /*format*/, IByteSink& /*sink*/,
                                                 std::string& error) {
   error =
       "this build writes no container but raw H.264 (.h264): it was configured with "

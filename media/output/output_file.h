@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "media/output/byte_sink.h"
 #include "media/output/write_error.h"
 
 namespace movra::media {
@@ -26,24 +27,26 @@ namespace movra::media {
 // runs that both may overwrite it would mix their bytes.
 //
 // One thread at a time, except for what says otherwise.
-class OutputFile {
+class OutputFile final : public IByteSink {
  public:
   // "-" is standard output. Null, and for people what was wrong, if the path cannot be written; a
   // regular file that exists is one unless it may be overwritten, and that somebody writes is one.
   [[nodiscard]] static std::unique_ptr<OutputFile> Open(const std::string& path, bool overwrite,
                                                         std::string& error);
 
-  ~OutputFile();
+  ~OutputFile() override;
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Writes all of it; false on an error, after which nothing more is written.
-  [[nodiscard]] bool Write(const std::uint8_t* data, std::size_t size);
-  // Moves to a byte position from the start; only where IsSeekable.
-  [[nodiscard]] bool Seek(std::int64_t position);
-  [[nodiscard]] bool IsSeekable() const { return seekable_; }
-  // What has been written so far can be read by itself.
-  void MarkWhole() { whole_ = bytes_written_; }
+  // IByteSink
+  [[nodiscard]] bool Write(const std::uint8_t* data, std::size_t size) override;
+  [[nodiscard]] bool Seek(std::int64_t position) override;
+  [[nodiscard]] bool IsSeekable() const override { return seekable_; }
+  void MarkWhole() override { whole_ = bytes_written_; }
+  [[nodiscard]] const std::optional<WriteError>& error() const override { return error_; }
+  // Any thread.
+  [[nodiscard]] std::uint64_t bytes_written() const override { return bytes_written_; }
+
   // Nothing is written any more, and the reader of a pipe sees the end.
   void Close();
 
@@ -52,11 +55,6 @@ class OutputFile {
   void LimitWaits(std::chrono::milliseconds patience);
   // Any thread. Whether a write waits for the reader of a pipe at this moment.
   [[nodiscard]] bool waits_for_reader() const { return waits_for_reader_; }
-
-  [[nodiscard]] const std::optional<WriteError>& error() const { return error_; }
-
-  // Any thread. Bytes that were written again count once.
-  [[nodiscard]] std::uint64_t bytes_written() const { return bytes_written_; }
 
  private:
   OutputFile(std::string path, int fd, int wake_fd, bool made);
