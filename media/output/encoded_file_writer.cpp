@@ -39,7 +39,7 @@ EncodedFileWriter::EncodedFileWriter(EncodedFileWriterOptions options,
       muxer_(std::move(muxer)),
       time_line_(options_.origin) {}
 
-EncodedFileWriter::~EncodedFileWriter() { Close(); }
+EncodedFileWriter::~EncodedFileWriter() { Close(std::nullopt); }
 
 void EncodedFileWriter::Write(const EncodedFrame& frame) {
   std::optional<WriteError> error;
@@ -76,6 +76,10 @@ WrittenFigures EncodedFileWriter::written() const {
   WrittenFigures figures = figures_;
   figures.file_bytes = file_->bytes_written();
   return figures;
+}
+
+std::string EncodedFileWriter::name() const {
+  return options_.path == "-" ? "standard output" : "'" + options_.path + "'";
 }
 
 std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {

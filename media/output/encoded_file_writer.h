@@ -12,6 +12,7 @@
 
 #include "media/output/container_format.h"
 #include "media/output/container_muxer.h"
+#include "media/output/encoded_sink.h"
 #include "media/output/output_file.h"
 #include "media/output/time_line.h"
 #include "media/output/time_origin.h"
@@ -27,22 +28,10 @@ struct EncodedFileWriterOptions {
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the streams of one run; null: the file's own first frame is its time 0.
   std::shared_ptr<TimeOrigin> origin;
-  // Encoder thread, at most once: the file broke off; frames that follow are ignored.
+  // Writing thread, at most once: the file broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Encoder thread: the stream's end has come and the file is finished, whole or broken off.
+  // Writing thread: the stream's end has come and the file is finished, whole or broken off.
   std::function<void(const video::StreamEnd&)> on_end;
-};
-
-// What a file holds. Of one that broke off, what can still be played.
-struct WrittenFigures {
-  std::uint64_t frames = 0;
-  std::uint64_t key_frames = 0;
-  std::uint64_t bytes = 0;                   // Of the pictures, without the container.
-  std::uint64_t file_bytes = 0;              // Of all that was written: of a file its size.
-  std::chrono::nanoseconds duration{0};      // From the first frame to the end of the last one.
-  std::chrono::nanoseconds longest_wait{0};  // From one picture to the next.
-
-  friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
 };
 
 // Writes one encoded stream into a file, a pipe or standard output.
@@ -66,7 +55,7 @@ struct WrittenFigures {
 // behind of a stream without a frame.
 //
 // A process that writes to pipes ignores SIGPIPE; then a closed pipe is an error like others.
-class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
+class EncodedFileWriter final : public IEncodedSink {
  public:
   // Null, and for people what is wrong, if the path cannot be written or this build does not have
   // the format.
@@ -80,21 +69,19 @@ class EncodedFileWriter final : public video::IVideoFrameTrackWriter {
   void Write(const video::EncodedFrame& frame) override;
   void WriteEnd(const video::StreamEnd& end) override;
 
-  // From now on all writes together wait no longer than this for whoever should read a pipe; then
-  // the stream breaks off. Any thread.
-  void LimitWaits(std::chrono::milliseconds patience) { file_->LimitWaits(patience); }
+  // IEncodedSink; who is waited for is the reader of a pipe.
+  void LimitWaits(std::chrono::milliseconds patience) override { file_->LimitWaits(patience); }
+  void Close(std::optional<std::chrono::nanoseconds> end) override;
+  [[nodiscard]] WrittenFigures written() const override;
+  [[nodiscard]] bool waits_for_reader() const override { return file_->waits_for_reader(); }
+  [[nodiscard]] bool failed() const override { return failed_; }
+  [[nodiscard]] std::string name() const override;
 
-  // Finishes the file if its end has not come. Nothing more is written, and no callback begins any
-  // more; one that has may end. A Write that is blocked by whoever should read a pipe breaks off
-  // after an instant. If the end has not come, the last picture stands until `end`, counted from
-  // the origin, instead of as long as its encoder expected. Any thread; again is harmless.
-  void Close(std::optional<std::chrono::nanoseconds> end = std::nullopt);
+  // The last picture stands as long as its encoder expected.
+  void Close() { Close(std::nullopt); }
 
   // Any thread.
-  [[nodiscard]] WrittenFigures written() const;
   [[nodiscard]] std::uint64_t bytes_written() const { return file_->bytes_written(); }
-  [[nodiscard]] bool waits_for_reader() const { return file_->waits_for_reader(); }
-  [[nodiscard]] bool failed() const { return failed_; }
   [[nodiscard]] const std::string& path() const { return options_.path; }
 
  private:

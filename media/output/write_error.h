@@ -11,6 +11,7 @@ enum class WriteErrorKind : std::int32_t {
   kClosedPipe = 1,  // The reader of a pipe went away; to many programs that is no error.
   kDiskFull = 2,
   kInterrupted = 3,  // Closed while the reader of a pipe took nothing.
+  kTooSlow = 4,      // One of several sinks, which takes less than is encoded.
 };
 
 // Why an output broke off.

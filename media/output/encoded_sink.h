@@ -1,0 +1,70 @@
+#ifndef MOVRA_MEDIA_OUTPUT_ENCODED_SINK_H_
+#define MOVRA_MEDIA_OUTPUT_ENCODED_SINK_H_
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "media/output/container_format.h"
+#include "media/output/time_origin.h"
+#include "media/output/write_error.h"
+#include "video/pixel_frame.h"
+#include "video/video_frame_track.h"
+
+namespace movra::media {
+
+// What a sink holds or has sent. Of one that broke off, what can still be played.
+struct WrittenFigures {
+  std::uint64_t frames = 0;
+  std::uint64_t key_frames = 0;
+  std::uint64_t bytes = 0;                   // Of the pictures, without the container.
+  std::uint64_t file_bytes = 0;              // Of all that was written: of a file its size.
+  std::chrono::nanoseconds duration{0};      // From the first frame to the end of the last one.
+  std::chrono::nanoseconds longest_wait{0};  // From one picture to the next.
+
+  friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
+};
+
+// What a sink is made of; what its address means is its kind's to say.
+struct SinkRequest {
+  std::string address;  // Of a file its path, "-" for standard output.
+  ContainerFormat format = ContainerFormat::kMp4;
+  bool overwrite = false;  // False: an existing file is refused.
+  // Shared by the sinks of one run; null: the sink's own first frame is its time 0.
+  std::shared_ptr<TimeOrigin> origin;
+  // Writing thread, at most once: the sink broke off; frames that follow are ignored.
+  std::function<void(const WriteError&)> on_error;
+  // Writing thread: the stream's end has come and the sink is finished, whole or broken off.
+  std::function<void(const video::StreamEnd&)> on_end;
+};
+
+// Where an encoded stream goes: a file, a pipe, a connection. Write and WriteEnd come from one
+// thread at a time, the encoder's or one of the sink's own in front of it (EncodedFanOut), and may
+// block. Made by its scheme, see sink_kinds.h.
+class IEncodedSink : public video::IVideoFrameTrackWriter {
+ public:
+  // From now on all writes together wait no longer than this for whoever takes what is written;
+  // then the sink breaks off. An earlier limit that ends sooner stands. Any thread.
+  virtual void LimitWaits(std::chrono::milliseconds patience) = 0;
+
+  // Finishes if the stream's end has not come. Nothing more is written, and no callback begins any
+  // more; one that has may end. A Write that waits for somebody breaks off after an instant. If the
+  // end has not come, the last picture stands until `end`, counted from the origin, instead of as
+  // long as its encoder expected. Any thread; again is harmless.
+  virtual void Close(std::optional<std::chrono::nanoseconds> end) = 0;
+
+  // Any thread.
+  [[nodiscard]] virtual WrittenFigures written() const = 0;
+  // Whether a write waits at this moment for whoever takes what is written.
+  [[nodiscard]] virtual bool waits_for_reader() const = 0;
+  [[nodiscard]] virtual bool failed() const = 0;
+  // For people, in the middle of a sentence: "'out/big.mp4'", "standard output".
+  [[nodiscard]] virtual std::string name() const = 0;
+};
+
+}  // namespace movra::media
+
+#endif  // MOVRA_MEDIA_OUTPUT_ENCODED_SINK_H_
