@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "app/cli_text.h"
 #include "app/duration_text.h"
@@ -26,6 +28,7 @@ struct RunWords {
   std::string frame_rate;
   std::string big;
   std::string small;
+  std::vector<std::string> also;
   std::string duration;
   std::string out_directory;
   std::string threads;
@@ -61,6 +64,10 @@ void AddRun(CLI::App& app, RunWords& words) {
   option("--duration", words.duration, "T", kDurationText, kSourceGroup);
   option("--big", words.big, "SPEC", kBigText, kStreamGroup);
   option("--small", words.small, "SPEC", kSmallText, kStreamGroup);
+  run->add_option("--also", words.also, kAlsoText)
+      ->type_name("STREAM=FILE")
+      ->group(kStreamGroup)
+      ->allow_extra_args(false);
   option("--out", words.out_directory, "DIR", kOutText, kStreamGroup);
   option("--threads", words.threads, "N", kThreadsText, kStreamGroup);
   flag("--no-contact-sheet", words.no_contact_sheet, kNoContactSheetText, kStreamGroup);
@@ -120,6 +127,14 @@ Result<std::string> ParsePath(std::string_view text) {
   return std::string(text);
 }
 
+std::optional<Failure> ReadAlso(const std::string& word, RunOptions& options) {
+  FurtherTarget further;
+  if (auto failure = Read("--also", word, ParseFurtherTarget, further)) return failure;
+  const bool is_small = further.stream == video::VideoStreamType::kSmall;
+  (is_small ? options.small : options.big).also.push_back(std::move(further.target));
+  return std::nullopt;
+}
+
 std::optional<Failure> Contradiction(std::string text) {
   return Failure{ExitCode::kContradiction, std::move(text)};
 }
@@ -131,6 +146,11 @@ std::optional<Failure> FindContradiction(const RunWords& words, const RunOptions
   }
   if (options.big.off && options.small.off) {
     return Contradiction("--big off and --small off leave nothing to do");
+  }
+  const bool big_is_missing = options.big.off && !options.big.also.empty();
+  if (big_is_missing || (options.small.off && !options.small.also.empty())) {
+    const std::string name = big_is_missing ? "big" : "small";
+    return Contradiction("--" + name + " off leaves nothing for --also " + name + "=FILE");
   }
   return std::nullopt;
 }
@@ -154,6 +174,9 @@ Result<Command> ReadRun(const RunWords& words, const CLI::App& run) {
   read("--fps", words.frame_rate, ParseFrameRate, options.frame_rate);
   read("--big", words.big, ParseStreamSpec, options.big);
   read("--small", words.small, ParseStreamSpec, options.small);
+  for (const std::string& word : words.also) {
+    if (!failure) failure = ReadAlso(word, options);
+  }
   read("--duration", words.duration, ParseDuration, options.duration);
   read("--threads", words.threads, ParseThreads, options.encoder_threads);
   read("--out", words.out_directory, ParsePath, options.out_directory);

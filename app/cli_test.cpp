@@ -101,6 +101,26 @@ TEST(Cli, AValueMayBeginWithADash) {
   EXPECT_EQ(RunOf({"--big=-.mkv"}).big.target->format, media::ContainerFormat::kMkv);
 }
 
+TEST(Cli, FurtherPlacesAreGivenAnyNumberOfTimes) {
+  const RunOptions options =
+      RunOf({"--also", "big=a.ts", "--also=small=b.mkv", "--also", "big=-", "--quiet"});
+  ASSERT_EQ(options.big.also.size(), 2U);
+  EXPECT_EQ(options.big.also[0].path, "a.ts");
+  EXPECT_TRUE(options.big.also[1].is_stdout());
+  ASSERT_EQ(options.small.also.size(), 1U);
+  EXPECT_EQ(options.small.also[0].path, "b.mkv");
+}
+
+TEST(Cli, AFurtherPlaceNeedsItsStream) {
+  const Failure failure = FailureOfWords({"run", "--small", "off", "--also", "small=b.mkv"});
+  EXPECT_EQ(failure.code, ExitCode::kContradiction);
+  EXPECT_THAT(failure.text, HasSubstr("--small off leaves nothing for --also small"));
+  EXPECT_EQ(FailureOfWords({"run", "--big", "off", "--also", "big=b.mkv"}).code,
+            ExitCode::kContradiction);
+  EXPECT_EQ(FailureOfWords({"run", "--also", "b.mkv"}).code, ExitCode::kMalformed);
+  EXPECT_EQ(FailureOfWords({"run", "--also", "big=a.ts", "b.ts"}).code, ExitCode::kUsage);
+}
+
 TEST(Cli, DevicesTakesOneFlag) {
   EXPECT_FALSE(std::get<DevicesOptions>(ValueOf(ParseCommandLine({"devices"}))).json);
   EXPECT_TRUE(std::get<DevicesOptions>(ValueOf(ParseCommandLine({"devices", "--json"}))).json);
@@ -108,11 +128,12 @@ TEST(Cli, DevicesTakesOneFlag) {
 
 TEST(Cli, TheHelpTeaches) {
   const auto run = std::get<PrintText>(ValueOf(ParseCommandLine({"run", "--help"}))).text;
-  for (const char* option :
-       {"--source", "--start", "--mode",     "--size",      "--fps",
-        "--once",   "--loop",  "--realtime", "--fast",      "--duration",
-        "--big",    "--small", "--out",      "--threads",   "--no-contact-sheet",
-        "--force",  "--quiet", "--stats",    "--log-level", "--log-filter"}) {
+  for (const char* option : {"--source",    "--start",    "--mode",    "--size",
+                             "--fps",       "--once",     "--loop",    "--realtime",
+                             "--fast",      "--duration", "--big",     "--small",
+                             "--also",      "--out",      "--threads", "--no-contact-sheet",
+                             "--force",     "--quiet",    "--stats",   "--log-level",
+                             "--log-filter"}) {
     EXPECT_THAT(run, HasSubstr(option));
   }
   EXPECT_THAT(run, HasSubstr("file:PATH  a video file or a named pipe"));

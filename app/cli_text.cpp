@@ -33,6 +33,7 @@ std::string RunFooter() {
          "RATE is frames per second, as in 30, 12.5 or 30000/1001, which 29.97 stands for too.\n"
          "FILE ends in .mp4, .mkv, .ts or .h264; a relative one lands in DIR. - is standard\n"
          "output as MPEG-TS, -.mp4, -.mkv or -.h264 standard output in that container.\n"
+         "file:FILE is a file too, and ./NAME one whose name looks like another kind of output.\n"
          "\n"
          "At the end DIR holds contact-sheet.png, a picture of both streams. Ctrl-C ends a run\n"
          "like its natural end: everything is written and plays. A second one ends it at once.\n"
@@ -42,6 +43,7 @@ std::string RunFooter() {
          "  movra-producer run talk.mp4 --big 1920x1080,4M --small off\n"
          "  movra-producer run --duration 10s --out /tmp/trial --force\n"
          "  movra-producer run talk.mp4 --big - --small off | ffplay -\n"
+         "  movra-producer run --big - --also big=keep.mp4 --small off | ffplay -\n"
          "  movra-producer run talk.mp4 --quiet --stats - | jq .streams\n"
          "\n"
          "Exit codes:\n" +

@@ -55,6 +55,9 @@ inline constexpr char kBigText[] =
 inline constexpr char kSmallText[] =
     "The small stream (default: a quarter of the big one's\n"
     "width and height, exactly half its rate)";
+inline constexpr char kAlsoText[] =
+    "A further place for a stream, as in big=talk.ts; any\n"
+    "number of times. None of several holds up another";
 inline constexpr char kOutText[] =
     "Directory for the files (default: a new one below\n"
     "movra-out/, to which movra-out/latest then points)";

@@ -28,7 +28,12 @@ bool LandsInDirectory(const std::string& path) {
   return path != kStdout && fs::path(path).is_relative();
 }
 
-bool IsStdout(const StreamPlan& plan) { return plan.target && plan.target->is_stdout(); }
+bool LandsInDirectory(const StreamTarget& target) {
+  return target.is_file() && LandsInDirectory(target.path);
+}
+
+// Whether a picture can be made of what the stream leaves.
+bool IsReadBack(const StreamTarget& target) { return target.is_file() && !target.is_stdout(); }
 
 // Whether both names mean one file, through links too.
 bool IsSameFile(const std::string& a, const std::string& b) {
@@ -100,7 +105,10 @@ OutputFiles NamesAsTyped(const RunOptions& options, const std::vector<StreamPlan
   for (const StreamPlan& plan : streams) {
     files.streams.push_back(
         plan.target.value_or(StreamTarget{DefaultName(plan), media::ContainerFormat::kMp4}));
-    if (!IsStdout(plan) && options.contact_sheet) files.contact_sheet = "contact-sheet.png";
+    files.also.push_back(plan.also);
+    if (IsReadBack(files.streams.back()) && options.contact_sheet) {
+      files.contact_sheet = "contact-sheet.png";
+    }
   }
   files.stats = options.stats.value_or("");
   return files;
@@ -113,22 +121,58 @@ std::optional<Failure> PutIntoDirectory(OutputDirectory& directory, std::string&
   return failure;
 }
 
+// Every target of the streams.
+std::vector<StreamTarget*> AllTargets(OutputFiles& files) {
+  std::vector<StreamTarget*> targets;
+  for (StreamTarget& target : files.streams) targets.push_back(&target);
+  for (std::vector<StreamTarget>& also : files.also) {
+    for (StreamTarget& target : also) targets.push_back(&target);
+  }
+  return targets;
+}
+
+// What goes into files and pipes, with what a person typed for it.
+std::vector<Output> OutputsOf(const OutputFiles& files, const std::vector<StreamPlan>& streams) {
+  std::vector<Output> outputs;
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    const std::string name = StreamName(streams[i].type);
+    std::string option = "--" + name;
+    for (const StreamTarget& target : files.targets_of(i)) {
+      if (target.is_file()) outputs.push_back({option, target.path});
+      option = "--also " + name;
+    }
+  }
+  if (!files.stats.empty()) outputs.push_back({"--stats", files.stats});
+  if (!files.contact_sheet.empty()) outputs.push_back({"contact sheet", files.contact_sheet});
+  return outputs;
+}
+
 }  // namespace
+
+std::vector<StreamTarget> OutputFiles::targets_of(std::size_t index) const {
+  std::vector<StreamTarget> targets{streams[index]};
+  if (index < also.size()) {
+    targets.insert(targets.end(), also[index].begin(), also[index].end());
+  }
+  return targets;
+}
 
 Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
                                     const std::vector<StreamPlan>& streams,
                                     std::chrono::system_clock::time_point now) {
   OutputFiles files = NamesAsTyped(options, streams);
+  const std::vector<StreamTarget*> targets = AllTargets(files);
   const bool any_stream_lands =
-      std::any_of(files.streams.begin(), files.streams.end(),
-                  [](const StreamTarget& target) { return LandsInDirectory(target.path); });
+      std::any_of(targets.begin(), targets.end(),
+                  [](const StreamTarget* target) { return LandsInDirectory(*target); });
   const bool stats_land = !files.stats.empty() && LandsInDirectory(files.stats);
   if (any_stream_lands || !files.contact_sheet.empty() || stats_land) {
     auto directory = OutputDirectory::Make(options.out_directory, now);
     if (const Failure* const failure = FailureOf(directory)) return *failure;
     files.directory.emplace(std::move(ValueOf(directory)));
-    for (StreamTarget& target : files.streams) {
-      if (const auto failure = PutIntoDirectory(*files.directory, target.path)) return *failure;
+    for (StreamTarget* const target : targets) {
+      if (!target->is_file()) continue;
+      if (const auto failure = PutIntoDirectory(*files.directory, target->path)) return *failure;
     }
     if (const auto failure = PutIntoDirectory(*files.directory, files.contact_sheet)) {
       return *failure;
@@ -136,12 +180,7 @@ Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
     if (const auto failure = PutIntoDirectory(*files.directory, files.stats)) return *failure;
   }
 
-  std::vector<Output> outputs;
-  for (std::size_t i = 0; i < streams.size(); ++i) {
-    outputs.push_back({"--" + std::string(StreamName(streams[i].type)), files.streams[i].path});
-  }
-  if (!files.stats.empty()) outputs.push_back({"--stats", files.stats});
-  if (!files.contact_sheet.empty()) outputs.push_back({"contact sheet", files.contact_sheet});
+  const std::vector<Output> outputs = OutputsOf(files, streams);
   const auto source = options.source_file();
   const auto source_path = source ? std::optional(source->path) : std::nullopt;
   if (const auto failure = FindClash(outputs, source_path)) return *failure;

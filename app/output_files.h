@@ -3,6 +3,7 @@
 #ifndef MOVRA_APP_OUTPUT_FILES_H_
 #define MOVRA_APP_OUTPUT_FILES_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +16,14 @@
 namespace movra::app {
 
 struct OutputFiles {
-  std::optional<OutputDirectory> directory;  // Absent if nothing lands in one.
-  std::vector<StreamTarget> streams;         // One for each planned stream, in their order.
-  std::string contact_sheet;                 // Empty: none is made.
-  std::string stats;                         // Empty for none; "-" is standard output.
+  std::optional<OutputDirectory> directory;     // Absent if nothing lands in one.
+  std::vector<StreamTarget> streams;            // One for each planned stream, in their order.
+  std::vector<std::vector<StreamTarget>> also;  // The further ones of each; none of those behind.
+  std::string contact_sheet;                    // Empty: none is made.
+  std::string stats;                            // Empty for none; "-" is standard output.
+
+  // All of the stream, the one in `streams` first.
+  [[nodiscard]] std::vector<StreamTarget> targets_of(std::size_t index) const;
 };
 
 // Makes the directories, puts relative names into DIR and refuses what would do harm: a file that

@@ -88,6 +88,43 @@ TEST_F(OutputFilesTest, RelativeNamesLandInTheDirectoryAndAbsoluteOnesStay) {
   EXPECT_TRUE(fs::is_directory("out/sub"));
 }
 
+TEST_F(OutputFilesTest, FurtherPlacesLandAsTheFirstDoes) {
+  options_.big.also = {StreamTarget{"sub/b.ts", media::ContainerFormat::kMpegTs},
+                       StreamTarget{temporary_ / "c.mkv", media::ContainerFormat::kMkv}};
+  const auto result = Plan();
+  ASSERT_EQ(FailureOf(result), nullptr) << FailureOf(result)->text;
+  const auto targets = ValueOf(result).targets_of(0);
+  ASSERT_EQ(targets.size(), 3U);
+  EXPECT_EQ(targets[0].path, "out/big.mp4");
+  EXPECT_EQ(targets[1].path, "out/sub/b.ts");
+  EXPECT_EQ(targets[2].path, temporary_ / "c.mkv");
+  EXPECT_EQ(ValueOf(result).targets_of(1).size(), 1U);
+  EXPECT_TRUE(fs::is_directory("out/sub"));
+}
+
+TEST_F(OutputFilesTest, AFurtherPlaceIsGuardedAsTheFirstIs) {
+  options_.small.also = {StreamTarget{"big.mp4"}};
+  EXPECT_THAT(Refused().text, HasSubstr("--big and --also small both go to 'out/big.mp4'"));
+  fs::create_directory("out");
+  temporary_.Write("out/b.mp4", "mine");
+  options_.small.also = {StreamTarget{"b.mp4"}};
+  EXPECT_EQ(Refused().code, ExitCode::kOutputExists);
+}
+
+TEST_F(OutputFilesTest, APlaceThatIsNoFileHasNoPath) {
+  StreamTarget target{"//host/x", media::ContainerFormat::kMpegTs, "net"};
+  options_.contact_sheet = true;
+  options_.big.target = target;
+  options_.big.also = {target};
+  options_.small.off = true;
+  const auto result = Plan();
+  ASSERT_EQ(FailureOf(result), nullptr) << FailureOf(result)->text;
+  EXPECT_EQ(ValueOf(result).streams[0], target);
+  EXPECT_EQ(ValueOf(result).contact_sheet, "");
+  EXPECT_FALSE(ValueOf(result).directory);
+  EXPECT_THAT(temporary_.Names(), IsEmpty());
+}
+
 TEST_F(OutputFilesTest, WithoutADirectoryNameTheRunGetsANewOne) {
   options_.out_directory.reset();
   const auto result = Plan();

@@ -162,10 +162,7 @@ std::string NothingWrittenText(Ending ending) {
 }
 
 void Tell(const RunReport& report, const RunOptions& options, Console& console) {
-  bool wrote_nothing = true;
-  for (const StreamReport& stream : report.streams) {
-    if (stream.figures.frames > 0) wrote_nothing = false;
-  }
+  const bool wrote_nothing = report.wrote_nothing();
   if (!options.quiet && !wrote_nothing) {
     std::string text = SummaryText(report);
     text.pop_back();

@@ -33,20 +33,40 @@ double FramesPerSecond(const StreamFigures& figures) {
   return PerSecond(static_cast<double>(figures.frames), figures.media_time);
 }
 
+std::string TypedText(const StreamTarget& target) {
+  return target.is_file() ? target.path : target.scheme + ":" + target.path;
+}
+
 std::string TargetText(const StreamTarget& target) {
-  return target.is_stdout() ? "standard output" : target.path;
+  return target.is_stdout() ? "standard output" : TypedText(target);
 }
 
 using Row = std::array<std::string, 7>;
 
-Row StreamRow(const StreamReport& stream) {
-  return {StreamName(stream.plan.type),
-          SizeText(stream.plan.size),
-          std::to_string(stream.figures.frames),
-          FrameRateText(FramesPerSecond(stream.figures)) + " fps",
-          BitrateText(BitsPerSecond(stream.figures)),
-          BytesText(stream.figures.file_bytes),
-          TargetText(stream.target)};
+Row SinkRow(const StreamPlan& plan, const StreamFigures& figures, const StreamTarget& target) {
+  return {StreamName(plan.type),
+          SizeText(plan.size),
+          std::to_string(figures.frames),
+          FrameRateText(FramesPerSecond(figures)) + " fps",
+          BitrateText(BitsPerSecond(figures)),
+          BytesText(figures.file_bytes),
+          TargetText(target)};
+}
+
+// What of the stream is the sink's own is the sink's.
+StreamFigures FiguresOf(const StreamReport& stream, const SinkReport& sink) {
+  StreamFigures figures = stream.figures;
+  figures.TakeWritten(sink.figures.written);
+  return figures;
+}
+
+// A line for each place that the stream went to.
+void AddRows(const StreamReport& stream, std::vector<Row>& rows) {
+  rows.push_back(SinkRow(stream.plan, stream.figures, stream.target));
+  for (std::size_t i = 1; i < stream.sinks.size(); ++i) {
+    const SinkReport& sink = stream.sinks[i];
+    rows.push_back(SinkRow(stream.plan, FiguresOf(stream, sink), sink.target));
+  }
 }
 
 // Columns as wide as their widest cell; numbers stand to the right.
@@ -97,6 +117,10 @@ std::string LossText(const RunReport& report) {
     const std::string name = StreamName(stream.plan.type);
     add_losses(stream.frames.stream, name);
     add(stream.frames_not_written(), "not written for " + name);
+    for (std::size_t i = 1; i < stream.sinks.size(); ++i) {
+      const SinkReport& sink = stream.sinks[i];
+      add(sink.frames_lost(), "not written for " + name + " into " + TargetText(sink.target));
+    }
     stopped = std::max(stopped,
                        stream.frames_that(FrameFate::kStopped) + stream.frames_beyond_duration());
   }
@@ -106,12 +130,11 @@ std::string LossText(const RunReport& report) {
 }
 
 // Many players take a longer wait in a transport stream for a clock that was set, and cut it out.
-std::string LongWaitText(const StreamReport& stream) {
+std::string LongWaitText(const StreamTarget& target, nanoseconds longest_wait) {
   constexpr nanoseconds kLongestWait = std::chrono::seconds(10);
-  const bool is_transport = stream.target.format == media::ContainerFormat::kMpegTs;
-  if (!is_transport || stream.figures.longest_wait <= kLongestWait) return "";
-  return "note: in " + TargetText(stream.target) + " a picture stands for " +
-         ClockText(stream.figures.longest_wait) +
+  const bool is_transport = target.format == media::ContainerFormat::kMpegTs;
+  if (!is_transport || longest_wait <= kLongestWait) return "";
+  return "note: in " + TargetText(target) + " a picture stands for " + ClockText(longest_wait) +
          ", and many players cut out of MPEG-TS what exceeds ten seconds; MP4 and MKV keep it\n";
 }
 
@@ -135,6 +158,24 @@ void Append(Json& json, const std::string& name, const DurationSummary& summary)
   json[name + "_p95_us"] = summary.p95.count();
   json[name + "_p99_us"] = summary.p99.count();
   json[name + "_max_us"] = summary.max.count();
+}
+
+Json SinkJson(const SinkReport& sink) {
+  const media::SinkFigures& figures = sink.figures;
+  Json json = {{"target", TypedText(sink.target)},
+               {"broke_off", sink.broken_off},
+               {"frames_written", figures.written.frames},
+               {"key_frames_written", figures.written.key_frames},
+               {"bytes_written", figures.written.file_bytes},
+               {"picture_bytes_written", figures.written.bytes},
+               {"duration_s", Seconds(figures.written.duration)},
+               {"frames_handed", figures.handed}};
+  for (std::size_t i = 0; i < media::kSinkDrops; ++i) {
+    const auto drop = static_cast<media::SinkDrop>(i);
+    json["frames_dropped_" + std::string(media::SinkDropName(drop))] = figures.dropped_for(drop);
+  }
+  json["frames_not_written"] = figures.not_written();
+  return json;
 }
 
 Json StreamJson(const StreamReport& stream, bool paced) {
@@ -163,6 +204,8 @@ Json StreamJson(const StreamReport& stream, bool paced) {
   Append(json, "latency", figures.latency);
   Append(json, "latency_without_encode", figures.road);
   if (paced) Append(json, "pacing_error", figures.pacing_error);
+  json["sinks"] = Json::array();
+  for (const SinkReport& sink : stream.sinks) json["sinks"].push_back(SinkJson(sink));
   return json;
 }
 
@@ -212,15 +255,26 @@ nanoseconds RunReport::media_time() const {
   nanoseconds longest{0};
   for (const StreamReport& stream : streams) {
     longest = std::max(longest, stream.figures.media_time);
+    for (const SinkReport& sink : stream.sinks) {
+      longest = std::max(longest, sink.figures.written.duration);
+    }
   }
   return longest;
+}
+
+bool RunReport::wrote_nothing() const {
+  return std::all_of(streams.begin(), streams.end(), [](const StreamReport& stream) {
+    return stream.figures.frames == 0 &&
+           std::all_of(stream.sinks.begin(), stream.sinks.end(),
+                       [](const SinkReport& sink) { return sink.figures.written.frames == 0; });
+  });
 }
 
 double RunReport::speed() const { return PerSecond(Seconds(media_time()), wall_time); }
 
 std::string SummaryText(const RunReport& report) {
   std::vector<Row> rows{{"stream", "size", "frames", "rate", "bit rate", "bytes", "file"}};
-  for (const StreamReport& stream : report.streams) rows.push_back(StreamRow(stream));
+  for (const StreamReport& stream : report.streams) AddRows(stream, rows);
   char speed[32];
   std::snprintf(speed, sizeof speed, "%.1fx", report.speed());
   std::string text = TableText(rows);
@@ -228,7 +282,13 @@ std::string SummaryText(const RunReport& report) {
           (report.frames_captured == 1 ? " frame in, " : " frames in, ") + LossText(report) + "; " +
           ClockText(report.media_time()) + " of video in " + ClockText(report.wall_time) + ", " +
           speed + "; " + EndingText(report.ending) + "\n";
-  for (const StreamReport& stream : report.streams) text += LongWaitText(stream);
+  for (const StreamReport& stream : report.streams) {
+    text += LongWaitText(stream.target, stream.figures.longest_wait);
+    for (std::size_t i = 1; i < stream.sinks.size(); ++i) {
+      const SinkReport& sink = stream.sinks[i];
+      text += LongWaitText(sink.target, sink.figures.written.longest_wait);
+    }
+  }
   if (!report.contact_sheet.empty()) text += "pictures: " + report.contact_sheet + "\n";
   if (!report.stats.empty()) text += "figures: " + report.stats + "\n";
   return text;

@@ -3,6 +3,7 @@
 #ifndef MOVRA_APP_RUN_REPORT_H_
 #define MOVRA_APP_RUN_REPORT_H_
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "app/result.h"
 #include "app/stream_meter.h"
 #include "app/stream_plan.h"
+#include "media/output/sink_figures.h"
 #include "media/track/frame_account.h"
 #include "video/camera_service.h"
 
@@ -27,11 +29,24 @@ enum class Ending {
 
 [[nodiscard]] const char* EndingText(Ending ending);  // "source ended"
 
+// One place that a stream went to.
+struct SinkReport {
+  StreamTarget target;  // As the plan of the files settled it.
+  media::SinkFigures figures;
+  bool broken_off = false;
+
+  // How many of the frames that were meant for it, it does not hold.
+  [[nodiscard]] std::uint64_t frames_lost() const {
+    return figures.handed - std::min(figures.handed, figures.written.frames);
+  }
+};
+
 struct StreamReport {
   StreamPlan plan;
-  StreamTarget target;  // As the plan of the files settled it.
-  StreamFigures figures;
-  media::FrameTotals frames;  // What became of every frame that came from the source.
+  StreamTarget target;            // As the plan of the files settled it; of several the first.
+  StreamFigures figures;          // Those of what was written are the first target's.
+  media::FrameTotals frames;      // What became of every frame that came from the source.
+  std::vector<SinkReport> sinks;  // The target's first, then the further ones.
 
   // How many of them came to this end; `kEncoded` and the others together are all that came. What
   // was on its way when all had been stopped was stopped too, but for what a slow output was being
@@ -63,6 +78,8 @@ struct RunReport {
 
   // Of the longest stream.
   [[nodiscard]] std::chrono::nanoseconds media_time() const;
+  // No place of any stream has a frame.
+  [[nodiscard]] bool wrote_nothing() const;
   // Media time in a second of wall time; 0 if none has passed.
   [[nodiscard]] double speed() const;
 };

@@ -250,6 +250,77 @@ TEST(RunReport, TheFiguresAreOneObjectWhoseNamesSayTheirUnits) {
   EXPECT_EQ(json["streams"][1]["stream"], "small");
 }
 
+// The report with two places for the big stream, the second of which lost frames.
+RunReport ReportOfTwoPlaces() {
+  RunReport report = Report();
+  StreamReport& big = report.streams[0];
+  SinkReport first;
+  first.target = big.target;
+  first.figures.handed = first.figures.passed = first.figures.written.frames = 600;
+  SinkReport second;
+  second.target.path = "out/keep.ts";
+  second.target.format = media::ContainerFormat::kMpegTs;
+  second.broken_off = true;
+  second.figures.handed = 600;
+  second.figures.passed = 502;
+  second.figures.dropped = {3, 5, 90, 0};
+  second.figures.written = {500, 4, 3'000'000, 3'100'000, seconds(25), seconds(11)};
+  big.sinks = {first, second};
+  return report;
+}
+
+TEST(RunReport, TheTableHasALineForEachPlaceOfAStream) {
+  const std::string text = SummaryText(ReportOfTwoPlaces());
+  EXPECT_THAT(text, HasSubstr("600  30 fps  1500 kb/s    3.8 MB  out/big.mp4\n"
+                              "big     1280x720     500  20 fps   960 kb/s    3.1 MB  out/keep.ts\n"
+                              "small "));
+  EXPECT_THAT(text, HasSubstr("100 not written for big into out/keep.ts"));
+  EXPECT_THAT(text, HasSubstr("note: in out/keep.ts a picture stands for 0:11.0"));
+  EXPECT_THAT(text, HasSubstr("0:25.0 of video")) << "of the longest";
+}
+
+TEST(RunReport, TheFiguresHaveEachPlaceOfAStreamWithItsReasons) {
+  const auto json = nlohmann::json::parse(StatsJson(ReportOfTwoPlaces()));
+  const auto& sinks = json["streams"][0]["sinks"];
+  ASSERT_EQ(sinks.size(), 2U);
+  EXPECT_EQ(sinks[0]["target"], "out/big.mp4");
+  EXPECT_EQ(sinks[0]["broke_off"], false);
+  EXPECT_EQ(sinks[0]["frames_written"], 600);
+  const auto& second = sinks[1];
+  EXPECT_EQ(second["target"], "out/keep.ts");
+  EXPECT_EQ(second["broke_off"], true);
+  EXPECT_EQ(second["frames_handed"], 600);
+  EXPECT_EQ(second["frames_written"], 500);
+  EXPECT_EQ(second["key_frames_written"], 4);
+  EXPECT_EQ(second["bytes_written"], 3'100'000);
+  EXPECT_EQ(second["picture_bytes_written"], 3'000'000);
+  EXPECT_EQ(second["duration_s"], 25.0);
+  EXPECT_EQ(second["frames_dropped_queue_full"], 3);
+  EXPECT_EQ(second["frames_dropped_no_key_frame"], 5);
+  EXPECT_EQ(second["frames_dropped_broken_off"], 90);
+  EXPECT_EQ(second["frames_dropped_closed"], 0);
+  EXPECT_EQ(second["frames_not_written"], 2);
+}
+
+TEST(RunReport, APlaceThatIsNoFileIsShownWithItsScheme) {
+  RunReport report = ReportOfTwoPlaces();
+  report.streams[0].sinks[1].target.scheme = "net";
+  report.streams[0].sinks[1].target.path = "//host/x";
+  EXPECT_THAT(SummaryText(report), HasSubstr("  net://host/x\n"));
+}
+
+TEST(RunReport, WroteNothingOnlyIfNoPlaceHasAFrame) {
+  RunReport report = ReportOfTwoPlaces();
+  report.streams.pop_back();
+  report.streams[0].figures.frames = 0;
+  report.streams[0].sinks[0].figures.written.frames = 0;
+  EXPECT_FALSE(report.wrote_nothing());
+  report.streams[0].sinks[1].figures.written.frames = 0;
+  EXPECT_TRUE(report.wrote_nothing());
+  report.streams[0].figures.frames = 1;
+  EXPECT_FALSE(report.wrote_nothing());
+}
+
 TEST(RunReport, ASourceThatIsPacedHasItsPacingInTheFigures) {
   RunReport report = Report();
   report.paced = true;

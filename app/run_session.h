@@ -18,9 +18,9 @@
 #include "app/run_options.h"
 #include "app/run_report.h"
 #include "app/stall_watch.h"
-#include "app/stream_meter.h"
+#include "app/stream_set.h"
 #include "core/dispatch_queue.h"
-#include "media/output/encoded_file_writer.h"
+#include "media/output/write_error.h"
 #include "media/track/frame_account.h"
 #include "video/camera_service.h"
 #include "video/producer/video_producer2.h"
@@ -69,17 +69,7 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   [[nodiscard]] RunReport Conclude();
 
  private:
-  struct Stream {
-    std::shared_ptr<media::EncodedFileWriter> file;
-    std::shared_ptr<StreamMeter> meter;  // In front of the file; what the encoder writes into.
-    bool over = false;
-    bool error_told = false;  // Why the file broke off, if it did.
-  };
-
   [[nodiscard]] bool OpenStreams();
-  [[nodiscard]] bool OpenStream(std::size_t index,
-                                const std::shared_ptr<media::TimeOrigin>& origin);
-  void StartEncoders();
   void StartCapture();
 
   void OnCaptureStarted(int error_code, int elapsed_ms);
@@ -87,9 +77,9 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   // Ends the run when the clock says that the duration is over.
   void LookForEndOfDuration();
   void OnFirstFrame();
-  void OnStreamOver(std::size_t index, Ending ending);
-  void OnStreamEnd(std::size_t index, video::StreamEnd end);
-  void OnWriteError(std::size_t index, media::WriteError error);
+  void OnStreamLimit(std::size_t stream);
+  void OnStreamEnd(SinkPlace place, video::StreamEnd end);
+  void OnWriteError(SinkPlace place, media::WriteError error);
   void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
                       const std::string& detail);
   void ShowProgress();
@@ -100,18 +90,12 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void Fail(Failure failure);
   void Stop();
   void StopProducer();
-  void StopStream(std::size_t index, std::chrono::steady_clock::time_point deadline);
-  // Where the stream's last picture stands until, if it is the duration that cuts the stream off.
-  [[nodiscard]] std::optional<std::chrono::nanoseconds> EndOf(const Stream& stream) const;
-  [[nodiscard]] std::optional<Failure> FindFailure() const;
-  // "--big"
-  [[nodiscard]] std::string OptionOf(std::size_t index) const;
 
   const RunSetting setting_;
   const std::shared_ptr<media::FrameAccount> account_;  // Of the producer's frames.
   std::shared_ptr<EncoderErrorClient> client_;
   std::shared_ptr<video::IVideoProducer2> producer_;
-  std::vector<Stream> streams_;
+  StreamSet streams_;
   ProgressLine progress_;
   std::optional<StallWatch> stall_watch_;
   RunReport report_;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <thread>
 
 namespace movra::app {
 namespace {
@@ -40,6 +41,11 @@ void RunSessionTest::AddStream(video::VideoStreamType type, const std::string& f
   plan.bitrate_bps = type == kBig ? 800'000 : 100'000;
   plan_.streams.push_back(plan);
   files_.streams.push_back({directory_ / file, media::ContainerFormatForPath(file).value()});
+}
+
+void RunSessionTest::AddSink(const std::string& file) {
+  files_.also.resize(files_.streams.size());
+  files_.also.back().push_back({directory_ / file, *media::ContainerFormatForPath(file)});
 }
 
 void RunSessionTest::MakeTerminal(unsigned short columns) {
@@ -132,6 +138,13 @@ void RunSessionTest::EndBoth(const video::StreamEnd& end) {
 void RunSessionTest::Interrupt() {
   session_->Interrupt();
   env_.main_queue().RunAll();
+}
+
+void RunSessionTest::WaitUntilOver() {
+  while (!is_over()) {
+    env_.main_queue().RunAll();
+    std::this_thread::yield();
+  }
 }
 
 media::FrameCounters& RunSessionTest::Source() {

@@ -58,6 +58,9 @@ class RunSessionTest : public ::testing::Test {
   // The stream's plan and file, before Begin.
   void AddStream(video::VideoStreamType type, const std::string& file);
 
+  // A further place for the stream that was added last, before Begin.
+  void AddSink(const std::string& file);
+
   // Makes the session, and lets it begin on the main queue.
   void Make();
   void Begin();
@@ -75,6 +78,8 @@ class RunSessionTest : public ::testing::Test {
   void WriteBoth(nanoseconds timestamp);
   void EndBoth(const video::StreamEnd& end = {});
   void Interrupt();
+  // Of streams with several places, which end on threads of their own.
+  void WaitUntilOver();
 
   // Where the frames of the session's producer are counted; of a session that is made.
   [[nodiscard]] static media::FrameCounters& Source();

@@ -13,6 +13,15 @@ constexpr nanoseconds kTickRounding = std::chrono::microseconds(20);
 
 }  // namespace
 
+void StreamFigures::TakeWritten(const media::WrittenFigures& written) {
+  frames = written.frames;
+  key_frames = written.key_frames;
+  bytes = written.bytes;
+  file_bytes = written.file_bytes;
+  media_time = written.duration;
+  longest_wait = written.longest_wait;
+}
+
 StreamMeter::StreamMeter(std::shared_ptr<video::IVideoFrameTrackWriter> next,
                          std::shared_ptr<media::TimeOrigin> origin,
                          std::optional<nanoseconds> limit, Callbacks callbacks)

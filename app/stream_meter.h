@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "app/latency_histogram.h"
+#include "media/output/encoded_sink.h"
 #include "media/output/time_line.h"
 #include "media/output/time_origin.h"
 #include "video/video_frame_track.h"
@@ -35,6 +36,9 @@ struct StreamFigures {
   DurationSummary pacing_error;
   // When the first frame came, on std::chrono::steady_clock.
   std::optional<std::chrono::steady_clock::time_point> first_frame;
+
+  // What is written is known by whoever wrote it.
+  void TakeWritten(const media::WrittenFigures& written);
 };
 
 // Counts frames and passes them on, up to a limit of media time. What stands on the limit or behind

@@ -54,6 +54,7 @@ StreamPlan PlanStream(video::VideoStreamType type, const StreamSpec& spec, const
   plan.bitrate_bps = spec.bitrate_bps.value_or(
       media::DefaultBitrateBps(plan.size, plan.expected_frame_rate.PerSecond()));
   plan.target = spec.target;
+  plan.also = spec.also;
   return plan;
 }
 

@@ -22,6 +22,7 @@ struct StreamPlan {
   FrameRate expected_frame_rate;  // What the source gives below it.
   std::int32_t bitrate_bps = 0;
   std::optional<StreamTarget> target;  // As typed; absent for the default file.
+  std::vector<StreamTarget> also;      // Further ones.
 };
 
 struct CapturePlan {

@@ -1,5 +1,6 @@
 #include "app/stream_spec.h"
 
+#include <utility>
 #include <variant>
 
 #include "app/frame_rate.h"
@@ -41,25 +42,38 @@ std::optional<Failure> ReadBitrate(std::string_view piece, StreamSpec& spec) {
   return std::nullopt;
 }
 
-std::optional<Failure> ReadTarget(std::string_view file, StreamSpec& spec) {
-  if (file == "-") {
-    spec.target = StreamTarget{"-", media::ContainerFormat::kMpegTs};
-    return std::nullopt;
+Result<StreamTarget> ReadTarget(std::string_view text) {
+  std::string error;
+  auto read = media::ReadSinkAddress(text, &error);
+  if (!read) return Failure{ExitCode::kMalformed, Quoted(text) + ": " + error};
+  StreamTarget target{std::move(read->address), media::ContainerFormat::kMpegTs,
+                      std::move(read->scheme)};
+  if (!target.is_file() || target.is_stdout()) return target;
+  const auto format = media::ContainerFormatForPath(target.path);
+  if (!format) {
+    return Failure{ExitCode::kUnknownEnding,
+                   Quoted(text) +
+                       " has no ending that names a container; use .mp4, .mkv, .ts or "
+                       ".h264, or - for standard output"};
   }
-  const std::string path(file);
-  if (const auto format = media::ContainerFormatForPath(path)) {
-    spec.target = StreamTarget{path.rfind("-.", 0) == 0 ? "-" : path, *format};
+  target.format = *format;
+  if (target.path.starts_with("-.")) target.path = "-";
+  return target;
+}
+
+std::optional<Failure> ReadTarget(std::string_view text, StreamSpec& spec) {
+  const auto target = ReadTarget(text);
+  const Failure* const failure = FailureOf(target);
+  if (failure == nullptr) {
+    spec.target = ValueOf(target);
     return std::nullopt;
   }
   // Something without a dot is no misnamed file but a piece that went wrong.
-  if (path.find('.') == std::string::npos && path.find('/') == std::string::npos) {
-    return Failure{ExitCode::kMalformed,
-                   Quoted(file) + " is neither a size, a bit rate nor a file; " + kRight};
+  if (failure->code != ExitCode::kUnknownEnding || text.find_first_of("./") != text.npos) {
+    return *failure;
   }
-  return Failure{ExitCode::kUnknownEnding,
-                 Quoted(file) +
-                     " has no ending that names a container; use .mp4, .mkv, .ts or "
-                     ".h264, or - for standard output"};
+  return Failure{ExitCode::kMalformed,
+                 Quoted(text) + " is neither a size, a bit rate nor a file; " + kRight};
 }
 
 }  // namespace
@@ -96,6 +110,22 @@ Result<StreamSpec> ParseStreamSpec(std::string_view text) {
     if (more) rest.remove_prefix(comma + 1);
   }
   return spec;
+}
+
+Result<FurtherTarget> ParseFurtherTarget(std::string_view text) {
+  const std::size_t sign = text.find('=');
+  const std::string_view stream = text.substr(0, sign);
+  if (sign == std::string_view::npos || sign + 1 == text.size() ||
+      (stream != "big" && stream != "small")) {
+    return Failure{ExitCode::kMalformed, Quoted(text) +
+                                             " names no stream and place for it; write "
+                                             "big=FILE or small=FILE"};
+  }
+  const auto target = ReadTarget(text.substr(sign + 1));
+  if (const Failure* const failure = FailureOf(target)) return *failure;
+  const bool is_small = stream == "small";
+  return FurtherTarget{is_small ? video::VideoStreamType::kSmall : video::VideoStreamType::kBig,
+                       ValueOf(target)};
 }
 
 }  // namespace movra::app

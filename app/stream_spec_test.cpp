@@ -56,6 +56,12 @@ INSTANTIATE_TEST_SUITE_P(
               StreamTarget{"a.mp4", ContainerFormat::kMp4}}},
         Good{",500k", {false, {}, {}, 500'000, {}}}, Good{",talk.mp4", {false, {}, {}, {}, kTalk}},
         Good{",1500k,talk.mp4", {false, {}, {}, 1'500'000, kTalk}},
+        Good{"file:talk.mp4", {false, {}, {}, {}, kTalk}},
+        Good{"1500k,file:-",
+             {false, {}, {}, 1'500'000, StreamTarget{"-", ContainerFormat::kMpegTs}}},
+        Good{"C:x.mp4", {false, {}, {}, {}, StreamTarget{"C:x.mp4", ContainerFormat::kMp4}}},
+        Good{"./rtmp://x.mp4",
+             {false, {}, {}, {}, StreamTarget{"./rtmp://x.mp4", ContainerFormat::kMp4}}},
         Good{"off", {true, {}, {}, {}, {}}}));
 
 struct Bad {
@@ -102,7 +108,33 @@ INSTANTIATE_TEST_SUITE_P(
                     Bad{"5k", ExitCode::kOutOfRange, "the bit rate 5k is out of range"},
                     Bad{"talk.avi", ExitCode::kUnknownEnding, "use .mp4, .mkv, .ts or .h264"},
                     Bad{"out/talk", ExitCode::kUnknownEnding, "'out/talk' has no ending"},
+                    Bad{"rtmp://host/x", ExitCode::kMalformed, "'rtmp://'; use file:PATH"},
+                    Bad{"1280x720,rtmp://u@host/x.mp4", ExitCode::kMalformed, "no output of the"},
+                    Bad{"file:talk", ExitCode::kMalformed, "'file:talk' is neither"},
+                    Bad{"file:a/talk.avi", ExitCode::kUnknownEnding, "has no ending"},
                     Bad{"-.avi", ExitCode::kUnknownEnding, "'-.avi' has no ending"}));
+
+TEST(FurtherTarget, IsAStreamAndAFile) {
+  EXPECT_EQ(ValueOf(ParseFurtherTarget("big=talk.mp4")),
+            (FurtherTarget{video::VideoStreamType::kBig, kTalk}));
+  EXPECT_EQ(ValueOf(ParseFurtherTarget("small=a=b,c.ts")),
+            (FurtherTarget{video::VideoStreamType::kSmall,
+                           StreamTarget{"a=b,c.ts", ContainerFormat::kMpegTs}}));
+  EXPECT_EQ(
+      ValueOf(ParseFurtherTarget("small=-.mkv")),
+      (FurtherTarget{video::VideoStreamType::kSmall, StreamTarget{"-", ContainerFormat::kMkv}}));
+}
+
+TEST(FurtherTarget, IsRefusedWithItsReason) {
+  for (const char* const text : {"", "big", "big=", "=a.mp4", "huge=a.mp4", "talk.mp4"}) {
+    const auto result = ParseFurtherTarget(text);
+    ASSERT_NE(FailureOf(result), nullptr) << text;
+    EXPECT_EQ(FailureOf(result)->code, ExitCode::kMalformed);
+    EXPECT_THAT(FailureOf(result)->text, HasSubstr("write big=FILE or small=FILE"));
+  }
+  EXPECT_EQ(FailureOf(ParseFurtherTarget("big=talk"))->code, ExitCode::kUnknownEnding);
+  EXPECT_THAT(FailureOf(ParseFurtherTarget("big=rtmp://host/x"))->text, HasSubstr("file:PATH"));
+}
 
 }  // namespace
 }  // namespace movra::app

@@ -18,6 +18,7 @@ _movra_producer() {
     run:--mode) words="0 1 2 3" ;;
     run:--log-level) words="off error warning info" ;;
     run:--big | run:--small) words="off" ;;
+    run:--also) words="big= small=" ;;
     run:--out) mapfile -t COMPREPLY < <(compgen -d -- "$word") && return ;;
     run:--stats) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
     run:--size | run:--fps | run:--duration | run:--threads | run:--start) return ;;
@@ -34,8 +35,9 @@ _movra_producer() {
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
         return
       fi
-      words="--help --source --start --mode --size --fps --once --loop --realtime --fast --duration --big
-        --small --out --threads --no-contact-sheet --force --quiet --stats --log-level --log-filter"
+      words="--help --source --start --mode --size --fps --once --loop --realtime --fast --duration
+        --big --small --also --out --threads --no-contact-sheet --force --quiet --stats --log-level
+        --log-filter"
       ;;
     devices:*) words="--help --json" ;;
     *) words="run devices --help --version" ;;
