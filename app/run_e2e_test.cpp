@@ -70,6 +70,35 @@ TEST_F(RunE2e, EveryContainerAndEveryPieceOfASpecHolds) {
   EXPECT_FALSE(Exists("out/big.mp4"));
 }
 
+TEST_F(RunE2e, AStreamGoesToEachOfItsPlacesAndNoFrameIsLost) {
+  const std::string clip = MakeClip(30);
+  const ProcessResult result =
+      Run({"--camera", "file:" + clip, "--big", "640x360,-", "--also", "big=a.mkv", "--also",
+           "big=file:a:b.mp4", "--small", "off", "--stats", "stats.json"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  std::ofstream(directory_ / "piped.ts", std::ios::binary) << result.out;
+  for (const char* const file : {"piped.ts", "out/a.mkv", "out/a:b.mp4"}) {
+    ExpectStream(file, {640, 360}, Numbers(30), 30);
+  }
+  const auto stats = nlohmann::json::parse(std::ifstream(directory_ / "out/stats.json"));
+  const auto& sinks = stats["streams"][0]["sinks"];
+  ASSERT_EQ(sinks.size(), 3U);
+  for (const auto& sink : sinks) {
+    EXPECT_EQ(sink["frames_handed"], 30);
+    EXPECT_EQ(sink["frames_written"], 30);
+  }
+}
+
+TEST_F(RunE2e, APlaceOfAKindThatThereIsNotIsRefusedAndLeavesNothing) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"--big", "rtmp://host/x.mp4"}, {"--also", "small=srt://host:9"}}) {
+    const ProcessResult result = Run(words);
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_THAT(result.err, HasSubstr("file:PATH"));
+    EXPECT_TRUE(fs::is_empty(directory_.path()));
+  }
+}
+
 TEST_F(RunE2e, RawAnnexBPlaysToo) {
   const std::string clip = MakeClip(10);
   EXPECT_EQ(Run({"--camera", "file:" + clip, "--big", "a.h264", "--small", "off"}).exit_code, 0);

@@ -149,7 +149,7 @@ TEST_F(RunSessionSinks, AFileThatBreaksOffIsTheFailureOfARunThatGoesOn) {
 
 TEST_F(RunSessionSinks, TheDurationEndsEachPlaceAtOneTime) {
   options_.duration = seconds(1);
-  source_.is_file = true;
+  source_.traits = kFileTraits;
   AddStream(kBig, "big.h264");
   AddSink("again.h264");
   Begin();
