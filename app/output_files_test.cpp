@@ -125,6 +125,15 @@ TEST_F(OutputFilesTest, APlaceThatIsNoFileHasNoPath) {
   EXPECT_THAT(temporary_.Names(), IsEmpty());
 }
 
+TEST_F(OutputFilesTest, APlaceThatIsNoFileStaysWhereItIsBesideFiles) {
+  const StreamTarget target{"host/x", media::ContainerFormat::kMpegTs, "net"};
+  options_.big.also = {target};
+  const auto result = Plan();
+  ASSERT_EQ(FailureOf(result), nullptr) << FailureOf(result)->text;
+  EXPECT_EQ(ValueOf(result).targets_of(0)[1], target);
+  EXPECT_FALSE(fs::exists("out/host"));
+}
+
 TEST_F(OutputFilesTest, WithoutADirectoryNameTheRunGetsANewOne) {
   options_.out_directory.reset();
   const auto result = Plan();

@@ -139,7 +139,7 @@ TEST_F(RunSessionSinks, AFileThatBreaksOffIsTheFailureOfARunThatGoesOn) {
   WaitUntilOver();
   const RunReport report = Report();
   EXPECT_EQ(report.ending, Ending::kSourceEnded);
-  EXPECT_EQ(report.exit_code(), ExitCode::kWriteFailed);
+  ASSERT_EQ(report.exit_code(), ExitCode::kWriteFailed);
   EXPECT_THAT(report.failure->text, ::testing::StartsWith("--big: cannot write "));
   EXPECT_EQ(report.streams[0].sinks[1].figures.written.frames, 3U);
   EXPECT_EQ(report.streams[0].sinks[0].figures.dropped_for(media::SinkDrop::kBrokenOff), 1U);
