@@ -2,9 +2,10 @@
 #include <vector>
 
 #include "fuzzing/fuzz_targets.h"
+#include "media/bitstream/annex_b.h"
+#include "media/bitstream/h264.h"
 #include "media/file/y4m_header.h"
 #include "media/file/y4m_reader.h"
-#include "media/output/annex_b.h"
 
 namespace movra::fuzzing {
 
@@ -33,10 +34,14 @@ void FuzzAnnexB(Bytes bytes) {
     end = unit.data() + unit.size();
     Require(end <= bytes.data() + bytes.size(), "units lie within the stream");
     Require(unit.back() != 0, "a unit does not end in zero");
-    Require(media::NalUnitType(unit) < 32, "a type has five bits");
+    Require(media::h264::NalUnitType(unit) < 32, "a type has five bits");
   }
-  const std::vector<std::uint8_t> sets = media::ParameterSets(bytes);
-  Require(media::ParameterSets(sets) == sets, "parameter sets hold nothing else");
+  const std::vector<std::uint8_t> sets = media::h264::ParameterSets(bytes);
+  Require(media::h264::ParameterSets(sets) == sets, "parameter sets hold nothing else");
+  Require(!media::h264::IsKeyFrame(sets), "parameter sets are no picture");
+  const std::string codecs = media::h264::CodecsString(bytes);
+  Require(codecs.empty() || codecs.size() == std::string("avc1.PPCCLL").size(),
+          "a codecs string has six digits");
 }
 
 }  // namespace movra::fuzzing

@@ -5,12 +5,13 @@
 #include <limits>
 #include <optional>
 
+#include "media/bitstream/h264.h"
+
 namespace movra::media {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr int kNalSequenceParameterSet = 7;
 constexpr std::size_t kBitsPerByte = 8;
 
 // The unit without the bytes that keep start codes out of it (7.4.1).
@@ -126,7 +127,7 @@ bool HasChroma(std::uint32_t profile) {
 
 // Moves to timing_info_present_flag; false if the set has no such flag.
 bool FindTiming(BitReader& bits) {
-  if ((bits.Bits(8) & 0x1F) != kNalSequenceParameterSet) return false;
+  if ((bits.Bits(8) & 0x1F) != h264::kNalSequenceParameterSet) return false;
   const std::uint32_t profile = bits.Bits(8);
   bits.Bits(16);  // Constraints, level.
   bits.Golomb();  // The set's own number.

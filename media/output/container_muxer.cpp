@@ -4,9 +4,10 @@
 #include <cstddef>
 #include <utility>
 
+#include "media/bitstream/annex_b.h"
+#include "media/bitstream/h264.h"
 #include "media/encode/frame_rate.h"
 #include "media/encode/sequence_timing.h"
-#include "media/output/annex_b.h"
 
 namespace movra::media {
 namespace {
@@ -111,7 +112,7 @@ std::span<const std::uint8_t> AnnexBMuxer::WithRate(std::span<const std::uint8_t
   // Parameter sets stand in front.
   constexpr std::size_t kMostOfSets = 1024;
   for (const auto unit : NalUnits(key_frame.first(std::min(key_frame.size(), kMostOfSets)))) {
-    if (NalUnitType(unit) != kNalSequenceParameterSet) continue;
+    if (h264::NalUnitType(unit) != h264::kNalSequenceParameterSet) continue;
     const auto begin = static_cast<std::size_t>(unit.data() - key_frame.data());
     std::vector<std::uint8_t> changed = WithFrameRate(unit, rate_);
     const auto rest = key_frame.subspan(begin + unit.size());

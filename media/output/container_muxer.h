@@ -13,15 +13,16 @@
 #include "media/output/container_format.h"
 #include "video/pixel_frame.h"
 #include "video/size.h"
+#include "video/video_types.h"
 
 namespace movra::media {
 
-// What a container says of one of its tracks before the first packet. Today every track is one of
-// H.264 pictures.
+// What a container says of one of its tracks before the first packet. Today every track is video.
 struct MuxTrack {
   video::Size size;
   video::ColorDescription color;
   std::vector<std::uint8_t> parameter_sets;  // Annex B.
+  video::VideoCodec codec = video::VideoCodec::kH264;
 };
 
 struct MuxPacket {

@@ -209,6 +209,21 @@ TEST_F(EncodedFileEndingsTest, AKeyFrameWithoutParameterSetsIsAnErrorAndLeavesNo
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(EncodedFileEndingsTest, ACodecThatIsNotKnownIsAnErrorByName) {
+  const std::string path = directory_ / "a.mp4";
+  const auto writer = Create(path);
+  const std::array<std::uint8_t, 6> data{0, 0, 0, 1, 0x65, 1};
+  video::EncodedFrame frame;
+  frame.data = data.data();
+  frame.size_bytes = data.size();
+  frame.key_frame = true;
+  frame.codec = static_cast<video::VideoCodec>(7);
+  writer->Write(frame);
+  ASSERT_THAT(errors_, SizeIs(1));
+  EXPECT_THAT(errors_[0].text, AllOf(HasSubstr(path), HasSubstr("VideoCodec(7)")));
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST_F(EncodedFileEndingsTest, AFullDiskIsAnErrorOfItsOwnKindTheMomentItHappens) {
   for (const auto format : {ContainerFormat::kMp4, ContainerFormat::kMkv, ContainerFormat::kMpegTs,
                             ContainerFormat::kAnnexB}) {

@@ -4,7 +4,8 @@
 #include <span>
 #include <utility>
 
-#include "media/output/annex_b.h"
+#include "media/bitstream/codec_bitstream.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 
@@ -88,7 +89,11 @@ std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& fram
   if (!before) {
     // A decoder can only begin with a key frame.
     if (!frame.key_frame) return std::nullopt;
-    const MuxTrack track{frame.size, frame.color, ParameterSets(data)};
+    const CodecBitstream* const bitstream = FindCodecBitstream(frame.codec);
+    if (bitstream == nullptr) {
+      return Check("it cannot hold " + video::VideoCodecToString(frame.codec));
+    }
+    const MuxTrack track{frame.size, frame.color, bitstream->parameter_sets(data), frame.codec};
     if (track.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
     if (auto error = Check(muxer_->Start({&track, 1}))) return error;
   }

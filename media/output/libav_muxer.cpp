@@ -51,6 +51,10 @@ const char* NameOf(ContainerFormat format) {
   return "h264";
 }
 
+AVCodecID CodecIdOf(video::VideoCodec codec) {
+  return codec == video::VideoCodec::kH264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_NONE;
+}
+
 std::string Explain(const char* what, int error) {
   return std::string("cannot ") + what + ": " + ErrorText(error);
 }
@@ -139,7 +143,7 @@ std::string LibavMuxer::AddStream(const MuxTrack& track) {
   stream->sample_aspect_ratio = {1, 1};
   AVCodecParameters& parameters = *stream->codecpar;
   parameters.codec_type = AVMEDIA_TYPE_VIDEO;
-  parameters.codec_id = AV_CODEC_ID_H264;
+  parameters.codec_id = CodecIdOf(track.codec);
   parameters.width = track.size.width;
   parameters.height = track.size.height;
   parameters.format = AV_PIX_FMT_YUV420P;

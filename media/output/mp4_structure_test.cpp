@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "media/bitstream/h264.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
-#include "media/output/annex_b.h"
 #include "media/output/encoded_file_writer.h"
 #include "media/output/output_for_test.h"
 
@@ -113,7 +113,7 @@ TEST_F(Mp4StructureTest, ParameterSetsStandBeforeTheFirstPictureAndInEveryKeyFra
     std::string_view left(reinterpret_cast<const char*>(packet->data),
                           static_cast<std::size_t>(packet->size));
     while (left.size() > 4) {
-      has_sets |= (left[4] & 0x1F) == kNalSequenceParameterSet;
+      has_sets |= (left[4] & 0x1F) == h264::kNalSequenceParameterSet;
       left.remove_prefix(4 + Number(left, 0));
     }
     const bool is_key = (packet->flags & AV_PKT_FLAG_KEY) != 0;

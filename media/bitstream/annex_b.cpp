@@ -1,7 +1,8 @@
-#include "media/output/annex_b.h"
+#include "media/bitstream/annex_b.h"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 namespace movra::media {
 namespace {
@@ -37,22 +38,10 @@ std::vector<Bytes> NalUnits(Bytes stream) {
   return units;
 }
 
-int NalUnitType(Bytes unit) { return unit.empty() ? 0 : unit[0] & 0x1F; }
-
-std::vector<std::uint8_t> ParameterSets(Bytes stream) {
-  std::vector<std::uint8_t> sets;
-  bool has_sequence = false;
-  bool has_picture = false;
-  for (const Bytes unit : NalUnits(stream)) {
-    const int type = NalUnitType(unit);
-    if (type != kNalSequenceParameterSet && type != kNalPictureParameterSet) continue;
-    (type == kNalSequenceParameterSet ? has_sequence : has_picture) = true;
-    sets.push_back(0);
-    sets.insert(sets.end(), kStartCode.begin(), kStartCode.end());
-    sets.insert(sets.end(), unit.begin(), unit.end());
-  }
-  if (!has_sequence || !has_picture) sets.clear();
-  return sets;
+void AppendNalUnit(Bytes unit, std::vector<std::uint8_t>& stream) {
+  stream.push_back(0);
+  stream.insert(stream.end(), kStartCode.begin(), kStartCode.end());
+  stream.insert(stream.end(), unit.begin(), unit.end());
 }
 
 }  // namespace movra::media

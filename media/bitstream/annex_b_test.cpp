@@ -1,4 +1,4 @@
-#include "media/output/annex_b.h"
+#include "media/bitstream/annex_b.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,20 +30,10 @@ TEST(AnnexB, BytesBeforeTheFirstStartCodeAndEmptyUnitsAreNoUnits) {
   EXPECT_THAT(Units({1, 2, 3, 4}), IsEmpty());
 }
 
-TEST(AnnexB, TheTypeIsInTheLowFiveBits) {
-  const Bytes unit{0x67};
-  EXPECT_EQ(NalUnitType(unit), kNalSequenceParameterSet);
-  EXPECT_EQ(NalUnitType({}), 0);
-}
-
-TEST(AnnexB, ParameterSetsAreTakenOutOfAKeyFrame) {
-  EXPECT_EQ(ParameterSets(Bytes{0, 0, 1, 0x67, 1, 0, 0, 1, 0x68, 2, 0, 0, 1, 6, 9, 0, 0, 1, 0x65}),
-            (Bytes{0, 0, 0, 1, 0x67, 1, 0, 0, 0, 1, 0x68, 2}));
-}
-
-TEST(AnnexB, OneKindOfParameterSetAloneIsNoSet) {
-  EXPECT_THAT(ParameterSets(Bytes{0, 0, 1, 0x67, 1, 0, 0, 1, 0x65, 2}), IsEmpty());
-  EXPECT_THAT(ParameterSets(Bytes{0, 0, 1, 0x68, 1, 0, 0, 1, 0x65, 2}), IsEmpty());
+TEST(AnnexB, AnAddedUnitStandsBehindAStartCodeOfFourBytes) {
+  Bytes stream{0, 0, 1, 0x67};
+  AppendNalUnit(Bytes{0x68, 3}, stream);
+  EXPECT_EQ(stream, (Bytes{0, 0, 1, 0x67, 0, 0, 0, 1, 0x68, 3}));
 }
 
 TEST(AnnexB, WhateverTheBytesUnitsPutTogetherAgainGiveTheSameUnits) {
