@@ -56,6 +56,9 @@ TEST(RecordDefaults, AnEncodedFrameOfNothing) {
   EXPECT_EQ(frame.encode_time, nanoseconds(0));
   EXPECT_EQ(frame.sequence, 0U);
   EXPECT_EQ(frame.damaged_frames, 0U);
+  EXPECT_EQ(frame.number, 0U);
+  EXPECT_EQ(frame.temporal_layer, 0);
+  EXPECT_TRUE(frame.referenced);
 }
 
 TEST(RecordDefaults, RegionsAndAcknowledgementsOfZero) {

@@ -27,6 +27,9 @@ struct EncodedFrame {
   std::uint64_t sequence = 0;                // Of the source frame.
   std::uint64_t damaged_frames = 0;          // In the source, up to this frame.
   std::chrono::nanoseconds encode_time{0};   // That the encoder took for this picture.
+  std::uint64_t number = 0;  // Of the pictures of its stream, in the order of encoding, from 0.
+  std::int32_t temporal_layer = 0;  // A decoder of a layer needs none above it; 0 is the base.
+  bool referenced = true;           // False: no other picture is made of it, so it may be left out.
 };
 
 // Where encoded frames go; implemented by the application, which keeps it alive. Both operations

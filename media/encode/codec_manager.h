@@ -1,15 +1,17 @@
 #ifndef MOVRA_MEDIA_ENCODE_CODEC_MANAGER_H_
 #define MOVRA_MEDIA_ENCODE_CODEC_MANAGER_H_
 
+#include <functional>
+
+#include "media/encode/encoder_registry.h"
 #include "video/video_codec_manager.h"
 
 namespace movra::media {
 
-// Answers what the encoders of this build can do: H.264 on the processor, with regions of interest,
-// or nothing in a build without an encoder library. Stateless; any thread.
+// Answers what the encoders of a registry can do that can be used on this machine. Any thread.
 class CodecManager final : public video::IVideoCodecManager {
  public:
-  explicit CodecManager(bool has_h264) : has_h264_(has_h264) {}
+  explicit CodecManager(EncoderRegistry registry);
 
   // IVideoCodecManager
   [[nodiscard]] int IsHardwareEncoderSupported(int codec) override;
@@ -18,7 +20,9 @@ class CodecManager final : public video::IVideoCodecManager {
   [[nodiscard]] int IsReferenceSelectionSupported() override;
 
  private:
-  const bool has_h264_;
+  [[nodiscard]] int IsAny(const std::function<bool(const EncoderEntry&)>& wanted) const;
+
+  const EncoderRegistry registry_;
 };
 
 }  // namespace movra::media

@@ -8,7 +8,7 @@ namespace movra::video {
 std::shared_ptr<IVideoEncoderController> IVideoEncoderController::CreateVideoEncoderController(
     const VideoContext& context, VideoStreamType type, std::weak_ptr<Client> client) {
   return std::make_shared<media::EncoderController>(context, type, std::move(client),
-                                                    &media::OpenH264Encoder);
+                                                    media::EncoderRegistry::OfThisBuild());
 }
 
 }  // namespace movra::video

@@ -20,11 +20,11 @@ constexpr std::uint64_t kLongestWaitMs = 24ULL * 60 * 60 * 1000;
 
 EncoderController::EncoderController(const video::VideoContext& context,
                                      video::VideoStreamType type, std::weak_ptr<Client> client,
-                                     FrameEncoderFactory factory)
+                                     EncoderRegistry registry)
     : VideoLoggable(context),
       type_(type),
       client_(std::move(client)),
-      factory_(std::move(factory)),
+      registry_(std::move(registry)),
       counters_(std::make_shared<EncoderCounters>(
           FrameAccount::Stream(FrameAccount::Of(context.trace()), type))) {}
 
@@ -34,7 +34,7 @@ void EncoderController::Start() {
   if (run_ != nullptr) return;
   events_ = std::make_shared<EncoderEvents>(type_, client_);
   const auto run = std::make_shared<EncoderRun>(
-      controls_, std::make_unique<StreamEncoder>(context(), type_, factory_, events_, counters_),
+      controls_, std::make_unique<StreamEncoder>(context(), type_, registry_, events_, counters_),
       counters_, events_, unfinished_run_);
   if (!StartThread(run)) return;
   run_ = run;

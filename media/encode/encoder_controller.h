@@ -8,8 +8,8 @@
 
 #include "media/encode/encoder_counters.h"
 #include "media/encode/encoder_events.h"
+#include "media/encode/encoder_registry.h"
 #include "media/encode/encoder_run.h"
-#include "media/encode/frame_encoder.h"
 #include "video/video_encoder_controller.h"
 #include "video/video_loggable.h"
 
@@ -22,7 +22,7 @@ class EncoderController final : public video::IVideoEncoderController,
                                 private video::VideoLoggable {
  public:
   EncoderController(const video::VideoContext& context, video::VideoStreamType type,
-                    std::weak_ptr<Client> client, FrameEncoderFactory factory);
+                    std::weak_ptr<Client> client, EncoderRegistry registry);
   ~EncoderController() override;
 
   // IVideoEncoderController
@@ -52,7 +52,7 @@ class EncoderController final : public video::IVideoEncoderController,
 
   const video::VideoStreamType type_;
   const std::weak_ptr<Client> client_;
-  const FrameEncoderFactory factory_;
+  const EncoderRegistry registry_;
   const std::shared_ptr<EncoderCounters> counters_;
 
   EncoderControls controls_;

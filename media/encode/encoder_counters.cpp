@@ -31,10 +31,14 @@ void EncoderCounters::CountDroppedForRate() {
   ++record_.frames_dropped_rate;
 }
 
-void EncoderCounters::CountFailed() {
-  frames_->Count(FrameFate::kFailed);
+void EncoderCounters::CountFailed(std::uint32_t frames) {
+  frames_->Count(FrameFate::kFailed, frames);
   const std::lock_guard lock(mutex_);
-  ++record_.frames_failed;
+  record_.frames_failed += frames;
+}
+
+void EncoderCounters::CountStopped(std::uint32_t frames) {
+  frames_->Count(FrameFate::kStopped, frames);
 }
 
 void EncoderCounters::CountEncoded(const Encoded& encoded) {

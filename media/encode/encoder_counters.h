@@ -33,7 +33,9 @@ class EncoderCounters {
 
   void CountIn();
   void CountDroppedForRate();
-  void CountFailed();
+  void CountFailed(std::uint32_t frames = 1);
+  // Frames that an encoder had inside when it was closed and nobody wanted them any more.
+  void CountStopped(std::uint32_t frames);
   void CountEncoded(const Encoded& encoded);
   // The fate of a frame that was encoded: whether and why not it reached its writer.
   void CountHandedOver(FrameFate fate);

@@ -41,6 +41,8 @@ void EncoderRun::Run() {
     // The frame goes back to its pool before the wait for the next one.
     item = std::monostate();
   }
+  // A stop that waits for what is in the input track waits for what the encoder still has, too.
+  if (MayWrite()) encoder_->Flush(receiver_);
   // Closed here, because whoever releases the run may be the main queue.
   encoder_.reset();
   const std::lock_guard lock(mutex_);
@@ -117,19 +119,25 @@ void EncoderRun::HandleFrame(const video::PixelFrame& frame) {
   counters_->CountIn();
   TakeControls();
   if (!encoder_->Keeps(frame)) return;
+  // Kept until the frame is through.
   const auto writer = writer_.lock();
   if (writer == nullptr) {
     counters_->CountFailed();
     return;
   }
-  const video::EncodedFrame* const encoded = encoder_->Encode(frame);
-  if (encoded == nullptr) return;
-  counters_->CountHandedOver(CallWriter(*writer, [&] { writer->Write(*encoded); }));
+  encoder_->Encode(frame, receiver_);
+}
+
+FrameFate EncoderRun::HandOver(const video::EncodedFrame& encoded) {
+  const auto writer = writer_.lock();
+  // It may have gone, or thrown, while the frame was inside the encoder.
+  if (writer == nullptr) return FrameFate::kFailed;
+  return CallWriter(*writer, [&] { writer->Write(encoded); });
 }
 
 void EncoderRun::HandleEnd(const video::StreamEnd& end) {
   TakeControls();
-  encoder_->EndStream();
+  encoder_->EndStream(receiver_);
   const auto writer = writer_.lock();
   if (writer != nullptr) CallWriter(*writer, [&] { writer->WriteEnd(end); });
 }
@@ -142,7 +150,11 @@ void EncoderRun::TakeControls() {
   lock.unlock();
   // A writer's first frame must be one that a decoder can begin with.
   const bool new_writer = changed && !IsSame(given_writer_, controls.writer);
-  if (new_writer) given_writer_ = writer_ = controls.writer;
+  if (new_writer) {
+    // What is inside belongs to the stream of the one before.
+    encoder_->Flush(receiver_);
+    given_writer_ = writer_ = controls.writer;
+  }
   if (changed) encoder_->SetParams(controls.params, controls.regions);
   if (key_frame || new_writer) encoder_->RequestKeyFrame();
 }

@@ -57,6 +57,8 @@ class EncoderRun {
   [[nodiscard]] bool WaitForItem(video::TrackItem& item);
   [[nodiscard]] std::shared_ptr<video::IPixelFrameTrackReader> Reader();
   void HandleFrame(const video::PixelFrame& frame);
+  // Writes what came out of the encoder, and answers what became of it.
+  [[nodiscard]] FrameFate HandOver(const video::EncodedFrame& encoded);
   void HandleEnd(const video::StreamEnd& end);
   void TakeControls();
   // Calls the writer, when no other thread is inside it, unless this run was abandoned by then. A
@@ -73,6 +75,9 @@ class EncoderRun {
   std::shared_ptr<EncoderRun> previous_;
   std::weak_ptr<video::IVideoFrameTrackWriter> given_writer_;  // By the controls.
   std::weak_ptr<video::IVideoFrameTrackWriter> writer_;        // The same until it throws.
+  const EncodedFrameReceiver receiver_ = [this](const video::EncodedFrame& encoded) {
+    return HandOver(encoded);
+  };
   bool more_ = false;  // The last read found something, so the next one may too.
 
   std::mutex mutex_;

@@ -11,10 +11,13 @@
 
 namespace movra::media {
 
+// Of a stream that was given none.
+inline constexpr video::VideoCodec kDefaultCodec = video::VideoCodec::kH264;
+
 // What an encoder is opened with: the stream's parameters with every absent or senseless one
 // replaced by its default. Rates are in kilobits per second of 1000 bits, as encoders count.
 struct EncoderSettings {
-  video::VideoCodec codec = video::VideoCodec::kH264;
+  video::VideoCodec codec = kDefaultCodec;
   std::string preset;
   int threads = 1;                // 0: the encoder's own choice.
   FrameRate nominal_rate{30, 1};  // That the rate control expects at first.

@@ -3,7 +3,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,25 +31,48 @@ using video::VideoStreamType;
 constexpr Size kSize{64, 36};
 constexpr std::uint64_t kFrames = 300;
 
-// Fails now and then, and takes its time.
+// Keeps a few frames inside, fails now and then, and takes its time.
 class FlakyEncoder final : public IFrameEncoder {
  public:
   [[nodiscard]] bool Reconfigure(const EncoderSettings& /*settings*/) override { return true; }
-  [[nodiscard]] bool HasSettings() const override { return true; }
-  [[nodiscard]] std::optional<EncodedPicture> Encode(const video::PixelFrame& /*frame*/,
-                                                     std::int64_t /*ticks*/, bool key_frame,
-                                                     EncoderFailure& failure) override {
+  [[nodiscard]] bool CanGoOn() const override { return true; }
+  [[nodiscard]] bool Submit(const video::PixelFrame& /*frame*/, std::int64_t ticks,
+                            bool /*key_frame*/, EncoderFailure& failure) override {
     std::this_thread::yield();
-    if (++pictures_ % 7 != 0) return EncodedPicture{kBytes, sizeof kBytes, key_frame};
+    inside_.push_back(ticks);
+    if (++pictures_ % 7 != 0) return true;
     failure.error = video::VideoEncoderError::kEncodeFailed;
-    return std::nullopt;
+    return false;
+  }
+  [[nodiscard]] std::optional<EncodedPicture> Take(EncoderFailure& /*failure*/) override {
+    if (inside_.size() <= stay_inside_) return std::nullopt;
+    const std::int64_t ticks = inside_.front();
+    inside_.pop_front();
+    return EncodedPicture{kBytes, sizeof kBytes, false, ticks};
+  }
+  [[nodiscard]] bool Flush(EncoderFailure& failure) override {
+    stay_inside_ = 0;
+    if (pictures_ % 2 == 0) return true;
+    failure.error = video::VideoEncoderError::kEncodeFailed;
+    return false;
   }
   [[nodiscard]] std::string Describe() const override { return "flaky"; }
 
  private:
   static constexpr std::uint8_t kBytes[] = {0, 0, 0, 1, 0x65};
+  std::deque<std::int64_t> inside_;
+  std::size_t stay_inside_ = 2;
   int pictures_ = 0;
 };
+
+EncoderRegistry FlakyEncoders() {
+  EncoderEntry entry;
+  entry.open = [](const EncoderSettings&, const StreamFormat&, EncoderFailure&) {
+    return std::make_unique<FlakyEncoder>();
+  };
+  entry.input_formats = {{video::BufferType::kMemory, video::PixelFormat::kI420}};
+  return EncoderRegistry({{entry}, {}});
+}
 
 class CountingWriter final : public video::IVideoFrameTrackWriter {
  public:
@@ -124,9 +149,7 @@ class Chain {
     stream.track = video::IPixelFrameTrack::Create("encoder", 1);
     stream.encoder = std::make_shared<EncoderController>(
         context_, stream.type, std::weak_ptr<video::IVideoEncoderController::Client>(),
-        [](const EncoderSettings&, const StreamFormat&, EncoderFailure&) {
-          return std::make_unique<FlakyEncoder>();
-        });
+        FlakyEncoders());
     video::EncodeParams params;
     params.frame_rate = 200;
     stream.encoder->SetEncodeParams(params);

@@ -1,15 +1,11 @@
-#include "media/encode/frame_encoder.h"
+#include "media/encode/encoder_registry.h"
 
 namespace movra::media {
 
-std::unique_ptr<IFrameEncoder> OpenH264Encoder(const EncoderSettings& /*settings*/,
-                                               const StreamFormat& /*format*/,
-                                               EncoderFailure& failure) {
-  failure = {video::VideoEncoderError::kUnavailable,
-             "this build has no H.264 encoder: it was configured with MOVRA_WITH_GPL=OFF"};
-  return nullptr;
+void AddX264Encoder(EncoderTable& table) {
+  table.missing.push_back({video::VideoCodec::kH264,
+                           "this build has no H.264 encoder: it was made without libx264 and "
+                           "FFmpeg's libraries. Build again with -DMOVRA_WITH_GPL=ON"});
 }
-
-bool HasH264Encoder() { return false; }
 
 }  // namespace movra::media

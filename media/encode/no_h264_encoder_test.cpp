@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "media/encode/encode_for_test.h"
+#include "media/encode/encoder_registry.h"
 #include "video/pixel_frame_track.h"
 #include "video/video_encoder_controller.h"
 
@@ -14,6 +15,13 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
+
+TEST(NoH264Encoder, TheRegistryHasNoneAndSaysWhy) {
+  const EncoderRegistry& registry = EncoderRegistry::OfThisBuild();
+  EXPECT_EQ(registry.Find(video::VideoCodec::kH264), nullptr);
+  EXPECT_THAT(registry.encoders(), SizeIs(0));
+  EXPECT_THAT(registry.WhyNone(video::VideoCodec::kH264), HasSubstr("no H.264 encoder"));
+}
 
 TEST(NoH264Encoder, TheControllerSaysSoOnceAndItsTrackIsStillDrained) {
   ScopedMainLoop main_loop;

@@ -1,13 +1,12 @@
+#include "media/encode/encoder_registry.h"
 #include "video/video_encoder_controller.h"
 
 namespace movra::video {
 
 PixelFrameFormat IVideoEncoderController::QueryInputPixelFormat(VideoStreamType /*type*/,
-                                                                const EncodeParams& /*params*/) {
-  PixelFrameFormat format;
-  format.pixel_format = PixelFormat::kI420;
-  format.buffer_type = BufferType::kMemory;
-  return format;
+                                                                const EncodeParams& params) {
+  return media::EncoderRegistry::OfThisBuild().InputFormat(
+      params.codec.value_or(media::kDefaultCodec));
 }
 
 }  // namespace movra::video

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "media/encode/encode_for_test.h"
-#include "media/encode/frame_encoder.h"
+#include "media/encode/encoder_registry.h"
 #include "media/ffmpeg/ffmpeg_api.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
 
@@ -26,10 +26,11 @@ Bytes KeyFrame(const video::Size& size, const video::ColorDescription& color,
   video::EncodeParams params;
   params.preset = preset;
   EncoderFailure failure;
-  const auto encoder =
-      OpenH264Encoder(ResolveEncoderSettings(params, {}, size), {size, color}, failure);
+  const auto encoder = EncoderRegistry::OfThisBuild().Open(ResolveEncoderSettings(params, {}, size),
+                                                           {size, color}, failure);
   EXPECT_NE(encoder, nullptr) << failure.text;
-  const auto picture = encoder->Encode(PaintFrame(size, 0), 0, true, failure);
+  EXPECT_TRUE(encoder->Submit(PaintFrame(size, 0), 0, true, failure)) << failure.text;
+  const auto picture = encoder->Take(failure);
   EXPECT_TRUE(picture.has_value());
   return {picture->data, picture->data + picture->size_bytes};
 }

@@ -1,7 +1,7 @@
 #include "media/encode/stream_encoder.h"
 
 #include <algorithm>
-#include <array>
+#include <string>
 #include <utility>
 
 #include "logging/log_message.h"
@@ -13,7 +13,6 @@ namespace {
 
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
-using video::PixelFormat;
 using video::PixelFrameInfo;
 
 std::int64_t ToTicks(nanoseconds time) {
@@ -25,45 +24,33 @@ std::int64_t ToTicks(nanoseconds time) {
   return whole * 9 + (rest * 9 + kNanosecondsPerNineTicks / 2) / kNanosecondsPerNineTicks;
 }
 
-bool HasPlanes(const PixelFrameInfo& info, const std::array<std::int32_t, 3>& row_bytes) {
-  for (std::size_t i = 0; i < row_bytes.size(); ++i) {
-    if (row_bytes[i] == 0) continue;
-    if (info.planes[i].data == nullptr || info.planes[i].stride < row_bytes[i]) return false;
-  }
-  return info.size.width > 0 && info.size.height > 0;
-}
-
-bool IsReadable(const PixelFrameInfo& info) {
-  if (info.buffer_type != video::BufferType::kMemory) return false;
-  const std::int32_t width = info.size.width;
-  const std::int32_t half = width / 2 + width % 2;
-  if (info.format == PixelFormat::kI420) return HasPlanes(info, {width, half, half});
-  if (info.format == PixelFormat::kNV12) return HasPlanes(info, {width, 2 * half, 0});
-  return false;
-}
-
-video::EncoderProperty PropertyOf(const IFrameEncoder& encoder, const StreamFormat& format) {
+video::EncoderProperty PropertyOf(const IFrameEncoder& encoder, video::VideoCodec codec,
+                                  const StreamFormat& format) {
   const auto width = static_cast<std::int64_t>(format.size.width);
-  return {static_cast<std::int64_t>(video::VideoCodec::kH264),
+  return {static_cast<std::int64_t>(codec),
           (width << 32) | static_cast<std::int64_t>(format.size.height), encoder.Describe()};
 }
 
 }  // namespace
 
 StreamEncoder::StreamEncoder(video::VideoContext context, video::VideoStreamType type,
-                             FrameEncoderFactory factory, std::shared_ptr<EncoderEvents> events,
+                             EncoderRegistry registry, std::shared_ptr<EncoderEvents> events,
                              std::shared_ptr<EncoderCounters> counters)
     : context_(std::move(context)),
       type_(type),
-      factory_(std::move(factory)),
+      registry_(std::move(registry)),
       events_(std::move(events)),
       counters_(std::move(counters)) {}
+
+StreamEncoder::~StreamEncoder() { Abandon(); }
 
 void StreamEncoder::SetParams(const video::EncodeParams& params,
                               std::vector<video::RoiConfigInfo> regions) {
   params_ = params;
   regions_ = std::move(regions);
   dropper_.SetRate(FrameRateOf(params));
+  const video::VideoCodec codec = params.codec.value_or(kDefaultCodec);
+  if (entry_ == nullptr || entry_->codec != codec) entry_ = registry_.Find(codec);
 }
 
 bool StreamEncoder::Keeps(const video::PixelFrame& frame) {
@@ -72,64 +59,114 @@ bool StreamEncoder::Keeps(const video::PixelFrame& frame) {
   return kept;
 }
 
-const video::EncodedFrame* StreamEncoder::Encode(const video::PixelFrame& frame) {
+void StreamEncoder::Encode(const video::PixelFrame& frame, const EncodedFrameReceiver& receiver) {
   const PixelFrameInfo& info = frame.info();
-  if (!IsReadable(info)) {
+  if (Reads(info) && PrepareEncoder({info.size, info.color}, receiver)) {
+    Submit(frame, receiver);
+  } else {
     counters_->CountFailed();
-    if (!std::exchange(input_refused_, true)) {
-      events_->Failed(video::VideoEncoderError::kInputUnsupported,
-                      "the encoder reads I420 and NV12 in memory, not " +
-                          video::PixelFormatToString(info.format) + " in " +
-                          video::BufferTypeToString(info.buffer_type));
-    }
-    return nullptr;
   }
-  input_refused_ = false;
-  if (!PrepareEncoder({info.size, info.color})) {
-    counters_->CountFailed();
-    return nullptr;
+}
+
+bool StreamEncoder::Reads(const PixelFrameInfo& info) {
+  // Without an encoder there is something else to tell than what it does not read.
+  if (entry_ == nullptr) return true;
+  const bool reads = entry_->Reads(info);
+  if (!reads && !input_refused_) {
+    events_->Failed(video::VideoEncoderError::kInputUnsupported, entry_->WhyNotRead(info));
   }
+  input_refused_ = !reads;
+  return reads;
+}
+
+void StreamEncoder::Submit(const video::PixelFrame& frame, const EncodedFrameReceiver& receiver) {
+  const PixelFrameInfo& info = frame.info();
   const std::int64_t ticks = NextTicks(info.timestamp);
   const bool key_frame =
       std::exchange(key_frame_requested_, false) || IsKeyFrameDue(info.timestamp);
+  // Now, because the picture may come late, and the frames until then need none.
+  if (std::exchange(is_new_, false) || key_frame) NoteKeyFrame(ticks, info.timestamp);
+  inside_.push_back({ticks, info.timestamp, ExpectedDuration(), info.capture_time, info.sequence,
+                     info.damaged_frames});
   EncoderFailure failure;
   const auto begin = steady_clock::now();
-  const auto picture = encoder_->Encode(frame, ticks, key_frame, failure);
-  if (!picture.has_value()) {
+  const bool taken = encoder_->Submit(frame, ticks, key_frame, failure);
+  inside_.back().encode_time = steady_clock::now() - begin;
+  if (taken) {
+    TakePictures(receiver);
+  } else {
     Fail(failure);
-    counters_->CountFailed();
-    return nullptr;
   }
-  if (picture->key_frame) last_key_frame_ = info.timestamp;
-  encoded_ = {picture->data,
-              picture->size_bytes,
-              video::VideoCodec::kH264,
-              type_,
-              picture->key_frame,
-              info.size,
-              info.color,
-              info.timestamp,
-              ExpectedDuration(),
-              info.capture_time,
-              info.sequence,
-              info.damaged_frames,
-              steady_clock::now() - begin};
-  CountEncoded(info);
-  return &encoded_;
 }
 
-void StreamEncoder::EndStream() {
+void StreamEncoder::TakePictures(const EncodedFrameReceiver& receiver) {
+  while (encoder_ != nullptr) {
+    EncoderFailure failure;
+    const auto begin = steady_clock::now();
+    const auto picture = encoder_->Take(failure);
+    if (!picture.has_value()) {
+      if (failure.error != video::VideoEncoderError::kNone) Fail(failure);
+      return;
+    }
+    const auto found = std::find_if(inside_.begin(), inside_.end(), [&](const Inside& frame) {
+      return frame.ticks == picture->ticks;
+    });
+    if (found == inside_.end()) {
+      Fail({video::VideoEncoderError::kEncodeFailed,
+            "the encoder gave a picture of a frame that it does not have"});
+      return;
+    }
+    Inside frame = *found;
+    inside_.erase(found);
+    frame.encode_time += steady_clock::now() - begin;
+    if (HandOver(*picture, frame, receiver) == FrameFate::kStopped) Abandon();
+  }
+}
+
+FrameFate StreamEncoder::HandOver(const EncodedPicture& picture, const Inside& frame,
+                                  const EncodedFrameReceiver& receiver) {
+  if (picture.key_frame) NoteKeyFrame(frame.ticks, frame.timestamp);
+  const video::EncodedFrame encoded{
+      picture.data,      picture.size_bytes, settings_.codec,        type_,
+      picture.key_frame, format_.size,       format_.color,          frame.timestamp,
+      frame.duration,    frame.capture_time, frame.sequence,         frame.damaged_frames,
+      frame.encode_time, pictures_++,        picture.temporal_layer, picture.referenced};
+  CountEncoded(encoded);
+  const FrameFate fate = receiver(encoded);
+  counters_->CountHandedOver(fate);
+  return fate;
+}
+
+void StreamEncoder::Flush(const EncodedFrameReceiver& receiver) {
+  if (inside_.empty()) return;
+  EncoderFailure failure;
+  const auto begin = steady_clock::now();
+  if (!encoder_->Flush(failure)) return Fail(failure);
+  const auto share = (steady_clock::now() - begin) / static_cast<std::int64_t>(inside_.size());
+  for (Inside& frame : inside_) frame.encode_time += share;
+  TakePictures(receiver);
+  if (inside_.empty()) return;
+  Fail({video::VideoEncoderError::kEncodeFailed,
+        "the encoder gave no picture for " + std::to_string(inside_.size()) + " frames"});
+}
+
+void StreamEncoder::EndStream(const EncodedFrameReceiver& receiver) {
+  Flush(receiver);
   dropper_.Reset();
   frames_ = 0;
+  pictures_ = 0;
   key_frame_requested_ = true;
 }
 
-bool StreamEncoder::PrepareEncoder(const StreamFormat& format) {
+bool StreamEncoder::PrepareEncoder(const StreamFormat& format,
+                                   const EncodedFrameReceiver& receiver) {
   EncoderSettings settings = ResolveEncoderSettings(params_, regions_, format.size);
-  const bool open = encoder_ != nullptr && encoder_->HasSettings();
+  const bool open = encoder_ != nullptr && encoder_->CanGoOn();
   if (settings == settings_ && format == format_ && (open || failed_)) return open;
   const bool adopted = open && format == format_ && settings.codec == settings_.codec &&
                        encoder_->Reconfigure(settings);
+  // Of the size, colour and codec of before.
+  if (!adopted) Flush(receiver);
   settings_ = std::move(settings);
   format_ = format;
   counters_->SetTargetBitrate(static_cast<std::uint32_t>(settings_.bitrate_kbps) * 1000);
@@ -140,17 +177,13 @@ bool StreamEncoder::Open(const EncoderSettings& settings, const StreamFormat& fo
   // Closed first, so that two encoders never stand in memory at once.
   encoder_.reset();
   EncoderFailure failure;
-  if (settings.codec == video::VideoCodec::kH264) {
-    encoder_ = factory_(settings, format, failure);
-  } else {
-    failure = {video::VideoEncoderError::kUnavailable,
-               "there is no encoder for " + video::VideoCodecToString(settings.codec)};
-  }
+  encoder_ = registry_.Open(settings, format, failure);
   failed_ = encoder_ == nullptr;
   if (failed_) {
     Fail(failure);
     return false;
   }
+  is_new_ = true;
   PublishProperty(format);
   return true;
 }
@@ -166,27 +199,37 @@ void StreamEncoder::Fail(const EncoderFailure& failure) {
         << video::VideoStreamTypeToString(type_) << " encoder failed: " << failure.text;
   }
   events_->Failed(failure.error, failure.text);
+  if (inside_.empty()) return;
+  counters_->CountFailed(static_cast<std::uint32_t>(inside_.size()));
+  inside_.clear();
+}
+
+void StreamEncoder::Abandon() {
+  encoder_.reset();
+  if (inside_.empty()) return;
+  counters_->CountStopped(static_cast<std::uint32_t>(inside_.size()));
+  inside_.clear();
 }
 
 void StreamEncoder::PublishProperty(const StreamFormat& format) {
-  const video::EncoderProperty property = PropertyOf(*encoder_, format);
+  const video::EncoderProperty property = PropertyOf(*encoder_, settings_.codec, format);
   counters_->SetProperty(property);
   if (property == property_) return;
   events_->PropertyChanged(property_, property);
   property_ = property;
 }
 
-void StreamEncoder::CountEncoded(const PixelFrameInfo& info) {
-  EncoderCounters::Encoded encoded;
-  encoded.bytes = encoded_.size_bytes;
-  encoded.key_frame = encoded_.key_frame;
-  encoded.size = info.size;
-  encoded.encode_time = encoded_.encode_time;
-  if (info.capture_time.count() > 0) {
-    encoded.latency =
-        std::max(nanoseconds(0), steady_clock::now().time_since_epoch() - info.capture_time);
+void StreamEncoder::CountEncoded(const video::EncodedFrame& encoded) {
+  EncoderCounters::Encoded counted;
+  counted.bytes = encoded.size_bytes;
+  counted.key_frame = encoded.key_frame;
+  counted.size = encoded.size;
+  counted.encode_time = encoded.encode_time;
+  if (encoded.capture_time.count() > 0) {
+    counted.latency =
+        std::max(nanoseconds(0), steady_clock::now().time_since_epoch() - encoded.capture_time);
   }
-  counters_->CountEncoded(encoded);
+  counters_->CountEncoded(counted);
 }
 
 std::int64_t StreamEncoder::NextTicks(nanoseconds timestamp) {
@@ -209,6 +252,13 @@ bool StreamEncoder::IsKeyFrameDue(nanoseconds timestamp) const {
   const nanoseconds tolerance = std::min(ExpectedDuration(), last_distance_) / 2;
   // On this side of the comparison, because behind a pause of centuries there is no room for more.
   return timestamp - last_key_frame_ >= KeyFrameInterval(params_) - tolerance;
+}
+
+void StreamEncoder::NoteKeyFrame(std::int64_t ticks, nanoseconds timestamp) {
+  // A late picture may be of before the last one that was asked for, or of another time line.
+  if (ticks < std::max(first_ticks_, last_key_ticks_)) return;
+  last_key_ticks_ = ticks;
+  last_key_frame_ = timestamp;
 }
 
 nanoseconds StreamEncoder::ExpectedDuration() const {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "media/encode/frame_encoder.h"
+#include "media/encode/encoder_registry.h"
 #include "media/encode/frame_rate_meter.h"
 #include "media/encode/region_offsets.h"
 #include "media/encode/sequence_timing.h"
@@ -126,10 +126,12 @@ class X264Encoder final : public IFrameEncoder {
 
   // IFrameEncoder
   [[nodiscard]] bool Reconfigure(const EncoderSettings& settings) override;
-  [[nodiscard]] bool HasSettings() const override { return has_settings_; }
-  [[nodiscard]] std::optional<EncodedPicture> Encode(const video::PixelFrame& frame,
-                                                     std::int64_t ticks, bool key_frame,
-                                                     EncoderFailure& failure) override;
+  [[nodiscard]] bool CanGoOn() const override { return has_settings_; }
+  [[nodiscard]] bool Submit(const video::PixelFrame& frame, std::int64_t ticks, bool key_frame,
+                            EncoderFailure& failure) override;
+  [[nodiscard]] std::optional<EncodedPicture> Take(EncoderFailure& failure) override;
+  // Without latency nothing is ever inside.
+  [[nodiscard]] bool Flush(EncoderFailure& /*failure*/) override { return true; }
   [[nodiscard]] std::string Describe() const override;
 
  private:
@@ -139,6 +141,9 @@ class X264Encoder final : public IFrameEncoder {
   void CheckChange();
   bool TakeHeaders();
   void AddHeader(std::span<const std::uint8_t> unit);
+  // Of the units that the library gave for one picture.
+  [[nodiscard]] EncodedPicture PictureOf(std::span<const x264_nal_t> units,
+                                         const x264_picture_t& coded);
 
   x264_t* encoder_ = nullptr;
   X264Messages messages_;
@@ -156,6 +161,7 @@ class X264Encoder final : public IFrameEncoder {
   // the start and take all of it out of what the first seconds may spend on pictures.
   std::vector<std::uint8_t> headers_;
   std::vector<std::uint8_t> key_frame_;  // The last one, with them.
+  std::optional<EncodedPicture> ready_;
 };
 
 bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& format,
@@ -260,9 +266,8 @@ void X264Encoder::CheckChange() {
   has_settings_ = HaveRates(rates_, params);
 }
 
-std::optional<EncodedPicture> X264Encoder::Encode(const video::PixelFrame& frame,
-                                                  std::int64_t ticks, bool key_frame,
-                                                  EncoderFailure& failure) {
+bool X264Encoder::Submit(const video::PixelFrame& frame, std::int64_t ticks, bool key_frame,
+                         EncoderFailure& failure) {
   if (meter_.Add(ticks)) ApplyRates();
   const video::PixelFrameInfo& info = frame.info();
   x264_picture_t picture;
@@ -285,15 +290,35 @@ std::optional<EncodedPicture> X264Encoder::Encode(const video::PixelFrame& frame
   if (bytes <= 0 || unit_count <= 0) {
     failure = {VideoEncoderError::kEncodeFailed,
                messages_.Explain("libx264 gave no picture for a frame")};
-    return std::nullopt;
+    return false;
   }
   CheckChange();
-  const std::uint8_t* const payload = units[0].p_payload;
-  const auto size = static_cast<std::size_t>(bytes);
-  if (coded.b_keyframe == 0) return EncodedPicture{payload, size, false};
+  ready_ = PictureOf({units, static_cast<std::size_t>(unit_count)}, coded);
+  return true;
+}
+
+EncodedPicture X264Encoder::PictureOf(std::span<const x264_nal_t> units,
+                                      const x264_picture_t& coded) {
+  EncodedPicture picture;
+  picture.ticks = coded.i_pts;
+  picture.key_frame = coded.b_keyframe != 0;
+  picture.referenced = false;
+  // The units of a picture stand one behind the other.
+  picture.data = units[0].p_payload;
+  for (const x264_nal_t& unit : units) {
+    picture.size_bytes += static_cast<std::size_t>(unit.i_payload);
+    picture.referenced |= unit.i_ref_idc != NAL_PRIORITY_DISPOSABLE;
+  }
+  if (!picture.key_frame) return picture;
   key_frame_ = headers_;
-  key_frame_.insert(key_frame_.end(), payload, payload + size);
-  return EncodedPicture{key_frame_.data(), key_frame_.size(), true};
+  key_frame_.insert(key_frame_.end(), picture.data, picture.data + picture.size_bytes);
+  picture.data = key_frame_.data();
+  picture.size_bytes = key_frame_.size();
+  return picture;
+}
+
+std::optional<EncodedPicture> X264Encoder::Take(EncoderFailure& /*failure*/) {
+  return std::exchange(ready_, std::nullopt);
 }
 
 std::string X264Encoder::Describe() const {
@@ -301,9 +326,7 @@ std::string X264Encoder::Describe() const {
          std::to_string(threads_) + (threads_ == 1 ? " thread" : " threads");
 }
 
-}  // namespace
-
-std::unique_ptr<IFrameEncoder> OpenH264Encoder(const EncoderSettings& settings,
+std::unique_ptr<IFrameEncoder> OpenX264Encoder(const EncoderSettings& settings,
                                                const StreamFormat& format,
                                                EncoderFailure& failure) {
   auto encoder = std::make_unique<X264Encoder>();
@@ -311,6 +334,17 @@ std::unique_ptr<IFrameEncoder> OpenH264Encoder(const EncoderSettings& settings,
   return encoder;
 }
 
-bool HasH264Encoder() { return true; }
+}  // namespace
+
+void AddX264Encoder(EncoderTable& table) {
+  EncoderEntry entry;
+  entry.codec = video::VideoCodec::kH264;
+  entry.library = "libx264";
+  entry.open = &OpenX264Encoder;
+  entry.input_formats = {{video::BufferType::kMemory, video::PixelFormat::kI420},
+                         {video::BufferType::kMemory, video::PixelFormat::kNV12}};
+  entry.abilities.regions = true;
+  table.encoders.push_back(std::move(entry));
+}
 
 }  // namespace movra::media

@@ -3,12 +3,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "media/bitstream/annex_b.h"
+#include "media/bitstream/h264.h"
 #include "media/encode/encode_for_test.h"
-#include "media/encode/frame_encoder.h"
+#include "media/encode/encoder_registry.h"
 #include "media/ffmpeg/decode_for_test.h"
 
 // The library behind the seam, opened by itself.
@@ -32,10 +35,16 @@ EncoderSettings Settings(int bitrate_kbps) {
   return ResolveEncoderSettings(params, {}, kSize);
 }
 
+// By the pictures' nal_ref_idc (ITU-T H.264, 7.4.1).
+bool IsReferenced(std::span<const std::uint8_t> bytes) {
+  const auto units = NalUnits(bytes);
+  return std::any_of(units.begin(), units.end(), [](auto unit) { return unit[0] >> 5 != 0; });
+}
+
 class X264EncoderTest : public ::testing::Test {
  protected:
   void Open(const EncoderSettings& settings, const StreamFormat& format = {kSize, {}}) {
-    encoder_ = OpenH264Encoder(settings, format, failure_);
+    encoder_ = EncoderRegistry::OfThisBuild().Open(settings, format, failure_);
     ASSERT_NE(encoder_, nullptr) << failure_.text;
   }
 
@@ -43,9 +52,14 @@ class X264EncoderTest : public ::testing::Test {
   void Encode(int index, bool key_frame = false, int rate = kRate, int noise = 20,
               PixelFormat format = PixelFormat::kI420) {
     frames_.push_back(PaintFrame(kSize, index, rate, noise, format));
-    const auto picture =
-        encoder_->Encode(frames_.back(), std::int64_t{index} * 90'000 / rate, key_frame, failure_);
+    const std::int64_t ticks = std::int64_t{index} * 90'000 / rate;
+    ASSERT_TRUE(encoder_->Submit(frames_.back(), ticks, key_frame, failure_)) << failure_.text;
+    const auto picture = encoder_->Take(failure_);
     ASSERT_TRUE(picture.has_value()) << failure_.text;
+    EXPECT_EQ(picture->ticks, ticks);
+    EXPECT_EQ(picture->temporal_layer, 0);
+    EXPECT_EQ(picture->referenced, IsReferenced({picture->data, picture->size_bytes}));
+    EXPECT_EQ(picture->key_frame, h264::IsKeyFrame({picture->data, picture->size_bytes}));
     packets_.emplace_back(picture->data, picture->data + picture->size_bytes);
     keys_.push_back(picture->key_frame);
   }
@@ -112,6 +126,25 @@ TEST_F(X264EncoderTest, AKeyFrameHoldsParameterSetsAndThePictureAlone) {
     if (is_start) unit_types.push_back(bytes[i + 3] % 32);
   }
   EXPECT_THAT(unit_types, ::testing::ElementsAre(7, 8, 5));
+}
+
+TEST_F(X264EncoderTest, BetweenTwoFramesNothingIsInside) {
+  Open(Settings(600));
+  for (int i = 0; i < 3; ++i) Encode(i);
+  EXPECT_FALSE(encoder_->Take(failure_).has_value());
+  EXPECT_TRUE(encoder_->Flush(failure_));
+  EXPECT_FALSE(encoder_->Take(failure_).has_value());
+  EXPECT_EQ(failure_.error, VideoEncoderError::kNone);
+  // And it goes on behind it.
+  EXPECT_TRUE(encoder_->CanGoOn());
+  Encode(3);
+  EXPECT_FALSE(keys_.back());
+}
+
+TEST_F(X264EncoderTest, ItsParameterSetsSayProfileAndLevel) {
+  Open(Settings(600));
+  Encode(0);
+  EXPECT_EQ(h264::CodecsString(packets_[0]), "avc1.64000D");
 }
 
 TEST_F(X264EncoderTest, NoKeyFrameComesUnasked) {
@@ -235,7 +268,7 @@ TEST_F(X264EncoderTest, RegionsCanComeLaterUnlessThePresetHasNoPlaceForThem) {
 TEST_F(X264EncoderTest, AnUnknownPresetIsRefusedWithTheOnesThatThereAre) {
   EncoderSettings settings = Settings(500);
   settings.preset = "warp";
-  EXPECT_EQ(OpenH264Encoder(settings, {kSize, {}}, failure_), nullptr);
+  EXPECT_EQ(EncoderRegistry::OfThisBuild().Open(settings, {kSize, {}}, failure_), nullptr);
   EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
   EXPECT_THAT(failure_.text, HasSubstr("'warp'"));
   EXPECT_THAT(failure_.text, HasSubstr("ultrafast, superfast"));
@@ -243,7 +276,7 @@ TEST_F(X264EncoderTest, AnUnknownPresetIsRefusedWithTheOnesThatThereAre) {
 
 TEST_F(X264EncoderTest, ASizeThatItCannotEncodeIsRefusedByName) {
   for (const Size& size : {Size{321, 180}, Size{320, 181}, Size{16'386, 180}, Size{0, 0}}) {
-    EXPECT_EQ(OpenH264Encoder(Settings(500), {size, {}}, failure_), nullptr);
+    EXPECT_EQ(EncoderRegistry::OfThisBuild().Open(Settings(500), {size, {}}, failure_), nullptr);
     EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
     EXPECT_THAT(failure_.text,
                 HasSubstr(std::to_string(size.width) + "x" + std::to_string(size.height)));

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "media/encode/encode_for_test.h"
+#include "media/encode/encoder_registry.h"
 
 namespace movra::media {
 
@@ -21,13 +22,15 @@ void SampleStream::Write(video::IVideoFrameTrackWriter& writer, std::chrono::nan
   if (encoder_ == nullptr || frames_.back().info().size != size) {
     video::EncodeParams params;
     params.preset = "ultrafast";
-    encoder_ = OpenH264Encoder(ResolveEncoderSettings(params, {}, size), {size, color_}, failure);
+    encoder_ = EncoderRegistry::OfThisBuild().Open(ResolveEncoderSettings(params, {}, size),
+                                                   {size, color_}, failure);
     ASSERT_NE(encoder_, nullptr) << failure.text;
   }
   const int index = static_cast<int>(frames_.size());
   frames_.push_back(PaintFrame(size, index));
-  const auto picture =
-      encoder_->Encode(frames_.back(), std::int64_t{index} * 3000, key_frame, failure);
+  ASSERT_TRUE(encoder_->Submit(frames_.back(), std::int64_t{index} * 3000, key_frame, failure))
+      << failure.text;
+  const auto picture = encoder_->Take(failure);
   ASSERT_TRUE(picture.has_value()) << failure.text;
   video::EncodedFrame frame;
   frame.data = picture->data;

@@ -1,0 +1,521 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "media/encode/encoder_controller_for_test.h"
+#include "media/track/frame_account.h"
+
+// Encoders whose pictures come some frames late, or several at once.
+
+namespace movra::media {
+namespace {
+
+using std::chrono::milliseconds;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using video::EncodeParams;
+using video::VideoStreamType;
+
+// Remembers how many pictures there were at the end mark.
+class EndRecorder : public PacketRecorder {
+ public:
+  void WriteEnd(const video::StreamEnd& end) override {
+    packets_at_end = packets().size();
+    PacketRecorder::WriteEnd(end);
+  }
+  std::size_t packets_at_end = 0;
+};
+
+class LatePicturesTest : public EncoderControllerFixture {
+ protected:
+  // Frame `index`, with a description that no other frame has.
+  video::PixelFrame Frame(int index, const video::Size& size = kSmallSize) const {
+    return Redescribed(PaintFrame(size, index), [index](video::PixelFrameInfo& info) {
+      info.capture_time = milliseconds(1000 + index);
+      info.damaged_frames = static_cast<std::uint64_t>(2 * index);
+    });
+  }
+
+  void WriteFrames(int begin, int end, const video::Size& size = kSmallSize) {
+    for (int i = begin; i < end; ++i) track_->GetWriter()->Write(Frame(i, size));
+  }
+
+  void StartAndDrain() {
+    controller_->Start();
+    controller_->Stop(kLongWaitMs);
+  }
+
+  void ChangeBitrate(int bits_per_second) {
+    EncodeParams params;
+    params.bitrate_bps = bits_per_second;
+    controller_->SetEncodeParams(params);
+  }
+
+  // Each picture, whenever it came, says of its frame what the frame said of itself.
+  void ExpectEachMatched() const {
+    std::uint64_t number = 0;
+    for (const auto& packet : recorder_->packets()) {
+      const video::EncodedFrame& frame = packet.frame;
+      const auto index = static_cast<int>(frame.sequence);
+      EXPECT_EQ(frame.timestamp, Frame(index).info().timestamp) << index;
+      EXPECT_EQ(frame.capture_time, milliseconds(1000 + index)) << index;
+      EXPECT_EQ(frame.damaged_frames, 2 * frame.sequence) << index;
+      EXPECT_EQ(packet.bytes.back(), index);
+      EXPECT_EQ(frame.temporal_layer, index % 2);
+      EXPECT_EQ(frame.referenced, index % 2 == 0);
+      EXPECT_EQ(frame.number, number++);
+    }
+  }
+
+  FrameCounts Counts() const { return account_->Totals(VideoStreamType::kSmall).stream; }
+
+  // Waits for the thread of an abandoned run to count what it had.
+  void WaitForFates(std::uint64_t frames) const {
+    while (Counts().sum() < frames) std::this_thread::yield();
+  }
+
+  // That all of them, and no other ones, have their fate.
+  void ExpectFates(std::uint64_t encoded, std::uint64_t failed, std::uint64_t stopped = 0) const {
+    const FrameCounts counts = Counts();
+    EXPECT_EQ(counts.of(FrameFate::kEncoded), encoded);
+    EXPECT_EQ(counts.of(FrameFate::kFailed), failed);
+    EXPECT_EQ(counts.of(FrameFate::kStopped), stopped);
+    EXPECT_EQ(counts.sum(), encoded + failed + stopped);
+  }
+
+  void Change(const std::function<void(Script&)>& change) {
+    const std::lock_guard lock(script_->mutex);
+    change(*script_);
+  }
+
+  std::vector<std::uint64_t> KeyFrames() const {
+    std::vector<std::uint64_t> sequences;
+    for (const auto& packet : recorder_->packets()) {
+      if (packet.frame.key_frame) sequences.push_back(packet.frame.sequence);
+    }
+    return sequences;
+  }
+
+  std::vector<std::size_t> AskedForKey() const {
+    std::vector<std::size_t> numbers;
+    for (std::size_t i = 0; i < script_->asked_for_key.size(); ++i) {
+      if (script_->asked_for_key[i]) numbers.push_back(i);
+    }
+    return numbers;
+  }
+
+  const std::shared_ptr<FrameAccount> account_ = FrameAccount::Of(trace_);
+};
+
+TEST_F(LatePicturesTest, APictureThatComesLateIsMatchedToItsFrame) {
+  script_->delay = 3;
+  controller_->Start();
+  WriteFrames(0, 6);
+  recorder_->WaitForPackets(3);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2));
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4, 5));
+  ExpectEachMatched();
+  ExpectFates(6, 0);
+  EXPECT_EQ(controller_->GetStats().record.frames_encoded, 6U);
+}
+
+TEST_F(LatePicturesTest, PicturesThatComeAtOnceAreMatchedEachToItsOwnFrame) {
+  script_->at_once = 3;
+  WriteFrames(0, 8);
+  StartAndDrain();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+  ExpectEachMatched();
+  ExpectFates(8, 0);
+}
+
+TEST_F(LatePicturesTest, TheOrderIsThatOfEncoding) {
+  script_->at_once = 3;
+  script_->last_first = true;
+  WriteFrames(0, 6);
+  StartAndDrain();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(2, 1, 0, 5, 4, 3));
+  ExpectEachMatched();
+}
+
+TEST_F(LatePicturesTest, TheExpectedDurationIsThatOfItsFrame) {
+  EncodeParams params;
+  params.frame_rate = 20;
+  controller_->SetEncodeParams(params);
+  script_->delay = 2;
+  for (const int tenths : {0, 1, 2, 3}) {
+    track_->GetWriter()->Write(PaintFrame(kSmallSize, tenths, 10));
+  }
+  StartAndDrain();
+  const auto packets = recorder_->packets();
+  ASSERT_THAT(packets, SizeIs(4));
+  EXPECT_EQ(packets[0].frame.duration, milliseconds(50));
+  EXPECT_EQ(packets[1].frame.duration, milliseconds(100));
+}
+
+TEST_F(LatePicturesTest, TheEncodeTimeIsThatOfItsFrame) {
+  script_->delay = 3;
+  script_->first_takes = milliseconds(50);
+  WriteFrames(0, 8);
+  StartAndDrain();
+  const auto packets = recorder_->packets();
+  ASSERT_THAT(packets, SizeIs(8));
+  EXPECT_GE(packets[0].frame.encode_time, milliseconds(50));
+  for (const auto& packet : packets) EXPECT_GT(packet.frame.encode_time.count(), 0);
+}
+
+TEST_F(LatePicturesTest, AllThatIsInsideComesOutBeforeTheEndMark) {
+  const auto recorder = std::make_shared<EndRecorder>();
+  controller_->SetOutputTrackWriter(recorder);
+  script_->delay = 3;
+  WriteFrames(0, 4);
+  track_->GetWriter()->WriteEnd(video::StreamEnd());
+  WriteFrames(4, 6);
+  StartAndDrain();
+  EXPECT_EQ(recorder->packets_at_end, 4U);
+  const auto packets = recorder->packets();
+  ASSERT_THAT(packets, SizeIs(6));
+  // The second stream begins anew, by the same encoder.
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 4));
+  EXPECT_TRUE(packets[4].frame.key_frame);
+  EXPECT_EQ(packets[3].frame.number, 3U);
+  EXPECT_EQ(packets[4].frame.number, 0U);
+  EXPECT_THAT(script_->opened, SizeIs(1));
+  ExpectFates(6, 0);
+}
+
+TEST_F(LatePicturesTest, AnEncoderThatCannotBeginAnewBehindAFlushIsFollowedByAnother) {
+  script_->delay = 3;
+  script_->ends_at_flush = true;
+  WriteFrames(0, 4);
+  track_->GetWriter()->WriteEnd(video::StreamEnd());
+  WriteFrames(4, 6);
+  StartAndDrain();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4, 5));
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 4));
+  EXPECT_THAT(script_->opened, SizeIs(2));
+  EXPECT_THAT(client_->errors, IsEmpty());
+}
+
+TEST_F(LatePicturesTest, AllThatIsInsideComesOutBeforeANewSize) {
+  script_->delay = 2;
+  WriteFrames(0, 3);
+  WriteFrames(3, 5, {32, 32});
+  StartAndDrain();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4));
+  ExpectEachMatched();
+  for (const auto& packet : recorder_->packets()) {
+    EXPECT_EQ(packet.frame.size, packet.frame.sequence < 3 ? kSmallSize : (video::Size{32, 32}));
+  }
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 3));
+  EXPECT_EQ(script_->flushes, 2);
+  ExpectFates(5, 0);
+}
+
+TEST_F(LatePicturesTest, AllThatIsInsideComesOutBeforeANewColour) {
+  const video::ColorDescription bt709{1, 1, 1, true};
+  script_->delay = 2;
+  WriteFrames(0, 3);
+  for (int i = 3; i < 5; ++i) {
+    track_->GetWriter()->Write(
+        Redescribed(Frame(i), [&](video::PixelFrameInfo& info) { info.color = bt709; }));
+  }
+  StartAndDrain();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4));
+  for (const auto& packet : recorder_->packets()) {
+    EXPECT_EQ(packet.frame.color, packet.frame.sequence < 3 ? video::ColorDescription() : bt709);
+  }
+}
+
+TEST_F(LatePicturesTest, AllThatIsInsideComesOutBeforeAnotherCodec) {
+  script_->delay = 2;
+  controller_->Start();
+  WriteFrames(0, 3);
+  recorder_->WaitForPackets(1);
+  EncodeParams params;
+  params.codec = kOtherCodec;
+  controller_->SetEncodeParams(params);
+  for (int i = 3; i < 5; ++i) {
+    track_->GetWriter()->Write(PaintFrame(kSmallSize, i, 30, 0, video::PixelFormat::kNV12));
+  }
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4));
+  for (const auto& packet : recorder_->packets()) {
+    EXPECT_EQ(packet.frame.codec,
+              packet.frame.sequence < 3 ? video::VideoCodec::kH264 : kOtherCodec);
+  }
+  ASSERT_THAT(script_->opened, SizeIs(2));
+  EXPECT_EQ(script_->opened[1].settings.codec, kOtherCodec);
+}
+
+TEST_F(LatePicturesTest, TheCodecDecidesWhichFramesAreRead) {
+  EncodeParams params;
+  params.codec = kOtherCodec;
+  controller_->SetEncodeParams(params);
+  WriteFrames(0, 1);
+  controller_->Start();
+  Flush();
+  EXPECT_THAT(recorder_->packets(), IsEmpty());
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].error, video::VideoEncoderError::kInputUnsupported);
+  EXPECT_THAT(client_->errors[0].text, HasSubstr("reads kNV12 in kMemory, not kI420"));
+  ExpectFates(0, 1);
+}
+
+TEST_F(LatePicturesTest, AllThatIsInsideGoesToTheWriterOfBefore) {
+  script_->delay = 2;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(2);
+  const auto other = std::make_shared<PacketRecorder>();
+  controller_->SetOutputTrackWriter(other);
+  WriteFrames(4, 7);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3));
+  ASSERT_THAT(other->packets(), SizeIs(3));
+  EXPECT_EQ(other->packets()[0].frame.sequence, 4U);
+  EXPECT_TRUE(other->packets()[0].frame.key_frame);
+  ExpectFates(7, 0);
+}
+
+TEST_F(LatePicturesTest, WhatIsInsideAnAbandonedEncoderIsCountedAsStopped) {
+  script_->delay = 3;
+  recorder_->HoldNextWrite();
+  WriteFrames(0, 4);
+  controller_->Start();
+  recorder_->WaitUntilHeld();
+  controller_->Stop(0);
+  recorder_->Release();
+  WaitForFates(4);
+  ExpectFates(1, 0, 3);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+  EXPECT_EQ(script_->flushes, 0);
+}
+
+TEST_F(LatePicturesTest, AFlushThatIsAbandonedWritesNothingMore) {
+  script_->delay = 3;
+  recorder_->HoldNextWrite();
+  WriteFrames(0, 3);
+  track_->GetWriter()->WriteEnd(video::StreamEnd());
+  controller_->Start();
+  recorder_->WaitUntilHeld();
+  controller_->Stop(0);
+  recorder_->Release();
+  WaitForFates(3);
+  ExpectFates(1, 0, 2);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+  EXPECT_THAT(recorder_->ends(), IsEmpty());
+}
+
+TEST_F(LatePicturesTest, ARequestedKeyFrameComesBehindWhatIsInside) {
+  script_->delay = 3;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(1);
+  controller_->RequestKeyFrame();
+  WriteFrames(4, 6);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 4));
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4, 5));
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 4));
+}
+
+TEST_F(LatePicturesTest, KeyFramesKeepTheirIntervalHoweverLateTheyCome) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  script_->delay = 20;
+  WriteFrames(0, 46);
+  StartAndDrain();
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 15, 30, 45));
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 15, 30, 45));
+}
+
+TEST_F(LatePicturesTest, AnEncoderOpenedAnewBeginsItsInterval) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  script_->delay = 20;
+  WriteFrames(0, 10);
+  WriteFrames(10, 30, {32, 32});
+  StartAndDrain();
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 25));
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 10, 25));
+}
+
+TEST_F(LatePicturesTest, AKeyFrameOfBeforeAJumpBackLeavesTheScheduleBehindIt) {
+  EncodeParams params;
+  params.key_frame_interval_ms = 500;
+  controller_->SetEncodeParams(params);
+  script_->delay = 6;
+  WriteFrames(100, 120);
+  WriteFrames(0, 20);
+  StartAndDrain();
+  EXPECT_THAT(AskedForKey(), ElementsAre(0, 15, 35));
+}
+
+TEST_F(LatePicturesTest, AFailureCountsWhatIsInside) {
+  script_->delay = 3;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(1);
+  Change([](Script& script) { script.encode_fails = true; });
+  WriteFrames(4, 6);
+  Flush();
+  ExpectFates(1, 5);
+  EXPECT_EQ(controller_->GetStats().record.frames_failed, 5U);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].text, "told to fail");
+}
+
+TEST_F(LatePicturesTest, AFailureToGiveCountsWhatIsInside) {
+  script_->take_fails = true;
+  controller_->Start();
+  WriteFrames(0, 2);
+  Flush();
+  ExpectFates(0, 2);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].text, "told not to give");
+  EXPECT_EQ(controller_->GetProperty(), video::EncoderProperty());
+}
+
+TEST_F(LatePicturesTest, AFailedFlushCountsWhatIsInside) {
+  script_->delay = 2;
+  script_->flush_fails = true;
+  controller_->Start();
+  WriteFrames(0, 3);
+  Flush();
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+  ExpectFates(1, 2);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].text, "told not to flush");
+}
+
+TEST_F(LatePicturesTest, AFrameOfWhichNoPictureComesHasFailed) {
+  script_->delay = 2;
+  script_->flush_gives_nothing = true;
+  controller_->Start();
+  WriteFrames(0, 3);
+  Flush();
+  ExpectFates(1, 2);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_THAT(client_->errors[0].text, HasSubstr("no picture for 2 frames"));
+}
+
+TEST_F(LatePicturesTest, APictureOfNoFrameIsAFailure) {
+  script_->gives_foreign_ticks = true;
+  controller_->Start();
+  WriteFrames(0, 1);
+  Flush();
+  EXPECT_THAT(recorder_->packets(), IsEmpty());
+  ExpectFates(0, 1);
+  ASSERT_THAT(client_->errors, SizeIs(1));
+  EXPECT_EQ(client_->errors[0].error, video::VideoEncoderError::kEncodeFailed);
+}
+
+TEST_F(LatePicturesTest, AfterAFailureWithPicturesInsideChangedParametersTryAgain) {
+  script_->delay = 2;
+  controller_->Start();
+  WriteFrames(0, 3);
+  recorder_->WaitForPackets(1);
+  Change([](Script& script) { script.encode_fails = true; });
+  WriteFrames(3, 4);
+  Flush();
+  Change([](Script& script) { script.encode_fails = false; });
+  ChangeBitrate(700'000);
+  WriteFrames(4, 6);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 4, 5));
+  ExpectFates(3, 3);
+}
+
+TEST_F(LatePicturesTest, AChangeThatIsTakenOverLeavesWhatIsInsideInside) {
+  script_->delay = 3;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(1);
+  ChangeBitrate(700'000);
+  WriteFrames(4, 5);
+  recorder_->WaitForPackets(2);
+  EXPECT_EQ(script_->flushes, 0);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4));
+  ExpectEachMatched();
+  EXPECT_THAT(script_->reconfigured, SizeIs(1));
+  EXPECT_THAT(script_->opened, SizeIs(1));
+}
+
+TEST_F(LatePicturesTest, BeforeARefusedChangeOpensAnotherAllThatIsInsideComesOut) {
+  script_->delay = 3;
+  script_->reconfigure_fails = true;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(1);
+  ChangeBitrate(700'000);
+  WriteFrames(4, 5);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4));
+  ExpectEachMatched();
+  EXPECT_THAT(KeyFrames(), ElementsAre(0, 4));
+  EXPECT_THAT(script_->opened, SizeIs(2));
+  ExpectFates(5, 0);
+}
+
+TEST_F(LatePicturesTest, BeforeAChangeWithoutEffectOpensAnotherAllThatIsInsideComesOut) {
+  script_->delay = 3;
+  script_->reconfigure_does_nothing = true;
+  controller_->Start();
+  WriteFrames(0, 4);
+  recorder_->WaitForPackets(1);
+  ChangeBitrate(700'000);
+  WriteFrames(4, 6);
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 1, 2, 3, 4, 5));
+  ExpectEachMatched();
+  EXPECT_THAT(script_->opened, SizeIs(::testing::Ge(2U)));
+  ExpectFates(6, 0);
+}
+
+class ThrowingWriter : public video::IVideoFrameTrackWriter {
+ public:
+  void Write(const video::EncodedFrame& /*frame*/) override {
+    ++writes;
+    throw std::runtime_error("no");
+  }
+
+  int writes = 0;
+};
+
+TEST_F(LatePicturesTest, AWriterThatThrowsGetsNoneOfThoseThatComeWithIt) {
+  const auto thrower = std::make_shared<ThrowingWriter>();
+  controller_->SetOutputTrackWriter(thrower);
+  script_->at_once = 3;
+  WriteFrames(0, 3);
+  StartAndDrain();
+  EXPECT_EQ(thrower->writes, 1);
+  ExpectFates(0, 3);
+}
+
+TEST_F(LatePicturesTest, WhatIsInsideWhenTheWriterGoesHasNowhereToGo) {
+  script_->delay = 2;
+  controller_->Start();
+  WriteFrames(0, 3);
+  recorder_->WaitForPackets(1);
+  recorder_.reset();
+  controller_->Stop(kLongWaitMs);
+  ExpectFates(1, 2);
+}
+
+}  // namespace
+}  // namespace movra::media
