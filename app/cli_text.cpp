@@ -2,8 +2,10 @@
 
 #include "app/exit_codes.h"
 #include "app/version.h"
+#include "media/bitstream/codec_bitstream.h"
+#include "media/encode/encoder_registry.h"
 #include "media/sources/source_kinds.h"
-#include "video/producer/video_producer2.h"
+#include "video/to_string.h"
 
 namespace movra::app {
 
@@ -51,9 +53,16 @@ std::string RunFooter() {
 }
 
 std::string VersionText() {
-  const video::EncodeAbility ability = video::IVideoProducer2::GetEncodeAbility();
-  const std::string encoder = ability.software_encoder != 0 ? "H.264 by libx264" : "none";
-  return "movra-producer " + std::string(kVersion) + "\nencoder: " + encoder + "\n";
+  std::string encoders;
+  for (const media::EncoderEntry& entry : media::EncoderRegistry::OfThisBuild().encoders()) {
+    if (!entry.IsUsable()) continue;
+    const media::CodecBitstream* const bitstream = media::FindCodecBitstream(entry.codec);
+    if (!encoders.empty()) encoders += ", ";
+    encoders += bitstream != nullptr ? bitstream->name : video::VideoCodecToString(entry.codec);
+    encoders += " by " + entry.library;
+  }
+  if (encoders.empty()) encoders = "none";
+  return "movra-producer " + std::string(kVersion) + "\nencoder: " + encoders + "\n";
 }
 
 }  // namespace movra::app

@@ -27,9 +27,9 @@
 #include "base/once_callback.h"
 #include "core/service_center.h"
 #include "logging/log_filter.h"
+#include "media/encode/encoder_registry.h"
 #include "media/output/contact_sheet.h"
 #include "video/camera_service.h"
-#include "video/producer/video_producer2.h"
 
 namespace movra::app {
 namespace {
@@ -43,10 +43,9 @@ bool IsPipe(const std::string& path) {
 
 // Why nothing can come of the run, whatever the source is.
 std::optional<Failure> FindRefusal(const RunOptions& options) {
-  if (video::IVideoProducer2::GetEncodeAbility().software_encoder == 0) {
-    return Failure{ExitCode::kNotBuilt,
-                   "this build has no H.264 encoder: it was made without libx264 and FFmpeg's "
-                   "libraries. Build again with -DMOVRA_WITH_GPL=ON"};
+  const media::EncoderRegistry& encoders = media::EncoderRegistry::OfThisBuild();
+  if (encoders.Find(media::kDefaultCodec) == nullptr) {
+    return Failure{ExitCode::kNotBuilt, encoders.WhyNone(media::kDefaultCodec)};
   }
   const auto file = options.source_file();
   if (!file) return std::nullopt;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -46,6 +47,15 @@ class EncoderControllerFixture : public ::testing::Test {
     std::vector<std::uint64_t> sequences;
     for (const auto& packet : recorder_->packets()) sequences.push_back(packet.frame.sequence);
     return sequences;
+  }
+
+  // The numbers of the frames that were to become key frames.
+  std::vector<std::size_t> AskedForKey() const {
+    std::vector<std::size_t> numbers;
+    for (std::size_t i = 0; i < script_->asked_for_key.size(); ++i) {
+      if (script_->asked_for_key[i]) numbers.push_back(i);
+    }
+    return numbers;
   }
 
   // A thread that an earlier test left behind may still count what it had.

@@ -107,14 +107,6 @@ class LatePicturesTest : public EncoderControllerFixture {
     return sequences;
   }
 
-  std::vector<std::size_t> AskedForKey() const {
-    std::vector<std::size_t> numbers;
-    for (std::size_t i = 0; i < script_->asked_for_key.size(); ++i) {
-      if (script_->asked_for_key[i]) numbers.push_back(i);
-    }
-    return numbers;
-  }
-
   const std::shared_ptr<FrameAccount> account_ = FrameAccount::Of(trace_);
 };
 

@@ -26,17 +26,7 @@ using video::StreamEnd;
 using video::VideoEncoderError;
 using video::VideoStreamType;
 
-class StreamEncoderTest : public EncoderControllerFixture {
- protected:
-  // The numbers of the frames that were to become key frames.
-  std::vector<std::size_t> AskedForKey() const {
-    std::vector<std::size_t> numbers;
-    for (std::size_t i = 0; i < script_->asked_for_key.size(); ++i) {
-      if (script_->asked_for_key[i]) numbers.push_back(i);
-    }
-    return numbers;
-  }
-};
+class StreamEncoderTest : public EncoderControllerFixture {};
 
 TEST_F(StreamEncoderTest, ANewStreamBehindAnEndMarkBeginsWithAKeyFrame) {
   Write(0);

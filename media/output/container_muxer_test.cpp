@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "media/output/annex_b.h"
+#include "media/bitstream/h264.h"
 #include "media/output/encoded_file_writer.h"
 #include "media/output/memory_sink_for_test.h"
 #include "media/output/output_for_test.h"
@@ -42,7 +42,9 @@ class Packets final : public video::IVideoFrameTrackWriter {
   }
 
   [[nodiscard]] const MuxPacket& operator[](std::size_t i) const { return packets_[i]; }
-  [[nodiscard]] MuxTrack Track() const { return {{160, 96}, {}, ParameterSets(data_.front())}; }
+  [[nodiscard]] MuxTrack Track() const {
+    return {{160, 96}, {}, ParameterSets(data_.front()), video::VideoCodec::kH264};
+  }
 
  private:
   std::vector<std::vector<std::uint8_t>> data_;
@@ -137,7 +139,8 @@ TEST(ContainerMuxer, ASinkGetsTheBytesOfAFile) {
       void Write(const video::EncodedFrame& frame) override {
         const std::span data(frame.data, frame.size_bytes);
         if (frame.timestamp.count() == 0) {
-          const MuxTrack track{frame.size, frame.color, ParameterSets(data)};
+          const MuxTrack track{frame.size, frame.color, ParameterSets(data),
+                               video::VideoCodec::kH264};
           EXPECT_EQ(muxer_.Start({&track, 1}), "");
         }
         last_duration_ = frame.duration;
