@@ -82,7 +82,10 @@ class LatePicturesTest : public EncoderControllerFixture {
 
   // Waits for the thread of an abandoned run to count what it had.
   void WaitForFates(std::uint64_t frames) const {
-    while (Counts().sum() < frames) std::this_thread::yield();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (Counts().sum() < frames && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::yield();
+    }
   }
 
   // That all of them, and no other ones, have their fate.
@@ -306,6 +309,8 @@ TEST_F(LatePicturesTest, AFlushThatIsAbandonedWritesNothingMore) {
   recorder_->Release();
   WaitForFates(3);
   ExpectFates(1, 0, 2);
+  // The second one was refused, and the third not even asked for.
+  EXPECT_EQ(controller_->GetStats().record.frames_encoded, 2U);
   EXPECT_THAT(WrittenSequences(), ElementsAre(0));
   EXPECT_THAT(recorder_->ends(), IsEmpty());
 }
