@@ -43,7 +43,7 @@ class Packets final : public video::IVideoFrameTrackWriter {
 
   [[nodiscard]] const MuxPacket& operator[](std::size_t i) const { return packets_[i]; }
   [[nodiscard]] MuxTrack Track() const {
-    return {{160, 96}, {}, ParameterSets(data_.front()), video::VideoCodec::kH264};
+    return {{160, 96}, {}, h264::ParameterSets(data_.front()), video::VideoCodec::kH264};
   }
 
  private:
@@ -139,7 +139,7 @@ TEST(ContainerMuxer, ASinkGetsTheBytesOfAFile) {
       void Write(const video::EncodedFrame& frame) override {
         const std::span data(frame.data, frame.size_bytes);
         if (frame.timestamp.count() == 0) {
-          const MuxTrack track{frame.size, frame.color, ParameterSets(data),
+          const MuxTrack track{frame.size, frame.color, h264::ParameterSets(data),
                                video::VideoCodec::kH264};
           EXPECT_EQ(muxer_.Start({&track, 1}), "");
         }
