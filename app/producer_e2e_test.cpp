@@ -8,12 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "core/run_loop.h"
-#include "core/service_center.h"
+#include "app/producer_e2e_for_test.h"
 #include "media/camera/frame_marker.h"
 #include "media/encode/encode_for_test.h"
 #include "media/ffmpeg/decode_for_test.h"
-#include "video/producer/video_producer2_impl.h"
 
 namespace movra::app {
 namespace {
@@ -22,19 +20,6 @@ using media::PacketRecorder;
 using ::testing::Each;
 using ::testing::ElementsAreArray;
 using video::Size;
-using video::VideoStreamType;
-
-constexpr auto kBig = VideoStreamType::kBig;
-constexpr auto kSmall = VideoStreamType::kSmall;
-
-video::EncodeParams Params(Size size, int frame_rate, int bitrate_bps) {
-  video::EncodeParams params;
-  params.width = size.width;
-  params.height = size.height;
-  params.frame_rate = frame_rate;
-  params.bitrate_bps = bitrate_bps;
-  return params;
-}
 
 // The frame numbers found in the decoded pictures; -1 where none can be read.
 std::vector<int> Numbers(const PacketRecorder& recorder) {
@@ -57,58 +42,6 @@ std::vector<int> Count(int first, int count, int step) {
   }
   return numbers;
 }
-
-class ProducerE2e : public ::testing::Test {
- protected:
-  ProducerE2e() { core::SetMainQueue(loop_); }
-  ~ProducerE2e() override {
-    OnMainQueue([this] {
-      for (const auto& producer : producers_) {
-        producer->StopEncoder(kBig, 0);
-        producer->StopEncoder(kSmall, 0);
-        producer->StopCapture({});
-        producer->Uninitialize();
-      }
-    });
-    core::ServiceCenter::Instance().Clear();
-    core::SetMainQueue(nullptr);
-  }
-
-  // Operations run as they do in a program: in a task of the main queue.
-  template <class Action>
-  void OnMainQueue(Action action) {
-    loop_->Post(movra_base::BindOnce([&action] { action(); }));
-    loop_->RunUntilIdle();
-  }
-
-  std::shared_ptr<video::VideoProducer2Impl> MakeProducer() {
-    auto producer = std::make_shared<video::VideoProducer2Impl>(
-        video::VideoContext(InstanceTrace(producers_.size() + 1), ""), nullptr, kBig);
-    producers_.push_back(producer);
-    OnMainQueue([&] { producer->Initialize(); });
-    return producer;
-  }
-
-  void StartEncoder(video::IVideoProducer2& producer, VideoStreamType type,
-                    const video::EncodeParams& params,
-                    const std::shared_ptr<PacketRecorder>& recorder) {
-    OnMainQueue([&] { producer.StartEncoder(type, params, recorder); });
-  }
-
-  void StartCamera(video::IVideoProducer2& producer, const std::string& id) {
-    video::CameraParams camera;
-    camera.camera_id = id;
-    camera.frame_rate = 30;  // Otherwise the encoder's rate would become the camera's.
-    OnMainQueue([&] {
-      producer.SetProducerMode(video::ProducerMode::kOwnSize);
-      producer.StartCapture(camera, {});
-    });
-  }
-
- private:
-  const std::shared_ptr<core::RunLoop> loop_ = std::make_shared<core::RunLoop>();
-  std::vector<std::shared_ptr<video::VideoProducer2Impl>> producers_;
-};
 
 TEST_F(ProducerE2e, EveryFrameArrivesOnceAndInOrderInBothStreams) {
   const auto producer = MakeProducer();

@@ -54,6 +54,9 @@ void StreamEncoder::SetParams(const video::EncodeParams& params,
 }
 
 bool StreamEncoder::Keeps(const video::PixelFrame& frame) {
+  const std::uint64_t source_run = frame.info().source_run;
+  if (source_run_ && *source_run_ != source_run) BeginAnew();
+  source_run_ = source_run;
   const bool kept = dropper_.Keep(frame.info().timestamp);
   if (!kept) counters_->CountDroppedForRate();
   return kept;
@@ -152,9 +155,14 @@ void StreamEncoder::Flush(const EncodedFrameReceiver& receiver) {
 
 void StreamEncoder::EndStream(const EncodedFrameReceiver& receiver) {
   Flush(receiver);
+  pictures_ = 0;
+  BeginAnew();
+}
+
+// What comes has nothing to do with what was before.
+void StreamEncoder::BeginAnew() {
   dropper_.Reset();
   frames_ = 0;
-  pictures_ = 0;
   key_frame_requested_ = true;
 }
 

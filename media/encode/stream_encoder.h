@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,8 @@ class StreamEncoder {
   void SetParams(const video::EncodeParams& params, std::vector<video::RoiConfigInfo> regions);
   void RequestKeyFrame() { key_frame_requested_ = true; }
 
-  // Whether the frame is one that the stream keeps at its rate; counts it if not.
+  // Whether the frame is one that the stream keeps at its rate; counts it if not. The first frame
+  // of another source is kept and becomes a key frame.
   [[nodiscard]] bool Keeps(const video::PixelFrame& frame);
 
   // Gives a frame that is kept to the encoder, and to the receiver what comes out: mostly that
@@ -71,6 +73,7 @@ class StreamEncoder {
     std::chrono::nanoseconds encode_time{0};  // So far.
   };
 
+  void BeginAnew();
   [[nodiscard]] bool Reads(const video::PixelFrameInfo& info);
   [[nodiscard]] bool PrepareEncoder(const StreamFormat& format,
                                     const EncodedFrameReceiver& receiver);
@@ -115,6 +118,9 @@ class StreamEncoder {
   bool failed_ = false;       // With exactly these settings and this format.
   bool input_refused_ = false;
   video::EncoderProperty property_;
+
+  // Which source the last frame was from.
+  std::optional<std::uint64_t> source_run_;
 
   bool key_frame_requested_ = false;
   std::chrono::nanoseconds last_key_frame_{0};

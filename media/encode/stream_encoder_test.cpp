@@ -40,6 +40,23 @@ TEST_F(StreamEncoderTest, ANewStreamBehindAnEndMarkBeginsWithAKeyFrame) {
   EXPECT_THAT(script_->opened, SizeIs(1));
 }
 
+TEST_F(StreamEncoderTest, AnotherSourceBeginsWithAKeyFrameWhateverTheRate) {
+  EncodeParams params;
+  params.frame_rate = 15;
+  controller_->SetEncodeParams(params);
+  const auto write = [&](int index, std::uint64_t run) {
+    track_->GetWriter()->Write(
+        Redescribed(PaintFrame(kSmallSize, index),
+                    [run](video::PixelFrameInfo& info) { info.source_run = run; }));
+  };
+  for (int i = 0; i < 3; ++i) write(i, 7);
+  for (int i = 3; i < 6; ++i) write(i, 9);  // The third would be left out by the time of the first.
+  controller_->Start();
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 2, 3, 5));
+  EXPECT_THAT(script_->asked_for_key, ElementsAre(true, false, true, false));
+}
+
 TEST_F(StreamEncoderTest, FramesAboveTheRateAreDroppedEvenlyAndCounted) {
   EncodeParams params;
   params.frame_rate = 15;

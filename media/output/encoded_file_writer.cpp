@@ -57,7 +57,7 @@ void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
   {
     const std::lock_guard lock(mutex_);
     if (end.end_time && time_line_.last()) StandUntil(time_line_.PlaceOf(*end.end_time));
-    error = Finish();
+    if (!options_.stays_open) error = Finish();
   }
   if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
   if (!closed_ && options_.on_end) options_.on_end(end);

@@ -28,9 +28,12 @@ struct EncodedFileWriterOptions {
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the streams of one run; null: the file's own first frame is its time 0.
   std::shared_ptr<TimeOrigin> origin;
+  // An end mark does not finish it: another source may follow. Close does.
+  bool stays_open = false;
   // Writing thread, at most once: the file broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the file is finished, whole or broken off.
+  // Writing thread: an end of the stream has come; unless it stays open the file is finished, whole
+  // or broken off.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 

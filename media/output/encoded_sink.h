@@ -35,9 +35,12 @@ struct SinkRequest {
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the sinks of one run; null: the sink's own first frame is its time 0.
   std::shared_ptr<TimeOrigin> origin;
+  // An end mark does not finish it: another source may follow. Close does.
+  bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the sink is finished, whole or broken off.
+  // Writing thread: an end of the stream has come; unless it stays open the sink is finished, whole
+  // or broken off.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 

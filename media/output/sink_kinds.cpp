@@ -15,6 +15,7 @@ std::shared_ptr<IEncodedSink> MakeFileSink(const SinkRequest& request, std::stri
   options.overwrite = request.overwrite;
   options.origin = request.origin;
   options.on_error = request.on_error;
+  options.stays_open = request.stays_open;
   options.on_end = request.on_end;
   return EncodedFileWriter::Create(options, error);
 }
