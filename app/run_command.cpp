@@ -20,6 +20,7 @@
 #include "app/run_session.h"
 #include "app/signal_watcher.h"
 #include "app/source_failure.h"
+#include "app/source_starter.h"
 #include "app/source_words.h"
 #include "app/stall_watch.h"
 #include "app/stream_plan.h"
@@ -85,7 +86,7 @@ Result<std::optional<video::CameraInfo>> FindSource(const RunOptions& options, c
                        *is_late = true;
                        loop.Quit();
                      }),
-                     *options.duration + RunSession::kStallSlack);
+                     *options.duration + SourceStarter::kStallSlack);
   }
   if (!options.quiet) {
     loop.PostDelayed(movra_base::BindOnce([found, &console] {

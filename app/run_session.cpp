@@ -4,12 +4,8 @@
 #include <utility>
 
 #include "app/ending_judge.h"
-#include "app/source_failure.h"
 #include "base/once_callback.h"
-#include "core/location.h"
-#include "core/notification_center.h"
 #include "logging/log_identity.h"
-#include "video/capture_params.h"
 #include "video/producer/video_producer2_impl.h"
 #include "video/to_string.h"
 #include "video/video_context.h"
@@ -71,9 +67,9 @@ void RunSession::Begin() {
                                                           VideoStreamType::kBig);
   producer_->Initialize();
   streams_.Start(*producer_);
-  StartCapture();
+  StartSource();
   if (setting_.options.quiet) return;
-  stall_watch_.emplace(capture_start_);
+  stall_watch_.emplace(source_->started_at());
   ShowProgress();
   LookForStall();
 }
@@ -93,52 +89,23 @@ bool RunSession::OpenStreams() {
   return !failure;
 }
 
-void RunSession::StartCapture() {
-  const RunOptions& options = setting_.options;
-  video::CameraParams params;
-  params.camera_id = options.source;
-  if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
-  if (setting_.plan.size) {
-    params.width = setting_.plan.size->width;
-    params.height = setting_.plan.size->height;
-  }
-  core::SubscribeEvent<std::function<void(const std::string&, const video::StreamEnd&)>>(
-      video::kCaptureLostNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
-      &RunSession::OnCaptureLost);
-  producer_->SetProducerMode(setting_.plan.mode);
-  capture_start_ = setting_.now();
-  producer_->StartCapture(params, BindOnce(&RunSession::OnCaptureStarted, weak_from_this()));
-}
-
-void RunSession::OnCaptureStarted(int error_code, int /*elapsed_ms*/) {
-  if (ending_) return;
-  const RunOptions& options = setting_.options;
-  if (error_code != 0) {
-    Fail(SourceStartFailure(options.source, error_code, ""));
-  } else if (options.duration && report_.paced) {
-    duration_start_ = setting_.now();
-    LookForEndOfDuration();
-  }
-}
-
-// There is nothing that could follow it here.
-void RunSession::OnCaptureLost(const std::string& camera_id, const video::StreamEnd& end) {
-  if (camera_id != setting_.options.source) return;
-  report_.damaged_frames = std::max(report_.damaged_frames, end.damaged_frames);
-  if (end.error_code != 0) source_end_ = end;
-  Finish(Ending::kSourceEnded);
-}
-
-void RunSession::LookForEndOfDuration() {
-  if (ending_) return;
-  const nanoseconds left =
-      duration_start_ + *setting_.options.duration + kStallSlack - setting_.now();
-  if (left.count() <= 0) return Finish(Ending::kDurationOver);
-  setting_.queue->PostDelayed(BindOnce(&RunSession::LookForEndOfDuration, weak_from_this()), left);
+void RunSession::StartSource() {
+  SourceStarter::Setting setting{setting_.options.source, setting_.plan, std::nullopt,
+                                 setting_.queue, setting_.now};
+  if (report_.paced) setting.duration = setting_.options.duration;
+  SourceStarter::Events events;
+  events.on_failure = [this](const Failure& failure) { Fail(failure); };
+  events.on_lost = [this](const video::StreamEnd& end) {
+    NoteSourceEnd(end);
+    Finish(Ending::kSourceEnded);  // There is nothing that could follow it here.
+  };
+  events.on_duration_over = [this] { Finish(Ending::kDurationOver); };
+  source_ = std::make_shared<SourceStarter>(std::move(setting), std::move(events));
+  source_->Start(*producer_);
 }
 
 void RunSession::OnFirstFrame() {
-  if (!std::exchange(has_frames_, true)) duration_start_ = setting_.now();
+  source_->NoteFirstFrame();
   if (setting_.files.directory) setting_.files.directory->PointLatestHere();
 }
 
@@ -146,10 +113,14 @@ void RunSession::OnStreamLimit(std::size_t stream) {
   if (streams_.NoteLimit(stream)) Finish(Ending::kDurationOver);
 }
 
-void RunSession::OnStreamEnd(SinkPlace place, video::StreamEnd end) {
+void RunSession::NoteSourceEnd(const video::StreamEnd& end) {
   // Each stream tells of the same source.
   report_.damaged_frames = std::max(report_.damaged_frames, end.damaged_frames);
-  if (end.error_code != 0) source_end_ = std::move(end);
+  if (end.error_code != 0) source_end_ = end;
+}
+
+void RunSession::OnStreamEnd(SinkPlace place, video::StreamEnd end) {
+  NoteSourceEnd(end);
   if (streams_.NoteEnd(place)) Finish(Ending::kSourceEnded);
 }
 
@@ -180,7 +151,7 @@ void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError e
 void RunSession::ShowProgress() {
   if (ending_ || !setting_.console.is_terminal()) return;
   ProgressSample sample;
-  sample.wall_time = setting_.now() - capture_start_;
+  sample.wall_time = setting_.now() - source_->started_at();
   streams_.AddTo(sample, *account_);
   setting_.console.SetProgress(
       progress_.Text(sample, static_cast<std::size_t>(setting_.console.columns() - 1)));
@@ -200,6 +171,7 @@ void RunSession::LookForStall() {
 void RunSession::Finish(Ending ending) {
   if (ending_) return;
   ending_ = ending;
+  if (source_ != nullptr) source_->Stop();
   // Not at once: this may be an event of the very producer that is to be taken down.
   setting_.queue->Post(BindOnce(&RunSession::Stop, weak_from_this()));
 }
@@ -223,7 +195,7 @@ void RunSession::StopProducer() {
   streams_.Stop(*producer_, ending_, [&] {
     return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - setting_.now());
   });
-  report_.wall_time = setting_.now() - capture_start_;
+  report_.wall_time = setting_.now() - source_->started_at();
   report_.frames_processed = producer_->GetStats(VideoStreamType::kBig).preprocess_stat;
   producer_->Uninitialize();
   producer_.reset();

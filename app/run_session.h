@@ -17,6 +17,7 @@
 #include "app/progress_line.h"
 #include "app/run_options.h"
 #include "app/run_report.h"
+#include "app/source_starter.h"
 #include "app/stall_watch.h"
 #include "app/stream_set.h"
 #include "core/dispatch_queue.h"
@@ -53,10 +54,6 @@ struct RunSetting {
 //   report = session->Conclude();
 class RunSession : public std::enable_shared_from_this<RunSession> {
  public:
-  // How much longer than its duration a source that goes by the clock is waited for: one that
-  // delivers gives the last frame within it, and one that has stalled may never give one.
-  static constexpr std::chrono::milliseconds kStallSlack{500};
-
   explicit RunSession(const RunSetting& setting);
 
   // Once.
@@ -70,15 +67,12 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
 
  private:
   [[nodiscard]] bool OpenStreams();
-  void StartCapture();
+  void StartSource();
 
-  void OnCaptureStarted(int error_code, int elapsed_ms);
-  void OnCaptureLost(const std::string& camera_id, const video::StreamEnd& end);
-  // Ends the run when the clock says that the duration is over.
-  void LookForEndOfDuration();
   void OnFirstFrame();
   void OnStreamLimit(std::size_t stream);
   void OnStreamEnd(SinkPlace place, video::StreamEnd end);
+  void NoteSourceEnd(const video::StreamEnd& end);
   void OnWriteError(SinkPlace place, media::WriteError error);
   void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
                       const std::string& detail);
@@ -95,16 +89,13 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   const std::shared_ptr<media::FrameAccount> account_;  // Of the producer's frames.
   std::shared_ptr<EncoderErrorClient> client_;
   std::shared_ptr<video::IVideoProducer2> producer_;
+  std::shared_ptr<SourceStarter> source_;
   StreamSet streams_;
   ProgressLine progress_;
   std::optional<StallWatch> stall_watch_;
   RunReport report_;
   std::optional<Ending> ending_;
   video::StreamEnd source_end_;  // Of a source that did not end well.
-  std::chrono::steady_clock::time_point capture_start_;
-  bool has_frames_ = false;
-  // What the duration counts from: the first frame, before that the start of the camera.
-  std::chrono::steady_clock::time_point duration_start_;
 };
 
 }  // namespace movra::app

@@ -1,0 +1,62 @@
+#include "app/source_starter.h"
+
+#include <utility>
+
+#include "app/source_failure.h"
+#include "base/once_callback.h"
+#include "core/location.h"
+#include "core/notification_center.h"
+#include "video/camera_service.h"
+#include "video/capture_params.h"
+
+namespace movra::app {
+
+using movra_base::BindOnce;
+using std::chrono::nanoseconds;
+
+SourceStarter::SourceStarter(Setting setting, Events events)
+    : setting_(std::move(setting)), events_(std::move(events)) {}
+
+void SourceStarter::Start(video::IVideoProducer2& producer) {
+  core::SubscribeEvent<std::function<void(const std::string&, const video::StreamEnd&)>>(
+      video::kCaptureLostNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
+      &SourceStarter::OnLost);
+  video::CameraParams params;
+  params.camera_id = setting_.source;
+  if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
+  if (setting_.plan.size) {
+    params.width = setting_.plan.size->width;
+    params.height = setting_.plan.size->height;
+  }
+  producer.SetProducerMode(setting_.plan.mode);
+  started_at_ = setting_.now();
+  producer.StartCapture(params, BindOnce(&SourceStarter::OnStarted, weak_from_this()));
+}
+
+void SourceStarter::NoteFirstFrame() {
+  if (!std::exchange(has_frames_, true)) duration_start_ = setting_.now();
+}
+
+void SourceStarter::OnStarted(int error_code, int /*elapsed_ms*/) {
+  if (stopped_) return;
+  if (error_code != 0) {
+    events_.on_failure(SourceStartFailure(setting_.source, error_code, ""));
+  } else if (setting_.duration) {
+    if (!has_frames_) duration_start_ = setting_.now();
+    LookForEndOfDuration();
+  }
+}
+
+void SourceStarter::OnLost(const std::string& camera_id, const video::StreamEnd& end) {
+  if (!stopped_ && camera_id == setting_.source) events_.on_lost(end);
+}
+
+void SourceStarter::LookForEndOfDuration() {
+  if (stopped_) return;
+  const nanoseconds left = duration_start_ + *setting_.duration + kStallSlack - setting_.now();
+  if (left.count() <= 0) return events_.on_duration_over();
+  setting_.queue->PostDelayed(BindOnce(&SourceStarter::LookForEndOfDuration, weak_from_this()),
+                              left);
+}
+
+}  // namespace movra::app
