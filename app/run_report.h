@@ -13,8 +13,8 @@
 #include "app/result.h"
 #include "app/stream_meter.h"
 #include "app/stream_plan.h"
+#include "media/figures/frame_account.h"
 #include "media/output/sink_figures.h"
-#include "media/track/frame_account.h"
 #include "video/camera_service.h"
 
 namespace movra::app {

@@ -21,8 +21,8 @@
 #include "app/stall_watch.h"
 #include "app/stream_set.h"
 #include "core/dispatch_queue.h"
+#include "media/figures/frame_account.h"
 #include "media/output/write_error.h"
-#include "media/track/frame_account.h"
 #include "video/camera_service.h"
 #include "video/producer/video_producer2.h"
 

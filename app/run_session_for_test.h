@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "app/run_session.h"
+#include "media/figures/frame_account.h"
 #include "media/temporary_directory_for_test.h"
-#include "media/track/frame_account.h"
 #include "testing/camera_service_double.h"
 #include "testing/encoder_double.h"
 #include "testing/environment.h"

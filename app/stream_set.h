@@ -20,9 +20,9 @@
 #include "app/run_report.h"
 #include "app/stream_meter.h"
 #include "app/stream_plan.h"
+#include "media/figures/frame_account.h"
 #include "media/output/encoded_fan_out.h"
 #include "media/output/write_error.h"
-#include "media/track/frame_account.h"
 #include "video/producer/video_producer2.h"
 #include "video/video_frame_track.h"
 

@@ -30,7 +30,7 @@ namespace movra::media {
 // silent instead, because another one may follow it into the same streams. A source that cannot be
 // opened writes nothing at all: no stream began, and the answer of the start says why. Each frame
 // that was read is either written or counted by the writer's track with the reason
-// (media/track/frame_counts.h).
+// (media/figures/frame_counts.h).
 //
 // Nobody waits for the thread, because a source may be busy with a device or a disk for longer than
 // anybody has time: it owns a share of the capture and with it everything that it uses, and the

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "media/capture/source_capture_for_test.h"
+#include "media/figures/frame_counts.h"
 #include "media/track/bounded_track.h"
-#include "media/track/frame_counts.h"
 
 namespace movra::media {
 namespace {

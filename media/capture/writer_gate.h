@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "media/capture/release.h"
-#include "media/track/frame_counts.h"
+#include "media/figures/frame_counts.h"
 #include "video/pixel_frame_track.h"
 
 namespace movra::media {

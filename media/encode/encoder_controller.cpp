@@ -8,7 +8,7 @@
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
-#include "media/track/frame_account.h"
+#include "media/figures/frame_account.h"
 
 namespace movra::media {
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <mutex>
 
-#include "media/track/frame_counts.h"
+#include "media/figures/frame_counts.h"
 #include "video/encode_params.h"
 #include "video/size.h"
 #include "video/stats.h"

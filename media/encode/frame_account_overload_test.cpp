@@ -16,8 +16,8 @@
 #include "core/serial_queue.h"
 #include "gtest/gtest.h"
 #include "media/encode/encoder_controller.h"
+#include "media/figures/frame_account.h"
 #include "media/frame/pictures_for_test.h"
-#include "media/track/frame_account.h"
 #include "video/video_preprocessor.h"
 
 namespace movra::media {

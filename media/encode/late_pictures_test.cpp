@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "media/encode/encoder_controller_for_test.h"
-#include "media/track/frame_account.h"
+#include "media/figures/frame_account.h"
 
 // Encoders whose pictures come some frames late, or several at once.
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "media/figures/frame_account.h"
 #include "media/frame/frame_pool.h"
 #include "media/preprocess/output_maker.h"
 #include "media/preprocess/stage_table.h"
-#include "media/track/frame_account.h"
 #include "video/custom_process_params.h"
 #include "video/pixel_frame.h"
 #include "video/pixel_frame_track.h"

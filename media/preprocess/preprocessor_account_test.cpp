@@ -6,8 +6,8 @@
 #include <string>
 
 #include "logging/recording_sink_for_test.h"
+#include "media/figures/frame_account.h"
 #include "media/preprocess/preprocessor_fixture_for_test.h"
-#include "media/track/frame_account.h"
 
 namespace movra::media {
 namespace {

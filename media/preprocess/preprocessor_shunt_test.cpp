@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "media/figures/frame_account.h"
 #include "media/preprocess/preprocessor_fixture_for_test.h"
-#include "media/track/frame_account.h"
 
 namespace movra::media {
 namespace {

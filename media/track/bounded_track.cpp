@@ -9,8 +9,8 @@
 #include <utility>
 #include <variant>
 
+#include "media/figures/frame_counts.h"
 #include "media/track/callback_slot.h"
-#include "media/track/frame_counts.h"
 
 namespace movra::media {
 

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "gtest/gtest.h"
+#include "media/figures/frame_counter_for_test.h"
 #include "media/track/bounded_track.h"
-#include "media/track/frame_counter_for_test.h"
 
 namespace movra::media {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
-#include "media/track/frame_counter_for_test.h"
+#include "media/figures/frame_counter_for_test.h"
 
 namespace movra::media {
 namespace {

@@ -1,14 +1,14 @@
 // Where the frames of one producer went.
 
-#ifndef MOVRA_MEDIA_TRACK_FRAME_ACCOUNT_H_
-#define MOVRA_MEDIA_TRACK_FRAME_ACCOUNT_H_
+#ifndef MOVRA_MEDIA_FIGURES_FRAME_ACCOUNT_H_
+#define MOVRA_MEDIA_FIGURES_FRAME_ACCOUNT_H_
 
 #include <array>
 #include <cstdint>
 #include <memory>
 
 #include "logging/log_identity.h"
-#include "media/track/frame_counts.h"
+#include "media/figures/frame_counts.h"
 #include "video/video_types.h"
 
 namespace movra::media {
@@ -59,4 +59,4 @@ class FrameAccount {
 
 }  // namespace movra::media
 
-#endif  // MOVRA_MEDIA_TRACK_FRAME_ACCOUNT_H_
+#endif  // MOVRA_MEDIA_FIGURES_FRAME_ACCOUNT_H_

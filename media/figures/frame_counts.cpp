@@ -1,4 +1,4 @@
-#include "media/track/frame_counts.h"
+#include "media/figures/frame_counts.h"
 
 #include <numeric>
 

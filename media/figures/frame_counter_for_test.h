@@ -1,5 +1,5 @@
-#ifndef MOVRA_MEDIA_TRACK_FRAME_COUNTER_FOR_TEST_H_
-#define MOVRA_MEDIA_TRACK_FRAME_COUNTER_FOR_TEST_H_
+#ifndef MOVRA_MEDIA_FIGURES_FRAME_COUNTER_FOR_TEST_H_
+#define MOVRA_MEDIA_FIGURES_FRAME_COUNTER_FOR_TEST_H_
 
 #include <atomic>
 #include <cstdint>
@@ -33,4 +33,4 @@ class FrameCounter {
 
 }  // namespace movra::media
 
-#endif  // MOVRA_MEDIA_TRACK_FRAME_COUNTER_FOR_TEST_H_
+#endif  // MOVRA_MEDIA_FIGURES_FRAME_COUNTER_FOR_TEST_H_

@@ -1,4 +1,4 @@
-#include "media/track/frame_account.h"
+#include "media/figures/frame_account.h"
 
 #include <map>
 #include <mutex>

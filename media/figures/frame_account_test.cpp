@@ -1,12 +1,12 @@
-#include "media/track/frame_account.h"
+#include "media/figures/frame_account.h"
 
 #include <memory>
 #include <set>
 #include <string>
 
 #include "gtest/gtest.h"
+#include "media/figures/frame_counter_for_test.h"
 #include "media/track/bounded_track.h"
-#include "media/track/frame_counter_for_test.h"
 
 namespace movra::media {
 namespace {

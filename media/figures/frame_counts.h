@@ -1,7 +1,7 @@
 // What became of frames: one reason for each.
 
-#ifndef MOVRA_MEDIA_TRACK_FRAME_COUNTS_H_
-#define MOVRA_MEDIA_TRACK_FRAME_COUNTS_H_
+#ifndef MOVRA_MEDIA_FIGURES_FRAME_COUNTS_H_
+#define MOVRA_MEDIA_FIGURES_FRAME_COUNTS_H_
 
 #include <array>
 #include <atomic>
@@ -83,4 +83,4 @@ void CountUnwritten(video::IPixelFrameTrackWriter& writer, FrameFate fate);
 
 }  // namespace movra::media
 
-#endif  // MOVRA_MEDIA_TRACK_FRAME_COUNTS_H_
+#endif  // MOVRA_MEDIA_FIGURES_FRAME_COUNTS_H_
