@@ -35,8 +35,8 @@ namespace movra::video {
 //   producer->Uninitialize();
 //
 // Threads: every operation is called on the main queue (core::GetMainQueue()) and returns without
-// waiting, StopEncoder excepted. Only IsCapturing and GetCurrentSourceType read state that other
-// threads may read too. Frames flow on the collaborators' threads.
+// waiting for frames, StopEncoder excepted. Only IsCapturing and GetCurrentSourceType read state
+// that other threads may read too. Frames flow on the collaborators' threads.
 //
 // Errors: operations report none. Misuse (starting twice, stopping when stopped) is logged and
 // tolerated; failures arrive as events of the client and as the error code of the camera start. A

@@ -1,0 +1,58 @@
+#!/usr/bin/env python3
+"""Whether the documents name what the code has, and nothing else of the kind: names_test.py ROOT"""
+
+import pathlib
+import re
+import sys
+
+
+def section(text, heading):
+    """What stands below a heading, up to the next one of its rank."""
+    return re.split(r"^## ", text.split(f"\n## {heading}\n")[1], maxsplit=1, flags=re.MULTILINE)[0]
+
+
+def first_column(text):
+    rows = re.findall(r"^\|([^|]*)\|", text, re.MULTILINE)
+    return {name for row in rows for name in re.findall(r"`([^`]+)`", row)}
+
+
+def main():
+    root = pathlib.Path(sys.argv[1])
+
+    def read(name):
+        return (root / name).read_text()
+
+    events = read("docs/events.md")
+    codes = re.findall(r"^\| (\d+) \| `(k\w+)` \|", events, re.MULTILINE)
+    folders = {f"{p.name}/" for p in (root / "media").iterdir() if (p / "CMakeLists.txt").exists()}
+    pairs = {
+        "events of the client": (
+            first_column(section(events, "The client's events")) - set(re.findall(r"`(k\w+)`", events)),
+            set(re.findall(r"virtual void (On\w+)", read("video/producer/video_producer2.h"))),
+        ),
+        "codes of an end": (
+            set(codes),
+            {
+                (number, name)
+                for name, number in re.findall(
+                    r"^ +(k\w+) = (\d+),", read("media/capture/camera_error.h"), re.MULTILINE
+                )
+            },
+        ),
+        "folders of media": (
+            first_column(section(read("docs/architecture.md"), "The folders of `media/`")),
+            folders,
+        ),
+    }
+    failures = []
+    for what, (told, there) in pairs.items():
+        if not there:
+            failures.append(f"{what}: none was found in the code")
+        failures += [f"{what}: {name} is not in the document" for name in sorted(there - told)]
+        failures += [f"{what}: {name} is not in the code" for name in sorted(told - there)]
+    print("\n".join(failures) or f"{sum(len(there) for _, there in pairs.values())} names agree")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
