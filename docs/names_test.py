@@ -16,6 +16,17 @@ def first_column(text):
     return {name for row in rows for name in re.findall(r"`([^`]+)`", row)}
 
 
+def dead_references(root):
+    """Links and paths in the documents that lead nowhere."""
+    for document in [*root.glob("*.md"), *root.glob("docs/*.md")]:
+        text = re.sub(r"^```.*?^```", "", document.read_text(), flags=re.MULTILINE | re.DOTALL)
+        links = re.findall(r"\]\(([^)#]+)[^)]*\)", text)
+        dead = [link for link in links if ":" not in link and not (document.parent / link).exists()]
+        paths = re.findall(r"`([a-z_0-9]+/[\w/]+\.(?:h|cpp|py|md))`", text)
+        dead += [path for path in paths if not (root / path).exists()]
+        yield from (f"{document.name}: {name} is not there" for name in dead)
+
+
 def main():
     root = pathlib.Path(sys.argv[1])
 
@@ -44,7 +55,7 @@ def main():
             folders,
         ),
     }
-    failures = []
+    failures = sorted(dead_references(root))
     for what, (told, there) in pairs.items():
         if not there:
             failures.append(f"{what}: none was found in the code")
