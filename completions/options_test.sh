@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Whether the manual page and the completions know the options that the program has, and no others:
-# options_test.sh PROGRAM manual|manual-lint|bash|zsh
+# Whether the manual page, the completions and the page about sources know the options that the
+# program has, and no others: options_test.sh PROGRAM manual|manual-values|manual-lint|bash|zsh|sources
 set -euo pipefail
 program=$1
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -28,6 +28,69 @@ check_manual() {
   same "its list of exit codes" \
     "$("$program" run --help | sed '1,/^Exit codes:/d' | grep -oE '^ *[0-9]+')" \
     "$(sed '1,/^\.SH EXIT STATUS/d;/^\.SH/,$d' <<<"$page" | sed -n 's/^\.B \([0-9]*\)$/\1/p')"
+}
+
+# "NAME#VALUE#TEXT", a line for each long option: from the help of the program and its commands,
+help_entries() {
+  { "$program" --help && "$program" run --help && "$program" devices --help; } | awk '
+    function flush() { if (head != "") print head "#" text; head = text = "" }
+    /^ +(-h,)?--/ {
+      flush()
+      sub(/^ +(-h,)?/, "")
+      at = match($0, /  /)
+      head = at ? substr($0, 1, at - 1) : $0
+      text = at ? substr($0, at) : ""
+      sub(/,--camera/, "", head)
+      sub(/ \.\.\.$/, "", head)
+      if (!sub(/ /, "#", head)) head = head "#"
+      next
+    }
+    head != "" && substr($0, 1, 20) ~ /^ +$/ { text = text " " $0; next }
+    { flush() }
+    END { flush() }'
+}
+
+# and from the manual page, with its macros taken away.
+manual_entries() {
+  sed -E 's/\\f[BIR]//g; s/\\-/-/g; s/^\.[BI] //
+    /^\.(BI|BR|IR|RI) /{s/^\.[A-Z]+ //; s/ //g; s/"//g}
+    s/\\~/ /g' "$root/docs/movra-producer.1" | awk '
+    function flush() { if (head ~ /^--/) print head "#" text; head = text = "" }
+    /^\.TP/ { flush(); getline head; sub(/^-h,/, "", head)
+              if (!sub(/ /, "#", head)) head = head "#"; next }
+    /^\.S/ { flush(); next }
+    { text = text " " $0 }
+    END { flush() }'
+}
+
+# What of a text can contradict another one: numbers, times, sizes, options, that there is a default.
+facts() {
+  grep -oE -e '--[a-z][a-z-]*|[a-z]+=[A-Za-z]+|[0-9][0-9A-Za-z./]*|default' <<<"$1" |
+    sed 's/[.]*$//' | sort -u
+}
+
+check_manual-values() {
+  same "the values in the manual page" "$(help_entries | cut -d'#' -f1,2 | tr ' ' '_')" \
+    "$(manual_entries | cut -d'#' -f1,2 | tr ' ' '_')"
+  local name text manual missing bad=0
+  while IFS='#' read -r name _ text; do
+    manual=$(manual_entries | grep -e "^$name#" | cut -d'#' -f3-)
+    missing=$(comm -23 <(facts "$text") <(facts "$manual"))
+    [[ -z $missing ]] || { echo "$name: not in the manual page: $missing" >&2 && bad=1; }
+    [[ $text == *default* || $manual != *default* ]] ||
+      { echo "$name: the manual page alone has a default" >&2 && bad=1; }
+  done < <(help_entries)
+  return $bad
+}
+
+check_sources() {
+  local help page=$root/docs/sources.md
+  help=$("$program" run --help | sed -n '/^  --source/,/^  --start/p')
+  same "the page's list of ids" \
+    "$(sed -nE 's/^ +(--source,--camera ID +)?(test:|file:PATH|\/dev\/videoN)  .*/\2/p' <<<"$help")" \
+    "$(sed -n '/^| Id /,/^$/p' "$page" | sed -nE 's/^\| `([^`]*)` .*/\1/p')"
+  same "the page's options" "$(sed -nE 's/^ +\?(.*)/\1/p' <<<"$help" | tr '&' '\n')" \
+    "$(sed -n '/^## Options/,/^## Traits/p' "$page" | sed -nE 's/^\| `([^`]*)` .*/\1/p')"
 }
 
 check_manual-lint() {
