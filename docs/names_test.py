@@ -13,7 +13,7 @@ def section(text, heading):
 
 def first_column(text):
     rows = re.findall(r"^\|([^|]*)\|", text, re.MULTILINE)
-    return {name for row in rows for name in re.findall(r"`([^`]+)`", row)}
+    return [name for row in rows for name in re.findall(r"`([^`]+)`", row)]
 
 
 def dead_references(root):
@@ -36,9 +36,12 @@ def main():
     events = read("docs/events.md")
     codes = re.findall(r"^\| (\d+) \| `(k\w+)` \|", events, re.MULTILINE)
     folders = {f"{p.name}/" for p in (root / "media").iterdir() if (p / "CMakeLists.txt").exists()}
+    rows = first_column(section(read("docs/architecture.md"), "The folders of `media/`"))
+    order = " ".join(re.findall(r'order = (?:order )?"([^"]*)"', read("scripts/check-layering"))).split()
+    error_names = set(re.findall(r"`(k\w+)`", events))
     pairs = {
         "events of the client": (
-            first_column(section(events, "The client's events")) - set(re.findall(r"`(k\w+)`", events)),
+            set(first_column(section(events, "The client's events"))) - error_names,
             set(re.findall(r"virtual void (On\w+)", read("video/producer/video_producer2.h"))),
         ),
         "codes of an end": (
@@ -50,12 +53,11 @@ def main():
                 )
             },
         ),
-        "folders of media": (
-            first_column(section(read("docs/architecture.md"), "The folders of `media/`")),
-            folders,
-        ),
+        "folders of media": (set(rows), folders),
     }
     failures = sorted(dead_references(root))
+    if [row.rstrip("/") for row in rows] != [name for name in order if f"{name}/" in rows]:
+        failures.append("folders of media: not in the order of scripts/check-layering")
     for what, (told, there) in pairs.items():
         if not there:
             failures.append(f"{what}: none was found in the code")
