@@ -37,7 +37,8 @@ def main():
     codes = re.findall(r"^\| (\d+) \| `(k\w+)` \|", events, re.MULTILINE)
     folders = {f"{p.name}/" for p in (root / "media").iterdir() if (p / "CMakeLists.txt").exists()}
     rows = first_column(section(read("docs/architecture.md"), "The folders of `media/`"))
-    order = " ".join(re.findall(r'order = (?:order )?"([^"]*)"', read("scripts/check-layering"))).split()
+    order = re.findall(r'order = (?:order )?"([^"]*)"', read("scripts/check-layering"))
+    order = " ".join(order).split()
     error_names = set(re.findall(r"`(k\w+)`", events))
     pairs = {
         "events of the client": (
