@@ -118,7 +118,12 @@ TEST(Cli, AFurtherPlaceNeedsItsStream) {
   EXPECT_EQ(FailureOfWords({"run", "--big", "off", "--also", "big=b.mkv"}).code,
             ExitCode::kContradiction);
   EXPECT_EQ(FailureOfWords({"run", "--also", "b.mkv"}).code, ExitCode::kMalformed);
-  EXPECT_EQ(FailureOfWords({"run", "--also", "big=a.ts", "b.ts"}).code, ExitCode::kUsage);
+}
+
+TEST(Cli, WhatStandsBehindAFurtherPlaceIsTheSource) {
+  const RunOptions options = RunOf({"--also", "big=a.ts", "b.ts"});
+  EXPECT_EQ(options.source, "file:b.ts");
+  ASSERT_EQ(options.big.also.size(), 1U);
 }
 
 TEST(Cli, DevicesTakesOneFlag) {
