@@ -28,6 +28,11 @@ SimulatedDevice::SimulatedDevice()
     : capabilities(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING),
       timestamp_flags(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC) {}
 
+void SimulatedDevice::WaitUntilWaiting() {
+  std::unique_lock lock(mutex);
+  told_waiting.wait(lock, [this] { return waiting; });
+}
+
 void SimulatedDevice::Push(Delivery delivery) {
   const std::lock_guard lock(mutex);
   deliveries.push_back(std::move(delivery));
@@ -189,8 +194,12 @@ void SimulatedV4l2Io::Unmap(void* /*memory*/, std::size_t /*length*/) {
 
 bool SimulatedV4l2Io::WaitForFrame() {
   std::unique_lock lock(device_->mutex);
-  device_->changed.wait(lock,
-                        [this] { return device_->interrupted || !device_->deliveries.empty(); });
+  device_->changed.wait(lock, [this] {
+    const bool ready = device_->interrupted || !device_->deliveries.empty();
+    device_->waiting = !ready;
+    if (!ready) device_->told_waiting.notify_all();
+    return ready;
+  });
   return !device_->interrupted;
 }
 

@@ -46,12 +46,16 @@ struct SimulatedDevice {
     std::int64_t microseconds = 0;
   };
   void Push(Delivery delivery);
+  // Until its reader waits for a frame that has not come.
+  void WaitUntilWaiting();
 
   std::mutex mutex;
   std::condition_variable changed;
+  std::condition_variable told_waiting;
   // Guarded by mutex.
   std::deque<Delivery> deliveries;
   bool interrupted = false;
+  bool waiting = false;
   // What has happened to the device.
   V4l2Mode running;
   bool streaming = false;

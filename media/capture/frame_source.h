@@ -44,22 +44,25 @@ struct SourcePolicy {
 // device's mode, a picture drawn to measure) what is worth delivering.
 //
 // Each frame carries its time stamp, colour and rotation, and a sequence number that counts what
-// the source had to deliver: a frame that was lost or damaged leaves a gap.
+// the source had to deliver: a frame that was lost or damaged leaves a gap. From frame to frame
+// both grow; time stamps are never negative. Frames may outlive their source.
 class FrameSource {
  public:
   virtual ~FrameSource() = default;
 
-  // What the camera is, without starting it.
+  // What the camera is, without starting it; Open with an empty request answers the same.
   [[nodiscard]] virtual video::CameraInfo Describe() = 0;
 
   // Makes the camera ready to be read; its answer says what it is or why it cannot be (then nothing
   // else may be called). May take as long as the device needs.
   [[nodiscard]] virtual video::CameraInfo Open(const CaptureRequest& request) = 0;
 
-  // Holds from Open on.
+  // Holds from Open on. Live if and only if the source's traits say that it keeps time, and only
+  // then paced.
   [[nodiscard]] virtual SourcePolicy Policy() const = 0;
 
-  // The next item; waits for a device's next frame. Not called again after an end.
+  // The next item; waits for a device's next frame. Not called again after an end, which comes by
+  // itself where the traits say has_end.
   [[nodiscard]] virtual SourceItem Read(const CaptureRequest& request) = 0;
 
   // Makes an Open or a Read that waits return soon, and any later one at once; what they return is
