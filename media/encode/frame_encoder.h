@@ -49,7 +49,8 @@ inline constexpr std::int64_t kEncoderTicksPerSecond = 90'000;
 //
 //   Submit, then Take until nothing is ready; and again. Flush, then Take until nothing is ready.
 //
-// After a failure the encoder is closed without another word, and what it had inside is lost.
+// It may be closed at any time. After a failure that is done without another word, and what it had
+// inside is lost.
 class IFrameEncoder {
  public:
   virtual ~IFrameEncoder() = default;
@@ -65,7 +66,7 @@ class IFrameEncoder {
   // Takes a frame of one of the formats in the encoder's row of the registry, of the size that it
   // was opened with; its samples are read during the call only. `ticks` is its time, more than that
   // of the frame before. What is inside comes out as it would have; a key frame, if asked for, is
-  // this one. False on a failure, which `failure` tells.
+  // this one, and the first frame gives one unasked. False on a failure, which `failure` tells.
   [[nodiscard]] virtual bool Submit(const video::PixelFrame& frame, std::int64_t ticks,
                                     bool key_frame, EncoderFailure& failure) = 0;
 
@@ -73,7 +74,8 @@ class IFrameEncoder {
   // tells.
   [[nodiscard]] virtual std::optional<EncodedPicture> Take(EncoderFailure& failure) = 0;
 
-  // No frame follows for now: everything inside becomes ready. False on a failure.
+  // No frame follows for now: everything inside becomes ready, which may be nothing. False on a
+  // failure.
   [[nodiscard]] virtual bool Flush(EncoderFailure& failure) = 0;
 
   // The library and what it was opened with, in words: "libx264 164, veryfast, 1 thread".
