@@ -56,6 +56,7 @@ void EncodedFileWriter::WriteEnd(const video::StreamEnd& end) {
   std::optional<WriteError> error;
   {
     const std::lock_guard lock(mutex_);
+    if (!options_.stays_open && std::exchange(ended_, true)) return;
     if (end.end_time && time_line_.last()) StandUntil(time_line_.PlaceOf(*end.end_time));
     if (!options_.stays_open) error = Finish();
   }

@@ -32,8 +32,8 @@ struct EncodedFileWriterOptions {
   bool stays_open = false;
   // Writing thread, at most once: the file broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: an end of the stream has come; unless it stays open the file is finished, whole
-  // or broken off.
+  // Writing thread: the stream's end has come and the file is finished, whole or broken off; at most
+  // once. For each end where it stays open.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
@@ -108,6 +108,7 @@ class EncodedFileWriter final : public IEncodedSink {
   std::mutex mutex_;
   // All guarded by mutex_. The muxer is released with the file's end.
   std::unique_ptr<IContainerMuxer> muxer_;
+  bool ended_ = false;  // By the stream itself.
   TimeLine time_line_;  // Of what is in the file.
   std::chrono::nanoseconds last_duration_{0};
   std::chrono::nanoseconds first_time_{0};

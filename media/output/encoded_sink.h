@@ -39,14 +39,16 @@ struct SinkRequest {
   bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: an end of the stream has come; unless it stays open the sink is finished, whole
-  // or broken off.
+  // Writing thread: the stream's end has come and the sink is finished, whole or broken off; at most
+  // once. For each end where it stays open. A sink behind a fan-out that broke off is not told of
+  // the end any more.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
 // Where an encoded stream goes: a file, a pipe, a connection. Write and WriteEnd come from one
 // thread at a time, the encoder's or one of the sink's own in front of it (EncodedFanOut), and may
-// block. Made by its scheme, see sink_kinds.h.
+// block. What comes behind the end or behind a Close is ignored. A stream without a frame leaves
+// nothing behind. Made by its scheme, see sink_kinds.h; it may go unclosed, which closes it.
 class IEncodedSink : public video::IVideoFrameTrackWriter {
  public:
   // From now on all writes together wait no longer than this for whoever takes what is written;
@@ -59,7 +61,7 @@ class IEncodedSink : public video::IVideoFrameTrackWriter {
   // long as its encoder expected. Any thread; again is harmless.
   virtual void Close(std::optional<std::chrono::nanoseconds> end) = 0;
 
-  // Any thread.
+  // Any thread, behind a Close too.
   [[nodiscard]] virtual WrittenFigures written() const = 0;
   // Whether a write waits at this moment for whoever takes what is written.
   [[nodiscard]] virtual bool waits_for_reader() const = 0;

@@ -1,6 +1,7 @@
 #ifndef MOVRA_MEDIA_OUTPUT_SINK_DOUBLE_FOR_TEST_H_
 #define MOVRA_MEDIA_OUTPUT_SINK_DOUBLE_FOR_TEST_H_
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -36,6 +37,10 @@ class SinkDouble final : public IEncodedSink {
   std::optional<std::uint64_t> fails_at;
   bool close_releases = false;
   std::function<void()> on_gone;
+  std::function<void()> on_frame;  // That it keeps.
+  // As in a SinkRequest.
+  std::function<void(const WriteError&)> on_error;
+  std::function<void(const video::StreamEnd&)> on_end;
 
   void WaitUntilInside() {
     std::unique_lock lock(mutex_);
@@ -57,23 +62,29 @@ class SinkDouble final : public IEncodedSink {
   // IEncodedSink
   void Write(const video::EncodedFrame& frame) override {
     std::unique_lock lock(mutex_);
+    if (closes_ > 0 || ends_ > 0) return;
     inside_ = true;
     changed_.notify_all();
     changed_.wait(lock, [this] { return !blocked_; });
     inside_ = false;
     thread_ = std::this_thread::get_id();
     if (throws_at == frame.sequence) throw std::runtime_error("the test's own");
-    if (fails_at == frame.sequence) failed_ = true;
     if (failed_) return;
-    frames_.push_back(frame.sequence);
-    places_.push_back(frame.data);
-    bytes_.emplace_back(frame.data, frame.data + frame.size_bytes);
-    changed_.notify_all();
+    failed_ = fails_at == frame.sequence;
+    if (!failed_) {
+      Keep(frame);
+    } else if (closes_ == 0 && on_error) {
+      lock.unlock();
+      on_error({WriteErrorKind::kFailed, "cannot write " + name_});
+    }
   }
-  void WriteEnd(const video::StreamEnd& /*end*/) override {
-    const std::lock_guard lock(mutex_);
-    ++ends_;
-    changed_.notify_all();
+  void WriteEnd(const video::StreamEnd& end) override {
+    {
+      const std::lock_guard lock(mutex_);
+      if (closes_ > 0 || ends_++ > 0) return;
+      changed_.notify_all();
+    }
+    if (on_end) on_end(end);
   }
   void LimitWaits(std::chrono::milliseconds patience) override {
     const std::lock_guard lock(mutex_);
@@ -82,16 +93,12 @@ class SinkDouble final : public IEncodedSink {
   void Close(std::optional<std::chrono::nanoseconds> end) override {
     if (close_releases) Release();
     const std::lock_guard lock(mutex_);
-    ++closes_;
+    // The first frame's time is 0.
+    if (closes_++ == 0 && ends_ == 0 && end && figures_.frames > 0) figures_.duration = *end;
     end_ = end;
     changed_.notify_all();
   }
-  [[nodiscard]] WrittenFigures written() const override {
-    const std::lock_guard lock(mutex_);
-    WrittenFigures figures;
-    figures.frames = frames_.size();
-    return figures;
-  }
+  [[nodiscard]] WrittenFigures written() const override { return Get(figures_); }
   [[nodiscard]] bool waits_for_reader() const override { return false; }
   [[nodiscard]] bool failed() const override {
     const std::lock_guard lock(mutex_);
@@ -110,6 +117,20 @@ class SinkDouble final : public IEncodedSink {
   [[nodiscard]] std::optional<std::chrono::nanoseconds> end() const { return Get(end_); }
 
  private:
+  // With mutex_ held.
+  void Keep(const video::EncodedFrame& frame) {
+    frames_.push_back(frame.sequence);
+    places_.push_back(frame.data);
+    bytes_.emplace_back(frame.data, frame.data + frame.size_bytes);
+    if (figures_.frames++ == 0) first_time_ = frame.timestamp;
+    figures_.key_frames += frame.key_frame ? 1 : 0;
+    figures_.bytes += frame.size_bytes;
+    figures_.file_bytes = figures_.bytes;
+    figures_.duration = frame.timestamp + frame.duration - first_time_;
+    if (on_frame) on_frame();
+    changed_.notify_all();
+  }
+
   template <class T>
   [[nodiscard]] T Get(const T& field) const {
     const std::lock_guard lock(mutex_);
@@ -125,6 +146,8 @@ class SinkDouble final : public IEncodedSink {
   std::vector<std::uint64_t> frames_;
   std::vector<const std::uint8_t*> places_;
   std::vector<std::vector<std::uint8_t>> bytes_;
+  WrittenFigures figures_;
+  std::chrono::nanoseconds first_time_{0};
   std::thread::id thread_;
   int ends_ = 0;
   int closes_ = 0;
