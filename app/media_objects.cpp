@@ -16,7 +16,7 @@
 #include "core/dispatch_queue.h"
 #include "media/frame/frame_pool.h"
 #include "media/frame/platform_objects.h"
-#include "media/output/encoded_file_writer.h"
+#include "media/output/sink_kinds.h"
 
 namespace movra::app {
 namespace {
@@ -72,9 +72,6 @@ EventRecorder::Handler MediaObjects::Poster() const {
 
 Result<std::shared_ptr<OperationObjects::Writer>> MediaObjects::MakeWriter(
     const std::string& spec) {
-  if (spec.find("://") != std::string::npos) {
-    return NotBuilt(spec, "streams are not sent to addresses yet; write a file as in 'talk.mp4'");
-  }
   const Result<StreamSpec> read = ParseStreamSpec(spec);
   if (const Failure* failure = FailureOf(read)) return *failure;
   const StreamSpec& stream = ValueOf(read);
@@ -86,20 +83,21 @@ Result<std::shared_ptr<OperationObjects::Writer>> MediaObjects::MakeWriter(
                        "' has to be where the stream goes and nothing else, as in 'talk.mp4'; "
                        "size and rates are parameters"};
   }
-  media::EncodedFileWriterOptions options;
-  options.path = stream.target->path;
-  options.format = stream.target->format;
-  options.on_error = [post = Poster(), spec](const media::WriteError& error) {
+  media::SinkRequest request;
+  request.address = stream.target->path;
+  request.format = stream.target->format;
+  request.on_error = [post = Poster(), spec](const media::WriteError& error) {
     post({{"event", "writer_error"}, {"writer", spec}, {"error", error.text}});
   };
-  options.on_end = [post = Poster(), spec](const video::StreamEnd& end) {
+  request.on_end = [post = Poster(), spec](const video::StreamEnd& end) {
     post({{"event", "writer_ended"},
           {"writer", spec},
           {"error_code", end.error_code},
           {"reason", end.reason}});
   };
   std::string error;
-  std::shared_ptr<Writer> writer = media::EncodedFileWriter::Create(options, &error);
+  std::shared_ptr<Writer> writer =
+      media::FindSinkKind(stream.target->scheme)->make(request, &error);
   if (writer == nullptr) return Failure{ExitCode::kDirectoryNotWritable, error};
   return writer;
 }
