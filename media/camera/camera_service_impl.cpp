@@ -12,6 +12,7 @@
 #include "media/capture/camera_error.h"
 #include "media/capture/capture_request.h"
 #include "media/capture/detached_thread.h"
+#include "media/main_queue/weak_main_queue.h"
 
 namespace movra::media {
 namespace {
@@ -79,6 +80,7 @@ CameraServiceImpl::~CameraServiceImpl() {
 std::shared_ptr<video::ICameraService> CameraServiceImpl::GetSelf() { return shared_from_this(); }
 
 void CameraServiceImpl::Init() {
+  checker_.Check();
   devices_ = parts_.list_devices();
   watcher_ = std::make_unique<DirectoryWatcher>(
       parts_.device_directory, "video", [service = weak_from_this()] {
@@ -89,6 +91,7 @@ void CameraServiceImpl::Init() {
 void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& params,
                                      std::shared_ptr<IPixelFrameTrackWriter> writer,
                                      movra_base::OnceCallback<void(int, int)>&& on_started) {
+  checker_.Check();
   StopCaptureInto(writer.get());
   const std::uint64_t number = ++last_number_;
   const SteadyTime started_at = std::chrono::steady_clock::now();
@@ -99,20 +102,14 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
       captures_.emplace_back(Capture{number, params.camera_id, std::move(writer), started_at,
                                      std::move(on_started), std::move(capture)});
   WaitForLeftovers(entry);
-  // The queue is the one of now: a thread that ends late has nothing to say to another. Weakly,
-  // because such a thread must not keep a queue that the program has given up.
-  const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
-                       number, started_at](const CameraInfo& info) {
-    if (const auto main_queue = queue.lock()) {
-      main_queue->Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
-                                MillisecondsSince(started_at)));
-    }
+  const WeakMainQueue main_queue;
+  const auto answer = [service = weak_from_this(), main_queue, number,
+                       started_at](const CameraInfo& info) {
+    main_queue.Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
+                             MillisecondsSince(started_at)));
   };
-  const auto tell = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
-                     number](const video::StreamEnd& end) {
-    if (const auto main_queue = queue.lock()) {
-      main_queue->Post(BindOnce(&CameraServiceImpl::OnLost, service, number, end));
-    }
+  const auto tell = [service = weak_from_this(), main_queue, number](const video::StreamEnd& end) {
+    main_queue.Post(BindOnce(&CameraServiceImpl::OnLost, service, number, end));
   };
   if (!entry.capture->Start(answer, tell)) answer(NoThread());
 }
@@ -120,11 +117,13 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
 void CameraServiceImpl::StopCapture(const CameraParams& /*params*/,
                                     std::shared_ptr<IPixelFrameTrackWriter> writer,
                                     movra_base::OnceCallback<void()>&& on_stopped) {
+  checker_.Check();
   StopCaptureInto(writer.get());
   core::GetMainQueue()->Post(std::move(on_stopped));
 }
 
 void CameraServiceImpl::UpdateCaptureParams(const CameraParams& params) {
+  checker_.Check();
   // A cover picture is the preprocessor's to show: the camera goes on behind it.
   const bool is_shared = CapturesOf(params.camera_id) > 1;
   for (const Capture& entry : captures_) {
@@ -137,21 +136,21 @@ void CameraServiceImpl::UpdateCaptureParams(const CameraParams& params) {
 }
 
 std::uint32_t CameraServiceImpl::GetCaptureStat(const CameraParams& params) {
+  checker_.Check();
   const auto found = delivered_.find(params.camera_id);
   return found == delivered_.end() ? 0 : found->second->load(std::memory_order_relaxed);
 }
 
 void CameraServiceImpl::DescribeCamera(
     const std::string& camera_id, movra_base::OnceCallback<void(video::CameraInfo)>&& on_info) {
+  checker_.Check();
   const std::uint64_t number = ++last_number_;
   const auto source = std::make_shared<SourceSlot>();
   descriptions_.push_back({number, camera_id, source, std::move(on_info)});
-  const auto answer = [service = weak_from_this(), queue = std::weak_ptr(core::GetMainQueue()),
-                       number](CameraInfo info, std::unique_ptr<FrameSource> described) {
-    if (const auto main_queue = queue.lock()) {
-      main_queue->Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
-                                std::move(described)));
-    }
+  const auto answer = [service = weak_from_this(), main_queue = WeakMainQueue(), number](
+                          CameraInfo info, std::unique_ptr<FrameSource> described) {
+    main_queue.Post(BindOnce(&CameraServiceImpl::OnDescribed, service, number, std::move(info),
+                             std::move(described)));
   };
   const bool started = StartDetachedThread(
       "describe", BindOnce([make = parts_.make_source, camera_id, source, answer] {
@@ -169,9 +168,13 @@ void CameraServiceImpl::DescribeCamera(
 }
 
 // Every camera here keeps itself in focus or has none to keep: nothing is left to a finger.
-bool CameraServiceImpl::IsAutoFocusEnabled() { return true; }
+bool CameraServiceImpl::IsAutoFocusEnabled() {
+  checker_.Check();
+  return true;
+}
 
 void CameraServiceImpl::FocusAtPoint(float /*x*/, float /*y*/) {
+  checker_.Check();
   if (std::exchange(focus_logged_, true)) return;
   if (movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelInfo)) {
     LogStream(kLogFile, __LINE__, __func__, movra_logging::kLogLevelInfo, nullptr)

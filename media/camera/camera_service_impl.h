@@ -17,6 +17,7 @@
 #include "media/capture/frame_source.h"
 #include "media/capture/source_capture.h"
 #include "media/capture/source_slot.h"
+#include "media/main_queue/main_queue_checker.h"
 #include "video/camera_service.h"
 
 namespace movra::media {
@@ -119,6 +120,7 @@ class CameraServiceImpl final : public video::ICameraService,
   void OnDevicesChanged();
 
   const CameraServiceParts parts_;
+  MainQueueChecker checker_{"the camera service"};
 
   // The main queue's.
   std::list<Capture> captures_;

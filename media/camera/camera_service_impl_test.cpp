@@ -4,6 +4,7 @@
 #include <fstream>
 #include <functional>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include "logging/log_sink.h"
 #include "media/camera/camera_service_for_test.h"
 #include "media/camera/frame_marker.h"
+#include "media/main_queue/off_the_main_queue_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -296,6 +298,22 @@ TEST_F(CameraServiceTest, ListsDevicesAlone) {
 TEST(CameraErrorText, IsTotal) {
   EXPECT_EQ(CameraErrorToString(CameraError::kNoSuchFile), "no such file");
   EXPECT_EQ(CameraErrorToString(static_cast<CameraError>(-3)), "CameraError(-3)");
+}
+
+TEST_F(CameraServiceTest, EachOperationOffTheMainQueueIsTold) {
+  using Service = CameraServiceImpl;
+  const std::vector<NamedOperation<Service>> operations = {
+      {"Init", [](Service& s) { s.Init(); }},
+      {"StartCapture", [this](Service& s) { s.StartCapture(1, Params("a"), writer_, {}); }},
+      {"StopCapture", [this](Service& s) { s.StopCapture(Params("a"), writer_, {}); }},
+      {"UpdateCaptureParams", [](Service& s) { s.UpdateCaptureParams(Params("a")); }},
+      {"GetCaptureStat", [](Service& s) { static_cast<void>(s.GetCaptureStat(Params("a"))); }},
+      {"DescribeCamera", [](Service& s) { s.DescribeCamera("a", {}); }},
+      {"IsAutoFocusEnabled", [](Service& s) { static_cast<void>(s.IsAutoFocusEnabled()); }},
+      {"FocusAtPoint", [](Service& s) { s.FocusAtPoint(0, 0); }},
+  };
+  const auto make = [this] { return std::make_shared<Service>(parts_); };
+  ExpectToldOffTheMainQueue(operations, make, "the camera service");
 }
 
 }  // namespace

@@ -23,26 +23,29 @@ EncoderController::EncoderController(const video::VideoContext& context,
                                      EncoderRegistry registry)
     : VideoLoggable(context),
       type_(type),
-      client_(std::move(client)),
       registry_(std::move(registry)),
       counters_(std::make_shared<EncoderCounters>(
-          FrameAccount::Stream(FrameAccount::Of(context.trace()), type))) {}
+          FrameAccount::Stream(FrameAccount::Of(context.trace()), type))),
+      checker_("an encoder controller", context),
+      relay_("The client of an encoder", std::move(client)) {}
 
-EncoderController::~EncoderController() { Stop(0); }
+EncoderController::~EncoderController() { End(0); }
 
 void EncoderController::Start() {
+  checker_.Check();
   if (run_ != nullptr) return;
-  events_ = std::make_shared<EncoderEvents>(type_, client_);
+  const EncoderEvents events(type_, relay_.Open());
   const auto run = std::make_shared<EncoderRun>(
-      controls_, std::make_unique<StreamEncoder>(context(), type_, registry_, events_, counters_),
-      counters_, events_, unfinished_run_);
-  if (!StartThread(run)) return;
+      controls_, std::make_unique<StreamEncoder>(context(), type_, registry_, events, counters_),
+      counters_, events, unfinished_run_);
+  if (!StartThread(run, events)) return;
   run_ = run;
   unfinished_run_.reset();
   ListenToInput();
 }
 
-bool EncoderController::StartThread(const std::shared_ptr<EncoderRun>& run) {
+bool EncoderController::StartThread(const std::shared_ptr<EncoderRun>& run,
+                                    const EncoderEvents& events) {
   try {
     thread_ = std::thread([run] { run->Run(); });
     return true;
@@ -53,12 +56,17 @@ bool EncoderController::StartThread(const std::shared_ptr<EncoderRun>& run) {
                 movra_logging::kLogLevelError, nullptr)
           << LogTraceId(GetTraceId()) << LogTag(GetLogTag()) << " " << text;
     }
-    events_->Failed(video::VideoEncoderError::kOpenFailed, text);
+    events.Failed(video::VideoEncoderError::kOpenFailed, text);
     return false;
   }
 }
 
 void EncoderController::Stop(std::uint64_t max_wait_ms) {
+  checker_.Check();
+  End(max_wait_ms);
+}
+
+void EncoderController::End(std::uint64_t max_wait_ms) {
   if (run_ == nullptr) return;
   run_->Drain();
   const auto wait = std::chrono::milliseconds(std::min(max_wait_ms, kLongestWaitMs));
@@ -67,8 +75,7 @@ void EncoderController::Stop(std::uint64_t max_wait_ms) {
   run_->Abandon();
   UnlistenToInput();
   UpdateLateFrames();
-  events_->Close();
-  events_.reset();
+  relay_.Close();
   if (finished) {
     thread_.join();
   } else {
@@ -81,26 +88,36 @@ void EncoderController::Stop(std::uint64_t max_wait_ms) {
 }
 
 void EncoderController::RequestKeyFrame() {
+  checker_.Check();
   if (run_ != nullptr) run_->RequestKeyFrame();
 }
 
-bool EncoderController::IsStarted() { return run_ != nullptr; }
+bool EncoderController::IsStarted() {
+  checker_.Check();
+  return run_ != nullptr;
+}
 
 video::EncoderStats EncoderController::GetStats() {
+  checker_.Check();
   UpdateLateFrames();
   video::EncoderStats stats = counters_->Stats();
   stats.record.frames_dropped_late = late_in_former_tracks_ + late_in_track_;
   return stats;
 }
 
-video::EncoderProperty EncoderController::GetProperty() { return counters_->Property(); }
+video::EncoderProperty EncoderController::GetProperty() {
+  checker_.Check();
+  return counters_->Property();
+}
 
 void EncoderController::SetEncodeParams(const video::EncodeParams& params) {
+  checker_.Check();
   MergeEncodeParams(params, controls_.params);
   ApplyControls();
 }
 
 void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
+  checker_.Check();
   if (reader.lock() == controls_.reader.lock()) return;
   UpdateLateFrames();
   late_in_former_tracks_ += std::exchange(late_in_track_, 0);
@@ -112,17 +129,23 @@ void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrac
 }
 
 void EncoderController::SetOutputTrackWriter(std::weak_ptr<video::IVideoFrameTrackWriter> writer) {
+  checker_.Check();
   controls_.writer = std::move(writer);
   ApplyControls();
 }
 
-void EncoderController::SetRpsNearestRefSize(int /*size*/) { LogReferenceSelectionOnce(); }
+void EncoderController::SetRpsNearestRefSize(int /*size*/) {
+  checker_.Check();
+  LogReferenceSelectionOnce();
+}
 
 void EncoderController::DeliverRpsAck(std::int32_t /*ack_value*/, std::uint16_t /*ack_flag*/) {
+  checker_.Check();
   LogReferenceSelectionOnce();
 }
 
 void EncoderController::SetRoiConfig(std::vector<video::RoiConfigInfo> configs) {
+  checker_.Check();
   controls_.regions = std::move(configs);
   ApplyControls();
 }

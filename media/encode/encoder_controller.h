@@ -10,6 +10,7 @@
 #include "media/encode/encoder_events.h"
 #include "media/encode/encoder_registry.h"
 #include "media/encode/encoder_run.h"
+#include "media/main_queue/main_queue_checker.h"
 #include "video/video_encoder_controller.h"
 #include "video/video_loggable.h"
 
@@ -41,7 +42,10 @@ class EncoderController final : public video::IVideoEncoderController,
 
  private:
   // Starts the run's thread; false, logged and told to the client, if the system has none left.
-  [[nodiscard]] bool StartThread(const std::shared_ptr<EncoderRun>& run);
+  [[nodiscard]] bool StartThread(const std::shared_ptr<EncoderRun>& run,
+                                 const EncoderEvents& events);
+  // What Stop does, on whatever thread the controller is released.
+  void End(std::uint64_t max_wait_ms);
   void ApplyControls();
   // Makes the input track wake the run, or nobody.
   void ListenToInput();
@@ -51,9 +55,10 @@ class EncoderController final : public video::IVideoEncoderController,
   void LogReferenceSelectionOnce();
 
   const video::VideoStreamType type_;
-  const std::weak_ptr<Client> client_;
   const EncoderRegistry registry_;
   const std::shared_ptr<EncoderCounters> counters_;
+  MainQueueChecker checker_;
+  EncoderRelay relay_;
 
   EncoderControls controls_;
   std::uint32_t late_in_former_tracks_ = 0;
@@ -62,7 +67,6 @@ class EncoderController final : public video::IVideoEncoderController,
 
   // Of the current start.
   std::shared_ptr<EncoderRun> run_;
-  std::shared_ptr<EncoderEvents> events_;
   std::thread thread_;
   // A stopped run whose thread was still busy when the wait was over.
   std::shared_ptr<EncoderRun> unfinished_run_;

@@ -6,16 +6,21 @@
 #include <chrono>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "core/no_more_threads_for_test.h"
+#include "logging/recording_sink_for_test.h"
 #include "media/encode/encoder_controller_for_test.h"
+#include "media/main_queue/off_the_main_queue_for_test.h"
 
 namespace movra::media {
 namespace {
 
 using std::chrono::milliseconds;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -249,6 +254,64 @@ TEST_F(EncoderControllerTest, AReleasedControllerLeavesItsInputTrackUsable) {
   controller_.reset();
   Write(1);
   EXPECT_THAT(WrittenSequences(), ElementsAre(0));
+}
+
+TEST_F(EncoderControllerTest, AClientThatThrowsIsToldOnceAndTheNextStartReachesItAgain) {
+  struct ThrowingClient final : RecordingClient {
+    void OnEncoderPropertyChanged(VideoStreamType type, const video::EncoderProperty& from,
+                                  const video::EncoderProperty& to) override {
+      RecordingClient::OnEncoderPropertyChanged(type, from, to);
+      throw std::runtime_error("broken");
+    }
+  };
+  const auto client = std::make_shared<ThrowingClient>();
+  controller_ = std::make_shared<EncoderController>(video::VideoContext(trace_, "[main]"),
+                                                    VideoStreamType::kSmall, client,
+                                                    ScriptedRegistry(script_));
+  controller_->SetInputTrackReader(track_->GetReader());
+  controller_->SetOutputTrackWriter(recorder_);
+  movra_logging::RecordingSink log;
+  controller_->Start();
+  Write(0);
+  Write(1, {32, 32});  // Another property.
+  recorder_->WaitForPackets(2);
+  main_loop_.RunPosted();
+  controller_->Stop(kLongWaitMs);
+  EXPECT_THAT(client->changes, SizeIs(1));
+  EXPECT_THAT(log.texts(), Contains("The client of an encoder threw: broken").Times(1));
+  controller_->Start();
+  Write(2);
+  recorder_->WaitForPackets(3);
+  main_loop_.RunPosted();
+  EXPECT_THAT(client->changes, SizeIs(2));
+  controller_->Stop(kLongWaitMs);
+}
+
+TEST_F(EncoderControllerTest, EachOperationOffTheMainQueueIsTold) {
+  using Controller = EncoderController;
+  const std::vector<NamedOperation<Controller>> operations = {
+      {"Start", [](Controller& c) { c.Start(); }},
+      {"Stop", [](Controller& c) { c.Stop(kLongWaitMs); }},
+      {"RequestKeyFrame", [](Controller& c) { c.RequestKeyFrame(); }},
+      {"IsStarted", [](Controller& c) { static_cast<void>(c.IsStarted()); }},
+      {"GetStats", [](Controller& c) { static_cast<void>(c.GetStats()); }},
+      {"GetProperty", [](Controller& c) { static_cast<void>(c.GetProperty()); }},
+      {"SetEncodeParams", [](Controller& c) { c.SetEncodeParams({}); }},
+      {"SetInputTrackReader", [](Controller& c) { c.SetInputTrackReader({}); }},
+      {"SetOutputTrackWriter", [](Controller& c) { c.SetOutputTrackWriter({}); }},
+      {"SetRpsNearestRefSize", [](Controller& c) { c.SetRpsNearestRefSize(1); }},
+      {"DeliverRpsAck", [](Controller& c) { c.DeliverRpsAck(1, 1); }},
+      {"SetRoiConfig", [](Controller& c) { c.SetRoiConfig({}); }},
+  };
+  const auto make = [this] { return MakeController(); };
+  ExpectToldOffTheMainQueue(operations, make, "an encoder controller");
+}
+
+TEST_F(EncoderControllerTest, ReleasedOnAnotherThreadIsToldNothing) {
+  const movra_logging::RecordingSink log;
+  controller_->Start();
+  std::thread([this] { controller_.reset(); }).join();
+  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ bool IsSame(const std::weak_ptr<video::IVideoFrameTrackWriter>& a,
 }  // namespace
 
 EncoderRun::EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
-                       std::shared_ptr<EncoderCounters> counters,
-                       std::shared_ptr<EncoderEvents> events, std::shared_ptr<EncoderRun> previous)
+                       std::shared_ptr<EncoderCounters> counters, EncoderEvents events,
+                       std::shared_ptr<EncoderRun> previous)
     : encoder_(std::move(encoder)),
       counters_(std::move(counters)),
       events_(std::move(events)),
@@ -170,8 +170,8 @@ FrameFate EncoderRun::CallWriter(const video::IVideoFrameTrackWriter& writer, Ca
     }
   }
   writer_.reset();
-  events_->Failed(video::VideoEncoderError::kEncodeFailed,
-                  "the stream's writer threw, and nothing more is written to it");
+  events_.Failed(video::VideoEncoderError::kEncodeFailed,
+                 "the stream's writer threw, and nothing more is written to it");
   return FrameFate::kFailed;
 }
 

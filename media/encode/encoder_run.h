@@ -37,7 +37,7 @@ class EncoderRun {
   // `previous` is the run before this one if its thread may still be busy: this one reads and
   // writes nothing before that has finished.
   EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
-             std::shared_ptr<EncoderCounters> counters, std::shared_ptr<EncoderEvents> events,
+             std::shared_ptr<EncoderCounters> counters, EncoderEvents events,
              std::shared_ptr<EncoderRun> previous);
 
   void Run();
@@ -71,7 +71,7 @@ class EncoderRun {
   // The thread alone.
   std::unique_ptr<StreamEncoder> encoder_;
   const std::shared_ptr<EncoderCounters> counters_;
-  const std::shared_ptr<EncoderEvents> events_;
+  const EncoderEvents events_;
   std::shared_ptr<EncoderRun> previous_;
   std::weak_ptr<video::IVideoFrameTrackWriter> given_writer_;  // By the controls.
   std::weak_ptr<video::IVideoFrameTrackWriter> writer_;        // The same until it throws.

@@ -34,7 +34,7 @@ video::EncoderProperty PropertyOf(const IFrameEncoder& encoder, video::VideoCode
 }  // namespace
 
 StreamEncoder::StreamEncoder(video::VideoContext context, video::VideoStreamType type,
-                             EncoderRegistry registry, std::shared_ptr<EncoderEvents> events,
+                             EncoderRegistry registry, EncoderEvents events,
                              std::shared_ptr<EncoderCounters> counters)
     : context_(std::move(context)),
       type_(type),
@@ -76,7 +76,7 @@ bool StreamEncoder::Reads(const PixelFrameInfo& info) {
   if (entry_ == nullptr) return true;
   const bool reads = entry_->Reads(info);
   if (!reads && !input_refused_) {
-    events_->Failed(video::VideoEncoderError::kInputUnsupported, entry_->WhyNotRead(info));
+    events_.Failed(video::VideoEncoderError::kInputUnsupported, entry_->WhyNotRead(info));
   }
   input_refused_ = !reads;
   return reads;
@@ -206,7 +206,7 @@ void StreamEncoder::Fail(const EncoderFailure& failure) {
         << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " "
         << video::VideoStreamTypeToString(type_) << " encoder failed: " << failure.text;
   }
-  events_->Failed(failure.error, failure.text);
+  events_.Failed(failure.error, failure.text);
   if (inside_.empty()) return;
   counters_->CountFailed(static_cast<std::uint32_t>(inside_.size()));
   inside_.clear();
@@ -223,7 +223,7 @@ void StreamEncoder::PublishProperty(const StreamFormat& format) {
   const video::EncoderProperty property = PropertyOf(*encoder_, settings_.codec, format);
   counters_->SetProperty(property);
   if (property == property_) return;
-  events_->PropertyChanged(property_, property);
+  events_.PropertyChanged(property_, property);
   property_ = property;
 }
 

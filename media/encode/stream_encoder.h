@@ -37,7 +37,7 @@ using EncodedFrameReceiver = std::function<FrameFate(const video::EncodedFrame&)
 class StreamEncoder {
  public:
   StreamEncoder(video::VideoContext context, video::VideoStreamType type, EncoderRegistry registry,
-                std::shared_ptr<EncoderEvents> events, std::shared_ptr<EncoderCounters> counters);
+                EncoderEvents events, std::shared_ptr<EncoderCounters> counters);
   // Whatever is still inside is counted as stopped.
   ~StreamEncoder();
   StreamEncoder(const StreamEncoder&) = delete;
@@ -103,7 +103,7 @@ class StreamEncoder {
   const video::VideoContext context_;
   const video::VideoStreamType type_;
   const EncoderRegistry registry_;
-  const std::shared_ptr<EncoderEvents> events_;
+  const EncoderEvents events_;
   const std::shared_ptr<EncoderCounters> counters_;
 
   video::EncodeParams params_;

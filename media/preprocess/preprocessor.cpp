@@ -79,6 +79,7 @@ Preprocessor::Preprocessor(const video::VideoContext& context,
                            std::shared_ptr<core::DispatchQueue> queue, std::vector<StageRow> rows)
     : queue_(std::move(queue)),
       account_(FrameAccount::Of(context.trace())),
+      checker_("a preprocessor", context),
       pipeline_(context, account_),
       stages_(std::move(rows)) {
   ChangeStages([](StageSettings& /*as it is*/) {});
@@ -92,6 +93,7 @@ Preprocessor::~Preprocessor() {
 }
 
 void Preprocessor::StartProcessing() {
+  checker_.Check();
   {
     const std::lock_guard lock(mutex_);
     if (run_ == 0) run_ = ++runs_;
@@ -100,6 +102,7 @@ void Preprocessor::StartProcessing() {
 }
 
 void Preprocessor::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
+  checker_.Check();
   const auto added = reader.lock();
   if (added) CountInto(*added, FrameAccount::Source(account_));
   std::weak_ptr<video::IPixelFrameTrackReader> replaced = std::move(reader);
@@ -122,18 +125,21 @@ void Preprocessor::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackRead
 void Preprocessor::AddInterceptor(InterceptPosition position,
                                   const video::CustomProcessParams& params,
                                   std::weak_ptr<video::VideoInterceptorListener> listener) {
+  checker_.Check();
   Change([&](PipelineSettings& settings) {
     Add(settings.interceptors, {position, params, std::move(listener)});
   });
 }
 
 void Preprocessor::RemoveInterceptor(std::weak_ptr<video::VideoInterceptorListener> listener) {
+  checker_.Check();
   Change([&](PipelineSettings& settings) { Remove(settings.interceptors, listener); });
 }
 
 void Preprocessor::AddOutputTrack(InterceptPosition position,
                                   const video::CustomProcessParams& params,
                                   std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
+  checker_.Check();
   const auto added = writer.lock();
   if (added == nullptr) return;
   const bool is_for_encoder =
@@ -161,6 +167,7 @@ bool Preprocessor::IsEncodersWish(const video::CustomProcessParams& params,
 }
 
 void Preprocessor::RemoveOutputTrack(std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
+  checker_.Check();
   bool was_for_encoder = false;
   Change([&](PipelineSettings& settings) { was_for_encoder = Remove(settings.taps, writer); },
          [&] {
@@ -185,6 +192,7 @@ void Preprocessor::EndChange(std::uint64_t change) {
 }
 
 void Preprocessor::StopProcessing() {
+  checker_.Check();
   video::TrackItem dropped;  // Released after the lock.
   {
     const std::lock_guard lock(mutex_);
@@ -196,6 +204,7 @@ void Preprocessor::StopProcessing() {
 }
 
 void Preprocessor::Snapshot(SnapshotCallback on_done) {
+  checker_.Check();
   {
     const std::lock_guard lock(mutex_);
     if (run_ != 0) {

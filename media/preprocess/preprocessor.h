@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "media/main_queue/main_queue_checker.h"
 #include "media/preprocess/frame_pipeline.h"
 #include "media/preprocess/stage_table.h"
 #include "media/preprocess/stream_clock.h"
@@ -109,11 +110,13 @@ class Preprocessor final : public video::IVideoPreprocessor2,
     bool is_changing = false;                          // An encoder's tap is being replaced.
   };
 
-  // Swaps in changed settings; `and_also` runs in the same step. Main queue.
+  // Swaps in changed settings; `and_also` runs in the same step.
   void Change(const std::function<void(PipelineSettings&)>& change,
               const std::function<void()>& and_also = {});
-  // The same for what stages are told. They prepare themselves first, with no lock held.
-  void ChangeStages(const std::function<void(StageSettings&)>& change);
+  // The same for what stages are told. They prepare themselves first, with no lock held. Most
+  // operations are this call alone, so it checks for them that they are on the main queue.
+  void ChangeStages(const std::function<void(StageSettings&)>& change,
+                    const char* operation = __builtin_FUNCTION());
   // Of a tap at the encoders' position: whether an encoder reads it, or the application looks on.
   [[nodiscard]] bool IsEncodersWish(const video::CustomProcessParams& params,
                                     const video::IPixelFrameTrackWriter& writer) const;
@@ -139,6 +142,7 @@ class Preprocessor final : public video::IVideoPreprocessor2,
 
   const std::shared_ptr<core::DispatchQueue> queue_;
   const std::shared_ptr<FrameAccount> account_;
+  MainQueueChecker checker_;
   FramePipeline pipeline_;         // The queue's.
   StreamClock clock_;              // Likewise.
   StageTable stages_;              // The main queue's, as the three below.

@@ -80,6 +80,7 @@ void Preprocessor::SetEncoderMirror(bool mirror) {
 
 // Holds for the taps that are there, until each is added anew with the size of its own.
 void Preprocessor::SetEncoderOutputSize(int width, int height) {
+  checker_.Check();
   Change([&](PipelineSettings& settings) {
     for (Tap& tap : settings.taps) {
       if (!tap.is_for_encoder || tap.params.stream_type == video::VideoStreamType::kSmall) continue;
@@ -94,17 +95,20 @@ void Preprocessor::SetEncoderRotation(video::VideoRotation rotation) {
 }
 
 void Preprocessor::SetFrameAdaptiveMode(video::FrameAdaptiveMode mode) {
+  checker_.Check();
   Change([&](PipelineSettings& settings) { settings.adaptive_mode = mode; });
 }
 
 // What these tell changes nothing here: sizes and modes arrive with the taps and the adaptive mode,
 // and there is no sensor that would say how the device is held.
-void Preprocessor::SetSourceType(video::VideoSourceType /*type*/) {}
-void Preprocessor::SetProducerMode(video::ProducerMode /*mode*/) {}
-void Preprocessor::SetFrameAdaptiveFlag(bool /*flag*/) {}
-void Preprocessor::SetGSensorMode(video::GSensorMode /*mode*/) {}
+void Preprocessor::SetSourceType(video::VideoSourceType /*type*/) { checker_.Check(); }
+void Preprocessor::SetProducerMode(video::ProducerMode /*mode*/) { checker_.Check(); }
+void Preprocessor::SetFrameAdaptiveFlag(bool /*flag*/) { checker_.Check(); }
+void Preprocessor::SetGSensorMode(video::GSensorMode /*mode*/) { checker_.Check(); }
 
-void Preprocessor::ChangeStages(const std::function<void(StageSettings&)>& change) {
+void Preprocessor::ChangeStages(const std::function<void(StageSettings&)>& change,
+                                const char* operation) {
+  checker_.Check(operation);
   change(stage_settings_);
   FrameWay way = stages_.Prepare(stage_settings_);
   Change([&](PipelineSettings& settings) { settings.way = std::move(way); });

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "media/main_queue/client_relay.h"
+#include "media/main_queue/main_queue_checker.h"
 #include "video/video_renderer_controller.h"
 
 namespace movra::media {
@@ -17,23 +19,28 @@ class UnavailableRenderer final : public video::IVideoRendererController {
 
   // IVideoRendererController
   void Start() override;
-  void Stop(bool /*keep_last_frame*/) override {}
-  void SetInputTrack(std::shared_ptr<video::IPixelFrameTrackReader> /*reader*/) override {}
-  void SetView(std::shared_ptr<video::ObjcWrapper<NSView>> /*view*/) override {}
-  void SetFillMode(video::FillMode /*mode*/) override {}
-  void SetBackgroundColor(std::uint32_t /*color*/) override {}
-  void SetCameraFocusPosition(float /*x*/, float /*y*/) override {}
-  void EnableManualFocus(bool /*enable*/) override {}
+  void Stop(bool keep_last_frame) override;
+  void SetInputTrack(std::shared_ptr<video::IPixelFrameTrackReader> /*reader*/) override {
+    checker_.Check();
+  }
+  void SetView(std::shared_ptr<video::ObjcWrapper<NSView>> /*view*/) override { checker_.Check(); }
+  void SetFillMode(video::FillMode /*mode*/) override { checker_.Check(); }
+  void SetBackgroundColor(std::uint32_t /*color*/) override { checker_.Check(); }
+  void SetCameraFocusPosition(float /*x*/, float /*y*/) override { checker_.Check(); }
+  void EnableManualFocus(bool /*enable*/) override { checker_.Check(); }
   void SetCustomRenderOutput(video::PixelFormat /*format*/, video::BufferType /*type*/,
-                             std::shared_ptr<video::IPixelFrameTrackWriter> /*writer*/) override {}
-  void ResetRenderState() override {}
+                             std::shared_ptr<video::IPixelFrameTrackWriter> /*writer*/) override {
+    checker_.Check();
+  }
+  void ResetRenderState() override { checker_.Check(); }
   void Snapshot(movra_base::OnceCallback<void(std::shared_ptr<video::ObjcWrapper<NSImage>>)>
                     on_done) override;
-  [[nodiscard]] video::RendererStats GetStats() override { return {}; }
+  [[nodiscard]] video::RendererStats GetStats() override;
 
  private:
   const video::VideoContext context_;
-  const std::weak_ptr<Client> client_;
+  MainQueueChecker checker_;
+  ClientRelay<Client> relay_;
   bool is_reported_ = false;
 };
 

@@ -7,6 +7,7 @@
 #include "gtest/gtest.h"
 #include "logging/recording_sink_for_test.h"
 #include "media/frame/platform_objects.h"
+#include "media/main_queue/off_the_main_queue_for_test.h"
 #include "video/video_renderer_controller.h"
 
 namespace movra::media {
@@ -100,6 +101,37 @@ TEST_F(UnavailableRendererTest, EverythingElseIsSafeAndChangesNothing) {
   EXPECT_EQ(renderer_->GetStats().frames_rendered, 0U);
   EXPECT_THAT(client_->errors, IsEmpty());
   EXPECT_EQ(client_->others, 0);
+}
+
+TEST_F(UnavailableRendererTest, AnAnswerThatIsPendingAtTheStopIsDropped) {
+  renderer_->Start();
+  renderer_->Stop(false);
+  renderer_->Start();
+  main_->RunUntilIdle();
+  EXPECT_THAT(client_->errors, ElementsAre(VideoRenderError::kNoDisplay));
+}
+
+TEST_F(UnavailableRendererTest, EachOperationOffTheMainQueueIsTold) {
+  using Renderer = video::IVideoRendererController;
+  const std::vector<NamedOperation<Renderer>> operations = {
+      {"Start", [](Renderer& r) { r.Start(); }},
+      {"Stop", [](Renderer& r) { r.Stop(false); }},
+      {"SetInputTrack", [](Renderer& r) { r.SetInputTrack(nullptr); }},
+      {"SetView", [](Renderer& r) { r.SetView(nullptr); }},
+      {"SetFillMode", [](Renderer& r) { r.SetFillMode(video::FillMode::kFit); }},
+      {"SetBackgroundColor", [](Renderer& r) { r.SetBackgroundColor(0); }},
+      {"SetCameraFocusPosition", [](Renderer& r) { r.SetCameraFocusPosition(0, 0); }},
+      {"EnableManualFocus", [](Renderer& r) { r.EnableManualFocus(true); }},
+      {"SetCustomRenderOutput",
+       [](Renderer& r) { r.SetCustomRenderOutput({}, video::BufferType::kMemory, nullptr); }},
+      {"ResetRenderState", [](Renderer& r) { r.ResetRenderState(); }},
+      {"Snapshot", [](Renderer& r) { r.Snapshot({}); }},
+      {"GetStats", [](Renderer& r) { static_cast<void>(r.GetStats()); }},
+  };
+  const auto make = [this] {
+    return Renderer::Create(video::VideoContext(InstanceTrace(3), "[main]"), client_, main_);
+  };
+  ExpectToldOffTheMainQueue(operations, make, "a renderer");
 }
 
 }  // namespace

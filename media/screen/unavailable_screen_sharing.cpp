@@ -1,18 +1,33 @@
 #include "media/screen/unavailable_screen_sharing.h"
 
-#include "base/once_callback.h"
-#include "core/dispatch_queue.h"
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
 
 namespace movra::media {
 
 void UnavailableScreenSharing::StartDesktopCapture(const video::DesktopScreenParams& params) {
+  checker_.Check();
   ReportUnavailable(static_cast<long>(params.source_id.value_or(0)));
 }
 
 void UnavailableScreenSharing::StartMobileCapture(const video::MobileScreenParams& /*params*/) {
+  checker_.Check();
   ReportUnavailable(0);
+}
+
+void UnavailableScreenSharing::Stop() {
+  checker_.Check();
+  relay_.Close();
+}
+
+void UnavailableScreenSharing::SetClient(std::shared_ptr<Client> client) {
+  checker_.Check();
+  relay_.SetClient(client);
+}
+
+std::uint32_t UnavailableScreenSharing::GetCaptureStat() {
+  checker_.Check();
+  return 0;
 }
 
 // Posted, so that the start has returned before its answer comes.
@@ -24,8 +39,9 @@ void UnavailableScreenSharing::ReportUnavailable(long source) {
         << "Screen sharing is not available yet";
   }
   is_reported_ = true;
-  core::GetMainQueue()->Post(movra_base::BindOnce(&Client::OnScreenSharingError, client_, source,
-                                                  video::VideoScreenSharingError::kUnavailable));
+  relay_.Open().Post([source](Client& client) {
+    client.OnScreenSharingError(source, video::VideoScreenSharingError::kUnavailable);
+  });
 }
 
 }  // namespace movra::media

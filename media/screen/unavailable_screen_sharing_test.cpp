@@ -6,6 +6,7 @@
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "logging/recording_sink_for_test.h"
+#include "media/main_queue/off_the_main_queue_for_test.h"
 #include "video/screen_sharing.h"
 
 namespace movra::media {
@@ -106,6 +107,39 @@ TEST_F(UnavailableScreenSharingTest, EverythingElseIsSafeAndChangesNothing) {
   EXPECT_THAT(client_->errors, IsEmpty());
   EXPECT_EQ(client_->others, 0);
   EXPECT_THAT(video::IScreenSharing::GetSourceList({320, 180}, {32, 32}), IsEmpty());
+}
+
+TEST_F(UnavailableScreenSharingTest, AnAnswerThatIsPendingAtTheStopIsDropped) {
+  sharing_->SetClient(client_);
+  sharing_->StartMobileCapture({});
+  sharing_->Stop();
+  main_->RunUntilIdle();
+  EXPECT_THAT(client_->errors, IsEmpty());
+}
+
+TEST_F(UnavailableScreenSharingTest, EachOperationOffTheMainQueueIsTold) {
+  using Sharing = video::IScreenSharing;
+  const std::vector<NamedOperation<Sharing>> operations = {
+      {"AddOutputWriter", [](Sharing& s) { s.AddOutputWriter(nullptr); }},
+      {"RemoveOutputWriter", [](Sharing& s) { s.RemoveOutputWriter(nullptr); }},
+      {"StartDesktopCapture", [](Sharing& s) { s.StartDesktopCapture({}); }},
+      {"StartMobileCapture", [](Sharing& s) { s.StartMobileCapture({}); }},
+      {"Stop", [](Sharing& s) { s.Stop(); }},
+      {"UpdateDesktopScreenParams", [](Sharing& s) { s.UpdateDesktopScreenParams({}); }},
+      {"UpdateMobileScreenParams", [](Sharing& s) { s.UpdateMobileScreenParams({}); }},
+      {"Pause", [](Sharing& s) { s.Pause(); }},
+      {"Resume", [](Sharing& s) { s.Resume(); }},
+      {"SetClient", [](Sharing& s) { s.SetClient(nullptr); }},
+      {"GetCaptureStat", [](Sharing& s) { static_cast<void>(s.GetCaptureStat()); }},
+      {"AddExcludedShareWindow", [](Sharing& s) { s.AddExcludedShareWindow(1); }},
+      {"RemoveExcludedShareWindow", [](Sharing& s) { s.RemoveExcludedShareWindow(1); }},
+      {"RemoveAllExcludedShareWindow", [](Sharing& s) { s.RemoveAllExcludedShareWindow(); }},
+      {"AddIncludedShareWindow", [](Sharing& s) { s.AddIncludedShareWindow(1); }},
+      {"RemoveIncludedShareWindow", [](Sharing& s) { s.RemoveIncludedShareWindow(1); }},
+      {"RemoveAllIncludedShareWindow", [](Sharing& s) { s.RemoveAllIncludedShareWindow(); }},
+  };
+  const auto make = [] { return Sharing::Create(video::VideoContext(InstanceTrace(3), "[main]")); };
+  ExpectToldOffTheMainQueue(operations, make, "a screen sharing");
 }
 
 }  // namespace
