@@ -3,6 +3,9 @@
 add_library(movra_build_flags INTERFACE)
 add_library(movra::build_flags ALIAS movra_build_flags)
 target_compile_options(movra_build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(movra_build_flags INTERFACE -Wthread-safety)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # False alarms about std::string under optimisation, mended in GCC 13 (bug 105651).
   target_compile_options(movra_build_flags INTERFACE -Wno-restrict)

@@ -76,17 +76,23 @@ function(movra_test_elsewhere name filter)
   endif()
 endfunction()
 
-# movra_must_not_compile(FOLDER)
+# movra_must_not_compile(FOLDER [COMPILER PATH] [FLAGS ...])
 #   For each source of the folder two CTest tests: that it does not compile with MOVRA_MISUSE, and
 #   that its twin without it does. The misuse is tried only where the twin passed, so it cannot fail
-#   for another reason than the lines that differ.
+#   for another reason than the lines that differ. COMPILER is one that finds what the project's may
+#   not, with FLAGS of its own.
 function(movra_must_not_compile folder)
+  cmake_parse_arguments(ARG "" "COMPILER" "FLAGS" ${ARGN})
   if(NOT MOVRA_TESTS)
     return()
   endif()
   file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
   separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_FLAGS}")
-  set(compile ${CMAKE_CXX_COMPILER} ${flags} ${CMAKE_CXX20_STANDARD_COMPILE_OPTION} -fsyntax-only
+  set(compiler ${CMAKE_CXX_COMPILER} ${flags})
+  if(ARG_COMPILER)
+    set(compiler ${ARG_COMPILER} ${ARG_FLAGS})
+  endif()
+  set(compile ${compiler} ${CMAKE_CXX20_STANDARD_COMPILE_OPTION} -fsyntax-only
               -I${PROJECT_SOURCE_DIR})
   foreach(source IN LISTS sources)
     cmake_path(GET source STEM name)

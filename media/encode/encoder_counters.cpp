@@ -21,19 +21,19 @@ EncoderCounters::EncoderCounters(std::shared_ptr<FrameCounters> frames)
     : frames_(std::move(frames)) {}
 
 void EncoderCounters::CountIn() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++record_.frames_in;
 }
 
 void EncoderCounters::CountDroppedForRate() {
   frames_->Count(FrameFate::kDroppedToRate);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++record_.frames_dropped_rate;
 }
 
 void EncoderCounters::CountFailed(std::uint32_t frames) {
   frames_->Count(FrameFate::kFailed, frames);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   record_.frames_failed += frames;
 }
 
@@ -42,7 +42,7 @@ void EncoderCounters::CountStopped(std::uint32_t frames) {
 }
 
 void EncoderCounters::CountEncoded(const Encoded& encoded) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++record_.frames_encoded;
   record_.key_frames += encoded.key_frame ? 1 : 0;
   record_.width = static_cast<std::uint32_t>(encoded.size.width);
@@ -60,17 +60,17 @@ void EncoderCounters::CountEncoded(const Encoded& encoded) {
 void EncoderCounters::CountHandedOver(FrameFate fate) { frames_->Count(fate); }
 
 void EncoderCounters::SetTargetBitrate(std::uint32_t bits_per_second) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   record_.target_bitrate_bps = bits_per_second;
 }
 
 void EncoderCounters::SetProperty(const video::EncoderProperty& property) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   property_ = property;
 }
 
 video::EncoderStats EncoderCounters::Stats() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   video::EncoderStats stats{record_, property_.implementation};
   stats.record.encode_time_mean_us = MeanMicroseconds(encode_time_sum_, record_.frames_encoded);
   stats.record.latency_mean_us = MeanMicroseconds(latency_sum_, latency_count_);
@@ -80,7 +80,7 @@ video::EncoderStats EncoderCounters::Stats() const {
 }
 
 video::EncoderProperty EncoderCounters::Property() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return property_;
 }
 

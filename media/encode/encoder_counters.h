@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 #include "media/figures/frame_counts.h"
+#include "media/threads/mutex.h"
 #include "video/encode_params.h"
 #include "video/size.h"
 #include "video/stats.h"
@@ -50,14 +50,13 @@ class EncoderCounters {
 
  private:
   const std::shared_ptr<FrameCounters> frames_;
-  mutable std::mutex mutex_;
-  // All guarded by mutex_.
-  video::EncoderStatsRecord record_;
-  video::EncoderProperty property_;
-  std::uint64_t bytes_ = 0;
-  std::chrono::nanoseconds encode_time_sum_{0};
-  std::chrono::nanoseconds latency_sum_{0};
-  std::uint32_t latency_count_ = 0;
+  mutable Mutex mutex_;
+  video::EncoderStatsRecord record_ MOVRA_GUARDED_BY(mutex_);
+  video::EncoderProperty property_ MOVRA_GUARDED_BY(mutex_);
+  std::uint64_t bytes_ MOVRA_GUARDED_BY(mutex_) = 0;
+  std::chrono::nanoseconds encode_time_sum_ MOVRA_GUARDED_BY(mutex_){0};
+  std::chrono::nanoseconds latency_sum_ MOVRA_GUARDED_BY(mutex_){0};
+  std::uint32_t latency_count_ MOVRA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace movra::media

@@ -45,59 +45,62 @@ void EncoderRun::Run() {
   if (MayWrite()) encoder_->Flush(receiver_);
   // Closed here, because whoever releases the run may be the main queue.
   encoder_.reset();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   finished_ = true;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void EncoderRun::Wake() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   readable_ = true;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void EncoderRun::SetControls(const EncoderControls& controls) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   controls_ = controls;
   controls_changed_ = true;
   readable_ = true;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void EncoderRun::RequestKeyFrame() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   key_frame_requested_ = true;
 }
 
 void EncoderRun::Drain() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   draining_ = true;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void EncoderRun::Abandon() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   abandoned_ = true;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 bool EncoderRun::WaitFinished(std::chrono::steady_clock::time_point deadline) {
-  std::unique_lock lock(mutex_);
-  const auto finished = [this] { return finished_; };
+  const MutexLock lock(mutex_);
   // Some libraries overflow on a wait until the end of time.
-  if (deadline == std::chrono::steady_clock::time_point::max()) {
-    changed_.wait(lock, finished);
-    return true;
+  const bool forever = deadline == std::chrono::steady_clock::time_point::max();
+  while (!finished_) {
+    if (forever) {
+      changed_.Wait(mutex_);
+    } else if (!changed_.WaitUntil(mutex_, deadline)) {
+      return finished_;
+    }
   }
-  return changed_.wait_until(lock, deadline, finished);
+  return true;
 }
 
 bool EncoderRun::WaitForItem(video::TrackItem& item) {
   while (true) {
     bool draining = false;
     {
-      std::unique_lock lock(mutex_);
-      changed_.wait(lock, [this] { return more_ || readable_ || draining_ || abandoned_; });
+      const MutexLock lock(mutex_);
+      while (!more_ && !readable_ && !draining_ && !abandoned_) changed_.Wait(mutex_);
       if (abandoned_) return false;
       // Before the read: a frame that is written after it sets the flag again.
       readable_ = false;
@@ -111,7 +114,7 @@ bool EncoderRun::WaitForItem(video::TrackItem& item) {
 }
 
 std::shared_ptr<video::IPixelFrameTrackReader> EncoderRun::Reader() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return controls_.reader.lock();
 }
 
@@ -143,11 +146,11 @@ void EncoderRun::HandleEnd(const video::StreamEnd& end) {
 }
 
 void EncoderRun::TakeControls() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   const bool key_frame = std::exchange(key_frame_requested_, false);
   const bool changed = std::exchange(controls_changed_, false);
   const EncoderControls controls = changed ? controls_ : EncoderControls();
-  lock.unlock();
+  lock.Unlock();
   // A writer's first frame must be one that a decoder can begin with.
   const bool new_writer = changed && !IsSame(given_writer_, controls.writer);
   if (new_writer) {
@@ -176,7 +179,7 @@ FrameFate EncoderRun::CallWriter(const video::IVideoFrameTrackWriter& writer, Ca
 }
 
 bool EncoderRun::MayWrite() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !abandoned_;
 }
 

@@ -2,14 +2,13 @@
 #define MOVRA_MEDIA_ENCODE_ENCODER_RUN_H_
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "media/encode/encoder_counters.h"
 #include "media/encode/encoder_events.h"
 #include "media/encode/stream_encoder.h"
+#include "media/threads/mutex.h"
 #include "video/encode_params.h"
 #include "video/pixel_frame_track.h"
 #include "video/video_frame_track.h"
@@ -80,16 +79,15 @@ class EncoderRun {
   };
   bool more_ = false;  // The last read found something, so the next one may too.
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  // All guarded by mutex_.
-  EncoderControls controls_;
-  bool controls_changed_ = true;
-  bool key_frame_requested_ = false;
-  bool readable_ = true;
-  bool draining_ = false;
-  bool abandoned_ = false;
-  bool finished_ = false;
+  Mutex mutex_;
+  Condition changed_;
+  EncoderControls controls_ MOVRA_GUARDED_BY(mutex_);
+  bool controls_changed_ MOVRA_GUARDED_BY(mutex_) = true;
+  bool key_frame_requested_ MOVRA_GUARDED_BY(mutex_) = false;
+  bool readable_ MOVRA_GUARDED_BY(mutex_) = true;
+  bool draining_ MOVRA_GUARDED_BY(mutex_) = false;
+  bool abandoned_ MOVRA_GUARDED_BY(mutex_) = false;
+  bool finished_ MOVRA_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace movra::media

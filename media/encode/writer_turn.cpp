@@ -1,9 +1,9 @@
 #include "media/encode/writer_turn.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
 #include <vector>
+
+#include "media/threads/mutex.h"
 
 namespace movra::media {
 namespace {
@@ -11,10 +11,10 @@ namespace {
 using video::IVideoFrameTrackWriter;
 
 struct Turns {
-  std::mutex mutex;
-  std::condition_variable over;
-  // Guarded by mutex: the writers that a thread is inside of, each once. A few at most.
-  std::vector<const IVideoFrameTrackWriter*> taken;
+  Mutex mutex;
+  Condition over;
+  // The writers that a thread is inside of, each once. A few at most.
+  std::vector<const IVideoFrameTrackWriter*> taken MOVRA_GUARDED_BY(mutex);
 };
 
 // Never destroyed: a thread that is stuck in a writer may outlive the end of main.
@@ -27,20 +27,20 @@ Turns& AllTurns() {
 
 WriterTurn::WriterTurn(const IVideoFrameTrackWriter& writer) : writer_(&writer) {
   Turns& turns = AllTurns();
-  std::unique_lock lock(turns.mutex);
-  turns.over.wait(lock, [&] {
-    return std::find(turns.taken.begin(), turns.taken.end(), writer_) == turns.taken.end();
-  });
+  const MutexLock lock(turns.mutex);
+  while (std::find(turns.taken.begin(), turns.taken.end(), writer_) != turns.taken.end()) {
+    turns.over.Wait(turns.mutex);
+  }
   turns.taken.push_back(writer_);
 }
 
 WriterTurn::~WriterTurn() {
   Turns& turns = AllTurns();
   {
-    const std::lock_guard lock(turns.mutex);
+    const MutexLock lock(turns.mutex);
     turns.taken.erase(std::find(turns.taken.begin(), turns.taken.end(), writer_));
   }
-  turns.over.notify_all();
+  turns.over.NotifyAll();
 }
 
 }  // namespace movra::media

@@ -1,14 +1,15 @@
 #include "media/figures/frame_account.h"
 
 #include <map>
-#include <mutex>
+
+#include "media/threads/mutex.h"
 
 namespace movra::media {
 namespace {
 
 struct Accounts {
-  std::mutex mutex;
-  std::map<std::uint64_t, std::weak_ptr<FrameAccount>> by_trace;  // Guarded by mutex.
+  Mutex mutex;
+  std::map<std::uint64_t, std::weak_ptr<FrameAccount>> by_trace MOVRA_GUARDED_BY(mutex);
 };
 
 // Never destroyed: threads that outlive main may still ask.
@@ -21,7 +22,7 @@ Accounts& AllAccounts() {
 
 std::shared_ptr<FrameAccount> FrameAccount::Of(InstanceTrace trace) {
   Accounts& accounts = AllAccounts();
-  const std::lock_guard lock(accounts.mutex);
+  const MutexLock lock(accounts.mutex);
   if (auto found = accounts.by_trace[trace.id()].lock()) return found;
   std::erase_if(accounts.by_trace, [](const auto& entry) { return entry.second.expired(); });
   auto made = std::make_shared<FrameAccount>();

@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <utility>
 #include <variant>
 
 #include "media/figures/frame_counts.h"
+#include "media/threads/mutex.h"
 #include "media/track/callback_slot.h"
 
 namespace movra::media {
@@ -29,7 +29,7 @@ class BoundedTrack::Queue {
     PixelFrame displaced;  // Released after the lock: that may run a library's destructor.
     auto result = TrackWriteResult::kAccepted;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       const bool is_full = !closed_ && frames_ >= capacity_;
       // It comes again.
       if (is_full && frame.info().delivery == FrameDelivery::kLossless) {
@@ -56,7 +56,7 @@ class BoundedTrack::Queue {
 
   void WriteEnd(const StreamEnd& end) {
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (closed_) return;
       if (!items_.empty() && IsEnd(items_.back())) items_.pop_back();
       items_.emplace_back(end);
@@ -66,7 +66,7 @@ class BoundedTrack::Queue {
 
   // A closed track has room: nobody shall wait for it, the write tells.
   bool HasRoom() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return closed_ || frames_ < capacity_;
   }
 
@@ -74,7 +74,7 @@ class BoundedTrack::Queue {
     TrackItem item;
     bool was_full = false;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (items_.empty()) return item;
       item = std::move(items_.front());
       items_.pop_front();
@@ -88,7 +88,7 @@ class BoundedTrack::Queue {
   void Clear(bool close) {
     std::deque<TrackItem> dropped;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       dropped.swap(items_);
       counters_->Count(FrameFate::kStopped, std::exchange(frames_, 0));
       closed_ = closed_ || close;
@@ -105,7 +105,7 @@ class BoundedTrack::Queue {
   void SetRoomCallback(std::function<void()> callback) { room_.Set(std::move(callback)); }
 
   void CountInto(const std::shared_ptr<FrameCounters>& counters) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (counters_ == counters) return;
     if (std::exchange(is_counted_, true)) {
       // The frames that wait move; what is over stays where it was counted.
@@ -118,23 +118,23 @@ class BoundedTrack::Queue {
   }
 
   bool CountsInto(const FrameCounters& counters) const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return counters_.get() == &counters;
   }
 
   void CountUnwritten(FrameFate fate) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     counters_->Come();
     counters_->Count(fate);
   }
 
   std::uint32_t written() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return written_;
   }
 
   std::uint32_t dropped() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return dropped_;
   }
 
@@ -142,12 +142,11 @@ class BoundedTrack::Queue {
   static bool IsEnd(const TrackItem& item) { return std::holds_alternative<StreamEnd>(item); }
 
   bool HasItem() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return !items_.empty();
   }
 
-  // With mutex_ held.
-  bool TakeOldestLive(PixelFrame& taken) {
+  bool TakeOldestLive(PixelFrame& taken) MOVRA_REQUIRES(mutex_) {
     const auto oldest = std::find_if(items_.begin(), items_.end(), [](const TrackItem& item) {
       const auto* const frame = std::get_if<PixelFrame>(&item);
       return frame != nullptr && frame->info().delivery == FrameDelivery::kLive;
@@ -165,15 +164,15 @@ class BoundedTrack::Queue {
   const std::size_t capacity_;
   CallbackSlot readable_;
   CallbackSlot room_;
-  mutable std::mutex mutex_;
-  // All guarded by mutex_.
-  std::deque<TrackItem> items_;
-  std::size_t frames_ = 0;  // Of items_, without the end marks.
-  std::uint32_t written_ = 0;
-  std::uint32_t dropped_ = 0;
-  bool closed_ = false;
-  std::shared_ptr<FrameCounters> counters_ = std::make_shared<FrameCounters>();
-  bool is_counted_ = false;  // Somebody asked for the counts.
+  mutable Mutex mutex_;
+  std::deque<TrackItem> items_ MOVRA_GUARDED_BY(mutex_);
+  std::size_t frames_ MOVRA_GUARDED_BY(mutex_) = 0;  // Of items_, without the end marks.
+  std::uint32_t written_ MOVRA_GUARDED_BY(mutex_) = 0;
+  std::uint32_t dropped_ MOVRA_GUARDED_BY(mutex_) = 0;
+  bool closed_ MOVRA_GUARDED_BY(mutex_) = false;
+  std::shared_ptr<FrameCounters> counters_ MOVRA_GUARDED_BY(mutex_) =
+      std::make_shared<FrameCounters>();
+  bool is_counted_ MOVRA_GUARDED_BY(mutex_) = false;  // Somebody asked for the counts.
 };
 
 // Both ends: each may be the only one that somebody has.

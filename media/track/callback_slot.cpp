@@ -11,7 +11,7 @@ void CallbackSlot::Set(std::function<void()> callback) {
   if (callback) {
     previous = std::make_shared<const std::function<void()>>(std::move(callback));
   }
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   callback_.swap(previous);
   run_again_ = false;
   has_thrown_ = false;
@@ -20,13 +20,14 @@ void CallbackSlot::Set(std::function<void()> callback) {
     // The runner holds the last reference from here on: it destroys the callback before it says
     // that the run has ended.
     previous.reset();
-    run_ended_.wait(lock, [&, run = ended_runs_] { return ended_runs_ != run; });
+    const std::uint64_t run = ended_runs_;
+    while (ended_runs_ == run) run_ended_.Wait(mutex_);
   }
-  lock.unlock();  // Before `previous` goes, which may run anybody's destructor.
+  lock.Unlock();  // Before `previous` goes, which may run anybody's destructor.
 }
 
 void CallbackSlot::Run() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (running_ != nullptr) {
     run_again_ = true;
     return;
@@ -37,10 +38,10 @@ void CallbackSlot::Run() {
     if (callback == nullptr || has_thrown_) return;
     running_ = callback.get();
     running_thread_ = std::this_thread::get_id();
-    lock.unlock();
+    lock.Unlock();
     const bool has_returned =
         movra_logging::CallGuarded("The callback of a frame track", *callback);
-    lock.lock();
+    lock.Lock();
     if (callback == callback_) {
       has_thrown_ = !has_returned;
       callback.reset();  // Not the last reference: nothing is destroyed under the lock.
@@ -48,13 +49,13 @@ void CallbackSlot::Run() {
       // It was replaced meanwhile, and nobody but this thread holds it any more. Once it is gone a
       // new one may come to stand at its address, and is not the one that runs.
       running_ = this;
-      lock.unlock();
+      lock.Unlock();
       callback.reset();
-      lock.lock();
+      lock.Lock();
     }
     running_ = nullptr;
     ++ended_runs_;
-    run_ended_.notify_all();
+    run_ended_.NotifyAll();
   } while (run_again_);
 }
 

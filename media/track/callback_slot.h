@@ -1,12 +1,12 @@
 #ifndef MOVRA_MEDIA_TRACK_CALLBACK_SLOT_H_
 #define MOVRA_MEDIA_TRACK_CALLBACK_SLOT_H_
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "media/threads/mutex.h"
 
 namespace movra::media {
 
@@ -31,15 +31,15 @@ class CallbackSlot {
   void Run();
 
  private:
-  std::mutex mutex_;
-  std::condition_variable run_ended_;
-  // All guarded by mutex_.
-  std::shared_ptr<const std::function<void()>> callback_;
-  const void* running_ = nullptr;  // Which callback is running; null: none.
-  std::thread::id running_thread_;
-  std::uint64_t ended_runs_ = 0;
-  bool run_again_ = false;
-  bool has_thrown_ = false;  // The callback that is set.
+  Mutex mutex_;
+  Condition run_ended_;
+  std::shared_ptr<const std::function<void()>> callback_ MOVRA_GUARDED_BY(mutex_);
+  // Which callback is running; null: none.
+  const void* running_ MOVRA_GUARDED_BY(mutex_) = nullptr;
+  std::thread::id running_thread_ MOVRA_GUARDED_BY(mutex_);
+  std::uint64_t ended_runs_ MOVRA_GUARDED_BY(mutex_) = 0;
+  bool run_again_ MOVRA_GUARDED_BY(mutex_) = false;
+  bool has_thrown_ MOVRA_GUARDED_BY(mutex_) = false;  // The callback that is set.
 };
 
 }  // namespace movra::media
