@@ -28,6 +28,7 @@ class DispatchQueue {
 
   // Appends a task. The queue owns it from here on and destroys it unrun if it ends before the
   // task's turn; a task may therefore keep alive what it needs, and must not count on being run.
+  // What tasks post while they are destroyed with their queue is destroyed too.
   virtual void Post(Task task) = 0;
 
   // Appends a task when the delay has passed on the monotonic clock, not before. Tasks that are

@@ -1,6 +1,8 @@
 #include "testing/simulated_queue.h"
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace movra::testing {
 
@@ -31,7 +33,22 @@ void SimulatedClock::AdvanceBy(std::chrono::nanoseconds duration) {
 
 void SimulatedClock::Add(std::chrono::nanoseconds delay, Waiting waiting) {
   const std::lock_guard lock(mutex_);
-  waiting_.emplace(now_ + delay, std::move(waiting));
+  const auto until_the_end = std::chrono::nanoseconds::max() - now_;
+  waiting_.emplace(now_ + std::min(delay, until_the_end), std::move(waiting));
+}
+
+bool SimulatedClock::DropThoseOfEndedQueues() {
+  std::vector<core::Task> dropped;  // Destroyed without the lock: a task's end may post.
+  const std::lock_guard lock(mutex_);
+  for (auto it = waiting_.begin(); it != waiting_.end();) {
+    if (!it->second.queue.expired()) {
+      ++it;
+      continue;
+    }
+    dropped.push_back(std::move(it->second.task));
+    it = waiting_.erase(it);
+  }
+  return !dropped.empty();
 }
 
 SimulatedQueue::SimulatedQueue(std::string name, std::shared_ptr<Journal> journal,
@@ -42,6 +59,10 @@ SimulatedQueue::SimulatedQueue(std::string name, std::shared_ptr<Journal> journa
 
 SimulatedQueue::~SimulatedQueue() {
   if (journal_ != nullptr) journal_->Add(Journal::kEnd, "~" + name());
+  // The end of a task may post, so this goes on until nothing is left.
+  do {
+    DropAll();
+  } while (clock_->DropThoseOfEndedQueues() || waiting() > 0);
 }
 
 bool SimulatedQueue::RunOne() {

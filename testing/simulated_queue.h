@@ -41,6 +41,8 @@ class SimulatedClock {
   };
 
   void Add(std::chrono::nanoseconds delay, Waiting waiting);
+  // Returns whether there were any.
+  bool DropThoseOfEndedQueues();
 
   mutable std::mutex mutex_;
   // Guarded by mutex_.
