@@ -32,8 +32,8 @@ struct EncodedFileWriterOptions {
   bool stays_open = false;
   // Writing thread, at most once: the file broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the file is finished, whole or broken off; at most
-  // once. For each end where it stays open.
+  // Writing thread: the stream's end has come and the file is finished, whole or broken off; at
+  // most once. For each end where it stays open.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
