@@ -39,9 +39,9 @@ struct SinkRequest {
   bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the sink is finished, whole or broken off; at most
-  // once. For each end where it stays open. A sink behind a fan-out that broke off is not told of
-  // the end any more.
+  // Writing thread: the stream's end has come and the sink is finished, whole or broken off; at
+  // most once. For each end where it stays open. A sink behind a fan-out that broke off is not told
+  // of the end any more.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
