@@ -127,6 +127,8 @@ constexpr Kind kKinds[] = {
     {"clip.ts", "-c:v libx264 -preset veryfast -bf 2 -g 12"},
     {"one-key.ts", "-c:v libx264 -preset veryfast -bf 2 -g 900"},
     {"mpeg2.ts", "-c:v mpeg2video -bf 2 -g 12 -q:v 2"},
+    {"clip.mpg", "-c:v mpeg2video -bf 2 -g 12 -q:v 2"},
+    {"clip.flv", "-c:v libx264 -preset veryfast -bf 2 -g 12"},
     {"clip.avi", "-c:v mpeg4 -q:v 2 -g 12"},
     {"clip.mov", "-c:v mjpeg -q:v 2"},
     {"clip.y4m", "-pix_fmt yuv420p"},
@@ -158,6 +160,19 @@ TEST_F(FileStartTest, WhatBreaksOffBehindItsStartDoesSoByTheFilesOwnTime) {
   EXPECT_EQ(late.end.reason, all.end.reason);
   EXPECT_EQ(late.numbers.front(), 30);
   EXPECT_EQ(late.numbers.back(), all.numbers.back());
+}
+
+TEST_F(FileStartTest, PicturesLieAsTheKeyFrameBeforeThemSaid) {
+  clips_.Make("plain.mp4", "-c:v libx264 -preset veryfast -g 900 -vf hflip", kFrames);
+  clips_.RunFfmpeg(
+      "-i plain.mp4 -c copy -bsf:v h264_metadata=display_orientation=insert:flip=horizontal "
+      "flip.mkv");
+  const auto source = MakeFrameSource(FileSourceId(clips_.Path("flip.mkv")) + "?start=1500ms");
+  ASSERT_EQ(source->Open({}).error_code, 0);
+  const SourceItem item = source->Read({});
+  const auto* const frame = std::get_if<SourceFrame>(&item);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_TRUE(frame->mirrored);
 }
 
 TEST_F(FileStartTest, DamageBeforeItIsNoneOfItsBusiness) {

@@ -143,9 +143,8 @@ void VideoFileDecoder::SeekToTheStart() {
     const std::int64_t time = *start_pts_ - InUnits(back, stream_->time_base);
     if (time <= stream_->start_time) break;
     has_moved = true;
-    began_late_ = HasKeyFrameFrom(time) &&
-                  av_seek_frame(container_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
-    if (!began_late_) continue;
+    if (!HasKeyFrameFrom(time) || !SeekTo(time)) continue;
+    late_from_ = time;
     waits_for_key_ = true;
     account_.BeginLate();
     return;
@@ -154,7 +153,7 @@ void VideoFileDecoder::SeekToTheStart() {
 }
 
 bool VideoFileDecoder::HasKeyFrameFrom(std::int64_t time) {
-  if (av_seek_frame(container_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) < 0) return false;
+  if (!SeekTo(time)) return false;
   while (av_read_frame(container_.get(), packet_.get()) >= 0) {
     const bool is_wanted = packet_->stream_index == stream_->index;
     const bool is_key = (packet_->flags & AV_PKT_FLAG_KEY) != 0;
@@ -329,7 +328,7 @@ std::optional<SourceFrame> VideoFileDecoder::Deliver(AvFramePtr frame) {
   SourceFrame item{wrapped.WithInfo(info),
                    UprightSize(info.size, aspect.num, aspect.den, orientation.rotation),
                    orientation.mirror};
-  only_ = delivered_ == 1 && start_.count() == 0 ? std::optional(item) : std::nullopt;
+  only_ = delivered_ == 1 ? std::optional(item) : std::nullopt;
   return item;
 }
 
@@ -399,20 +398,23 @@ bool VideoFileDecoder::Rewind() {
   // No end mark will tell of what the file lacks.
   if (std::exchange(broken_off_, false) && told_missing_ == 0) CountDamage();
   account_.Rewind();
-  waits_for_key_ = began_late_;
+  waits_for_key_ = late_from_.has_value();
   left_out_ = nanoseconds(0);
   pass_start_ = ExpectedTime();
   first_pts_.reset();
   return true;
 }
 
+bool VideoFileDecoder::SeekTo(std::int64_t time) {
+  return av_seek_frame(container_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
 bool VideoFileDecoder::SeekToTheFirst() {
+  // From elsewhere other packets might come, in whose account the pictures before it would lack.
+  if (late_from_ && SeekTo(*late_from_)) return true;
   // By the decoding time: what is decoded first is often shown later. Where the time begins before
   // zero, the first packets may have none, and no time leads to them.
-  if (first_packet_dts_ && av_seek_frame(container_.get(), stream_->index, *first_packet_dts_,
-                                         AVSEEK_FLAG_BACKWARD) >= 0) {
-    return true;
-  }
+  if (first_packet_dts_ && SeekTo(*first_packet_dts_)) return true;
   const bool is_simple = (container_->iformat->flags & AVFMT_GENERIC_INDEX) != 0;
   if (is_simple && av_seek_frame(container_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) >= 0) {
     return true;

@@ -92,6 +92,7 @@ class VideoFileDecoder {
   [[nodiscard]] std::chrono::nanoseconds Stamp(const AVFrame& frame);
   // Whether the time of a picture is that of the one before and its length.
   [[nodiscard]] bool CountsPictures() const;
+  [[nodiscard]] bool SeekTo(std::int64_t time);
   [[nodiscard]] bool SeekToTheFirst();
   [[nodiscard]] SourceItem NextOfStill();
   [[nodiscard]] video::StreamEnd End() const;
@@ -123,7 +124,7 @@ class VideoFileDecoder {
   std::chrono::nanoseconds start_{0};
   std::optional<std::int64_t> start_pts_;  // Once it is known when the stream's time begins.
   std::chrono::nanoseconds left_out_{0};   // Up to the end of the last one that was.
-  bool began_late_ = false;                // Reading did, with a key frame.
+  std::optional<std::int64_t> late_from_;  // Where reading was sent to, if it began late.
   bool waits_for_key_ = false;
 
   FileAccount account_;
