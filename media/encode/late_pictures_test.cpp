@@ -3,18 +3,9 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <mutex>
-#include <stdexcept>
-#include <thread>
-#include <vector>
 
-#include "media/encode/encoder_controller_for_test.h"
-#include "media/figures/frame_account.h"
-
-// Encoders whose pictures come some frames late, or several at once.
+#include "media/encode/late_pictures_for_test.h"
 
 namespace movra::media {
 namespace {
@@ -25,7 +16,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using video::EncodeParams;
-using video::VideoStreamType;
 
 // Remembers how many pictures there were at the end mark.
 class EndRecorder : public PacketRecorder {
@@ -35,82 +25,6 @@ class EndRecorder : public PacketRecorder {
     PacketRecorder::WriteEnd(end);
   }
   std::size_t packets_at_end = 0;
-};
-
-class LatePicturesTest : public EncoderControllerFixture {
- protected:
-  // Frame `index`, with a description that no other frame has.
-  video::PixelFrame Frame(int index, const video::Size& size = kSmallSize) const {
-    return Redescribed(PaintFrame(size, index), [index](video::PixelFrameInfo& info) {
-      info.capture_time = milliseconds(1000 + index);
-      info.damaged_frames = static_cast<std::uint64_t>(2 * index);
-    });
-  }
-
-  void WriteFrames(int begin, int end, const video::Size& size = kSmallSize) {
-    for (int i = begin; i < end; ++i) track_->GetWriter()->Write(Frame(i, size));
-  }
-
-  void StartAndDrain() {
-    controller_->Start();
-    controller_->Stop(kLongWaitMs);
-  }
-
-  void ChangeBitrate(int bits_per_second) {
-    EncodeParams params;
-    params.bitrate_bps = bits_per_second;
-    controller_->SetEncodeParams(params);
-  }
-
-  // Each picture, whenever it came, says of its frame what the frame said of itself.
-  void ExpectEachMatched() const {
-    std::uint64_t number = 0;
-    for (const auto& packet : recorder_->packets()) {
-      const video::EncodedFrame& frame = packet.frame;
-      const auto index = static_cast<int>(frame.sequence);
-      EXPECT_EQ(frame.timestamp, Frame(index).info().timestamp) << index;
-      EXPECT_EQ(frame.capture_time, milliseconds(1000 + index)) << index;
-      EXPECT_EQ(frame.damaged_frames, 2 * frame.sequence) << index;
-      EXPECT_EQ(packet.bytes.back(), index);
-      EXPECT_EQ(frame.temporal_layer, index % 2);
-      EXPECT_EQ(frame.referenced, index % 2 == 0);
-      EXPECT_EQ(frame.number, number++);
-    }
-  }
-
-  FrameCounts Counts() const { return account_->Totals(VideoStreamType::kSmall).stream; }
-
-  // Waits for the thread of an abandoned run to count what it had.
-  void WaitForFates(std::uint64_t frames) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (Counts().sum() < frames && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::yield();
-    }
-  }
-
-  // That all of them, and no other ones, have their fate.
-  void ExpectFates(std::uint64_t encoded, std::uint64_t failed, std::uint64_t stopped = 0) const {
-    const FrameCounts counts = Counts();
-    EXPECT_EQ(counts.of(FrameFate::kEncoded), encoded);
-    EXPECT_EQ(counts.of(FrameFate::kFailed), failed);
-    EXPECT_EQ(counts.of(FrameFate::kStopped), stopped);
-    EXPECT_EQ(counts.sum(), encoded + failed + stopped);
-  }
-
-  void Change(const std::function<void(Script&)>& change) {
-    const std::lock_guard lock(script_->mutex);
-    change(*script_);
-  }
-
-  std::vector<std::uint64_t> KeyFrames() const {
-    std::vector<std::uint64_t> sequences;
-    for (const auto& packet : recorder_->packets()) {
-      if (packet.frame.key_frame) sequences.push_back(packet.frame.sequence);
-    }
-    return sequences;
-  }
-
-  const std::shared_ptr<FrameAccount> account_ = FrameAccount::Of(trace_);
 };
 
 TEST_F(LatePicturesTest, APictureThatComesLateIsMatchedToItsFrame) {
@@ -284,37 +198,6 @@ TEST_F(LatePicturesTest, AllThatIsInsideGoesToTheWriterOfBefore) {
   ExpectFates(7, 0);
 }
 
-TEST_F(LatePicturesTest, WhatIsInsideAnAbandonedEncoderIsCountedAsStopped) {
-  script_->delay = 3;
-  recorder_->HoldNextWrite();
-  WriteFrames(0, 4);
-  controller_->Start();
-  recorder_->WaitUntilHeld();
-  controller_->Stop(0);
-  recorder_->Release();
-  WaitForFates(4);
-  ExpectFates(1, 0, 3);
-  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
-  EXPECT_EQ(script_->flushes, 0);
-}
-
-TEST_F(LatePicturesTest, AFlushThatIsAbandonedWritesNothingMore) {
-  script_->delay = 3;
-  recorder_->HoldNextWrite();
-  WriteFrames(0, 3);
-  track_->GetWriter()->WriteEnd(video::StreamEnd());
-  controller_->Start();
-  recorder_->WaitUntilHeld();
-  controller_->Stop(0);
-  recorder_->Release();
-  WaitForFates(3);
-  ExpectFates(1, 0, 2);
-  // The second one was refused, and the third not even asked for.
-  EXPECT_EQ(controller_->GetStats().record.frames_encoded, 2U);
-  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
-  EXPECT_THAT(recorder_->ends(), IsEmpty());
-}
-
 TEST_F(LatePicturesTest, ARequestedKeyFrameComesBehindWhatIsInside) {
   script_->delay = 3;
   controller_->Start();
@@ -362,81 +245,6 @@ TEST_F(LatePicturesTest, AKeyFrameOfBeforeAJumpBackLeavesTheScheduleBehindIt) {
   EXPECT_THAT(AskedForKey(), ElementsAre(0, 15, 35));
 }
 
-TEST_F(LatePicturesTest, AFailureCountsWhatIsInside) {
-  script_->delay = 3;
-  controller_->Start();
-  WriteFrames(0, 4);
-  recorder_->WaitForPackets(1);
-  Change([](Script& script) { script.encode_fails = true; });
-  WriteFrames(4, 6);
-  Flush();
-  ExpectFates(1, 5);
-  EXPECT_EQ(controller_->GetStats().record.frames_failed, 5U);
-  ASSERT_THAT(client_->errors, SizeIs(1));
-  EXPECT_EQ(client_->errors[0].text, "told to fail");
-}
-
-TEST_F(LatePicturesTest, AFailureToGiveCountsWhatIsInside) {
-  script_->take_fails = true;
-  controller_->Start();
-  WriteFrames(0, 2);
-  Flush();
-  ExpectFates(0, 2);
-  ASSERT_THAT(client_->errors, SizeIs(1));
-  EXPECT_EQ(client_->errors[0].text, "told not to give");
-  EXPECT_EQ(controller_->GetProperty(), video::EncoderProperty());
-}
-
-TEST_F(LatePicturesTest, AFailedFlushCountsWhatIsInside) {
-  script_->delay = 2;
-  script_->flush_fails = true;
-  controller_->Start();
-  WriteFrames(0, 3);
-  Flush();
-  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
-  ExpectFates(1, 2);
-  ASSERT_THAT(client_->errors, SizeIs(1));
-  EXPECT_EQ(client_->errors[0].text, "told not to flush");
-}
-
-TEST_F(LatePicturesTest, AFrameOfWhichNoPictureComesHasFailed) {
-  script_->delay = 2;
-  script_->flush_gives_nothing = true;
-  controller_->Start();
-  WriteFrames(0, 3);
-  Flush();
-  ExpectFates(1, 2);
-  ASSERT_THAT(client_->errors, SizeIs(1));
-  EXPECT_THAT(client_->errors[0].text, HasSubstr("no picture for 2 frames"));
-}
-
-TEST_F(LatePicturesTest, APictureOfNoFrameIsAFailure) {
-  script_->gives_foreign_ticks = true;
-  controller_->Start();
-  WriteFrames(0, 1);
-  Flush();
-  EXPECT_THAT(recorder_->packets(), IsEmpty());
-  ExpectFates(0, 1);
-  ASSERT_THAT(client_->errors, SizeIs(1));
-  EXPECT_EQ(client_->errors[0].error, video::VideoEncoderError::kEncodeFailed);
-}
-
-TEST_F(LatePicturesTest, AfterAFailureWithPicturesInsideChangedParametersTryAgain) {
-  script_->delay = 2;
-  controller_->Start();
-  WriteFrames(0, 3);
-  recorder_->WaitForPackets(1);
-  Change([](Script& script) { script.encode_fails = true; });
-  WriteFrames(3, 4);
-  Flush();
-  Change([](Script& script) { script.encode_fails = false; });
-  ChangeBitrate(700'000);
-  WriteFrames(4, 6);
-  controller_->Stop(kLongWaitMs);
-  EXPECT_THAT(WrittenSequences(), ElementsAre(0, 4, 5));
-  ExpectFates(3, 3);
-}
-
 TEST_F(LatePicturesTest, AChangeThatIsTakenOverLeavesWhatIsInsideInside) {
   script_->delay = 3;
   controller_->Start();
@@ -482,36 +290,6 @@ TEST_F(LatePicturesTest, BeforeAChangeWithoutEffectOpensAnotherAllThatIsInsideCo
   ExpectEachMatched();
   EXPECT_THAT(script_->opened, SizeIs(::testing::Ge(2U)));
   ExpectFates(6, 0);
-}
-
-class ThrowingWriter : public video::IVideoFrameTrackWriter {
- public:
-  void Write(const video::EncodedFrame& /*frame*/) override {
-    ++writes;
-    throw std::runtime_error("no");
-  }
-
-  int writes = 0;
-};
-
-TEST_F(LatePicturesTest, AWriterThatThrowsGetsNoneOfThoseThatComeWithIt) {
-  const auto thrower = std::make_shared<ThrowingWriter>();
-  controller_->SetOutputTrackWriter(thrower);
-  script_->at_once = 3;
-  WriteFrames(0, 3);
-  StartAndDrain();
-  EXPECT_EQ(thrower->writes, 1);
-  ExpectFates(0, 3);
-}
-
-TEST_F(LatePicturesTest, WhatIsInsideWhenTheWriterGoesHasNowhereToGo) {
-  script_->delay = 2;
-  controller_->Start();
-  WriteFrames(0, 3);
-  recorder_->WaitForPackets(1);
-  recorder_.reset();
-  controller_->Stop(kLongWaitMs);
-  ExpectFates(1, 2);
 }
 
 }  // namespace
