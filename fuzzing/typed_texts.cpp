@@ -74,8 +74,8 @@ void FuzzIdText(Bytes bytes) {
   const media::SourceId written = media::ParseSourceId(media::SourceAddressOf(id));
   Require(written == media::SourceId{id, {}}, "any name can be written as an address");
   const auto playback = media::ParsePlayback(media::ParseSourceId(id).options);
-  const auto* const wanted = std::get_if<media::Playback>(&playback);
-  Require(wanted == nullptr || wanted->start.count() >= 0, "a start is not before the beginning");
+  Require(media::FailureOf(playback) != nullptr || media::ValueOf(playback).start.count() >= 0,
+          "a start is not before the beginning");
 }
 
 void FuzzObjectText(Bytes bytes) {

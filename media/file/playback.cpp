@@ -30,15 +30,16 @@ bool Take(const SourceOption& option, Playback& playback) {
 
 }  // namespace
 
-std::variant<Playback, std::string> ParsePlayback(const std::vector<SourceOption>& options) {
+Result<Playback, CameraError> ParsePlayback(const std::vector<SourceOption>& options) {
   Playback playback;
   for (const SourceOption& option : options) {
     if (Take(option, playback)) continue;
-    return "a file is not played with '" + option.name +
-           (option.value ? "=" + *option.value : std::string()) +
-           "'; behind a ? stand, joined by "
-           "&, some of " +
-           WhatThereIs() + ", and a ? in a name is written %3F";
+    return Failure<CameraError>{CameraError::kBadOption,
+                                "a file is not played with '" + option.name +
+                                    (option.value ? "=" + *option.value : std::string()) +
+                                    "'; behind a ? stand, joined by "
+                                    "&, some of " +
+                                    WhatThereIs() + ", and a ? in a name is written %3F"};
   }
   return playback;
 }

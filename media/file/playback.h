@@ -4,11 +4,12 @@
 #include <array>
 #include <chrono>
 #include <string>
-#include <variant>
 #include <vector>
 
+#include "media/capture/camera_error.h"
 #include "media/capture/source_id.h"
 #include "media/capture/source_kind.h"
+#include "media/result/result.h"
 
 namespace movra::media {
 
@@ -28,9 +29,8 @@ inline constexpr std::array kPlaybackOptions{
     SourceOptionKind{"start", "T", "from that time on, as in start=1m30s"},
 };
 
-// What the options ask for, or what is wrong with them, for people.
-[[nodiscard]] std::variant<Playback, std::string> ParsePlayback(
-    const std::vector<SourceOption>& options);
+// What the options ask for, or kBadOption.
+[[nodiscard]] Result<Playback, CameraError> ParsePlayback(const std::vector<SourceOption>& options);
 
 }  // namespace movra::media
 

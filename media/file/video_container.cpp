@@ -28,7 +28,7 @@ bool HoldsItsOwnSamples(const AVInputFormat& format) {
   return std::find(kContainers.begin(), kContainers.end(), FormatName(format)) != kContainers.end();
 }
 
-VideoContainer::Failure NotAVideo(int error) {
+Failure<CameraError> NotAVideo(int error) {
   return {CameraError::kNotAVideo,
           "is not a video, or its beginning is damaged (" + ErrorText(error) + ")"};
 }
@@ -58,13 +58,14 @@ AVIOInterruptCB InterruptedBy(const std::atomic<bool>* interrupted) {
 
 }  // namespace
 
-VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContext* pipe,
-                                             const std::atomic<bool>* interrupted) {
+std::optional<Failure<CameraError>> VideoContainer::Open(const std::string& path, AVIOContext* pipe,
+                                                         const std::atomic<bool>* interrupted) {
   path_ = path;
   interrupted_ = interrupted;
   if (pipe == nullptr) {
     if (const int error = OpenFile(); error < 0) {
-      return {CameraError::kCannotOpen, "cannot be opened (" + ErrorText(error) + ")"};
+      return Failure<CameraError>{CameraError::kCannotOpen,
+                                  "cannot be opened (" + ErrorText(error) + ")"};
     }
   }
   AVIOContext* const io = pipe != nullptr ? pipe : file_.get();
@@ -72,29 +73,33 @@ VideoContainer::Failure VideoContainer::Open(const std::string& path, AVIOContex
   const int probed = av_probe_input_buffer2(io, &format_, "", nullptr, 0, 0);
   // Reading may have failed as well.
   if (probed == AVERROR_INVALIDDATA && io->bytes_read == 0) {
-    return {CameraError::kEmptyFile, "is empty"};
+    return Failure<CameraError>{CameraError::kEmptyFile, "is empty"};
   }
   if (probed < 0) return NotAVideo(probed);
   if (!HoldsItsOwnSamples(*format_)) {
-    return {CameraError::kNotAVideo, "has no video of its own in it but is '" +
-                                         std::string(format_->name) + "' (" + format_->long_name +
-                                         "); " + kWhatIsPlayed};
+    return Failure<CameraError>{CameraError::kNotAVideo, "has no video of its own in it but is '" +
+                                                             std::string(format_->name) + "' (" +
+                                                             format_->long_name + "); " +
+                                                             kWhatIsPlayed};
   }
   const int error = OpenContext(io);
   if (!refused_.empty()) {
-    return {CameraError::kNotAVideo,
-            "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
+    return Failure<CameraError>{
+        CameraError::kNotAVideo,
+        "refers to '" + refused_ + "', which is not opened: " + kWhatIsPlayed};
   }
   if (pipe != nullptr && error == AVERROR(EIO) && FormatName(*format_) == "gif") {
-    return {CameraError::kUnsupported,
-            "is a GIF, which cannot be read from a pipe; it has to be a file"};
+    return Failure<CameraError>{CameraError::kUnsupported,
+                                "is a GIF, which cannot be read from a pipe; it has to be a file"};
   }
   if (index_is_behind_) {
-    return {CameraError::kUnsupported,
-            "is an MP4 or MOV whose index stands at its end, which cannot be read from a pipe; it "
-            "has to be a file, or to have its index in front (ffmpeg -movflags +faststart)"};
+    return Failure<CameraError>{
+        CameraError::kUnsupported,
+        "is an MP4 or MOV whose index stands at its end, which cannot be read from a pipe; it "
+        "has to be a file, or to have its index in front (ffmpeg -movflags +faststart)"};
   }
-  return error < 0 ? NotAVideo(error) : Failure();
+  if (error < 0) return NotAVideo(error);
+  return std::nullopt;
 }
 
 bool VideoContainer::Reopen() {

@@ -2,10 +2,12 @@
 #define MOVRA_MEDIA_FILE_VIDEO_CONTAINER_H_
 
 #include <atomic>
+#include <optional>
 #include <string>
 
 #include "media/capture/camera_error.h"
 #include "media/ffmpeg/ffmpeg_ptr.h"
+#include "media/result/result.h"
 
 struct AVDictionary;
 struct AVInputFormat;
@@ -27,15 +29,12 @@ class VideoContainer {
   VideoContainer(const VideoContainer&) = delete;
   VideoContainer& operator=(const VideoContainer&) = delete;
 
-  struct Failure {
-    CameraError error = CameraError::kNone;
-    std::string text;  // What is wrong with the file, behind whose name it goes: "is not a video".
-  };
-
   // Once. Reads from `pipe`, or from the regular file at the path if that is null. Both arguments
-  // outlive the container; reading fails once `interrupted` is set.
-  [[nodiscard]] Failure Open(const std::string& path, AVIOContext* pipe = nullptr,
-                             const std::atomic<bool>* interrupted = nullptr);
+  // outlive the container; reading fails once `interrupted` is set. Nothing, or what is wrong: a
+  // text that goes behind the file's name, "is not a video".
+  [[nodiscard]] std::optional<Failure<CameraError>> Open(
+      const std::string& path, AVIOContext* pipe = nullptr,
+      const std::atomic<bool>* interrupted = nullptr);
 
   // Once it is open: begins again at the file's first byte, with a new context. False of a pipe,
   // and where the file is no longer what it was; there may be no context then.

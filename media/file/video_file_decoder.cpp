@@ -28,7 +28,7 @@ using video::VideoRotation;
 
 constexpr nanoseconds kUsualDuration{40'000'000};
 
-CameraInfo Failure(CameraError error, std::string text) {
+CameraInfo Failed(CameraError error, std::string text) {
   CameraInfo info;
   info.error_code = static_cast<std::int32_t>(error);
   info.error_text = std::move(text);
@@ -83,35 +83,34 @@ CameraInfo VideoFileDecoder::Open(const std::string& path, nanoseconds start) {
   path_ = path;
   start_ = start;
   const FileCheck check = CheckReadableFile(path);
-  if (check.error != CameraError::kNone) return Failure(check.error, check.text);
+  if (check.error != CameraError::kNone) return Failed(check.error, check.text);
   if (const std::string error = LoadFfmpeg(); !error.empty()) {
-    return Failure(CameraError::kUnavailable, error);
+    return Failed(CameraError::kUnavailable, error);
   }
   if (check.is_pipe) {
     if (const int error = pipe_.Open(path); error != 0) {
-      return Failure(CameraError::kCannotOpen,
-                     "'" + path + "' cannot be opened (" + ErrorText(error) + ")");
+      return Failed(CameraError::kCannotOpen,
+                    "'" + path + "' cannot be opened (" + ErrorText(error) + ")");
     }
   }
-  const auto failure = container_.Open(path, pipe_.context(), &interrupted_);
-  if (failure.error != CameraError::kNone) {
-    return Failure(failure.error, "'" + path + "' " + failure.text);
+  if (const auto failure = container_.Open(path, pipe_.context(), &interrupted_)) {
+    return Failed(failure->code, "'" + path + "' " + failure->text);
   }
   const AVCodec* decoder = nullptr;
   const int index = av_find_best_stream(container_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
   if (index == AVERROR_DECODER_NOT_FOUND) {
-    return Failure(CameraError::kUnsupported,
-                   "'" + path + "' holds video that nothing here can decode");
+    return Failed(CameraError::kUnsupported,
+                  "'" + path + "' holds video that nothing here can decode");
   }
   // A song's cover passes for a video.
   if (index < 0 || (container_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
-    return Failure(CameraError::kNotAVideo, "'" + path + "' has no video in it");
+    return Failed(CameraError::kNotAVideo, "'" + path + "' has no video in it");
   }
   stream_ = container_->streams[index];
   if (const int error = OpenDecoder(); error != 0) {
-    return Failure(CameraError::kUnsupported,
-                   "the " + std::string(avcodec_get_name(stream_->codecpar->codec_id)) +
-                       " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
+    return Failed(CameraError::kUnsupported,
+                  "the " + std::string(avcodec_get_name(stream_->codecpar->codec_id)) +
+                      " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
   }
   orientation_ = OrientationOf(*stream_);
   account_.Open(*container_, *stream_);

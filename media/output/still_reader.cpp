@@ -25,8 +25,7 @@ class StillReader {
   // Why the file cannot be read; empty if it can.
   std::string Open() {
     if (std::string error = LoadFfmpeg(); !error.empty()) return error;
-    const VideoContainer::Failure failure = container_.Open(source_.path);
-    if (failure.error != CameraError::kNone) return "it " + failure.text;
+    if (const auto failure = container_.Open(source_.path)) return "it " + failure->text;
     const AVCodec* decoder = nullptr;
     const int index =
         av_find_best_stream(container_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);

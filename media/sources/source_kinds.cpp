@@ -27,10 +27,10 @@ std::unique_ptr<FrameSource> MakeTest(const std::string& id) {
 std::unique_ptr<FrameSource> MakeFile(const std::string& id) {
   const SourceId parts = ParseSourceId(std::string_view(id).substr(kFilePrefix.size()));
   const auto playback = ParsePlayback(parts.options);
-  if (const auto* const wrong = std::get_if<std::string>(&playback)) {
-    return std::make_unique<RefusedSource>(CameraError::kBadOption, "'" + id + "': " + *wrong);
+  if (const auto* const failure = FailureOf(playback)) {
+    return std::make_unique<RefusedSource>(failure->code, "'" + id + "': " + failure->text);
   }
-  const Playback& wanted = std::get<Playback>(playback);
+  const Playback& wanted = ValueOf(playback);
   if (auto raw_video = MakeY4mSource(parts.address, wanted)) return raw_video;
   return MakeFileSource(parts.address, wanted);
 }
