@@ -46,8 +46,8 @@ void AppendArguments(const std::vector<Argument>& arguments, const std::string& 
     if (!argument.required) {
       otherwise = argument.default_value ? "`" + argument.default_value->dump() + "`" : "absent";
     }
-    text += "| `" + name + "` | " + ValueText(argument) + " | " + otherwise + " | " +
-            argument.help + " |\n";
+    text.append("| `").append(name).append("` | ").append(ValueText(argument));
+    text.append(" | ").append(otherwise).append(" | ").append(argument.help).append(" |\n");
     const bool is_list = argument.kind == ArgumentKind::kRecordList;
     AppendArguments(argument.fields, name + (is_list ? "[]." : "."), text);
   }

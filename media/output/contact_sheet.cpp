@@ -63,10 +63,12 @@ std::vector<Still> ReadColumns(const ContactSheetRow& video, std::vector<nanosec
   const StillSource source{video.path, video.frames, video.duration};
   if (moments.empty()) {
     std::vector<Still> stills = ReadStills(source, kColumns, error);
+    moments.reserve(stills.size());
     for (Still& still : stills) moments.push_back(still.time += video.begin);
     return stills;
   }
   std::vector<nanoseconds> times;
+  times.reserve(moments.size());
   for (const nanoseconds moment : moments) times.push_back(moment - video.begin);
   std::vector<Still> stills = ReadStillsAt(source, times, error);
   for (std::size_t i = 0; i < stills.size(); ++i) stills[i].time = moments[i];
