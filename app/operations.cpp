@@ -67,6 +67,22 @@ const Operation* FindOperation(std::string_view name) {
   return nullptr;
 }
 
+std::optional<Failure> CheckCall(std::string_view name, const Json& arguments) {
+  const Operation* const operation = FindOperation(name);
+  if (operation == nullptr) {
+    return Failure{ExitCode::kUsage, "there is no operation " + ShortText(Json(name)) +
+                                         "; the nearest is \"" + NearestName(name) + '"'};
+  }
+  if (!arguments.is_object() && !arguments.is_null()) {
+    return Failure{ExitCode::kMalformed, operation->name + ": the arguments are " +
+                                             ShortText(arguments) +
+                                             "; write an object with an entry for each"};
+  }
+  const auto failure = CheckEntries(arguments, "", operation->arguments);
+  if (failure) return Prefixed(operation->name, *failure);
+  return std::nullopt;
+}
+
 Operations::Operations(std::shared_ptr<video::IVideoProducer2> producer,
                        std::shared_ptr<OperationObjects> objects)
     : uses_(std::move(objects)), producer_(std::move(producer)) {}
@@ -79,20 +95,12 @@ void Operations::Call(std::string_view name, const Json& arguments, OnAnswer on_
 std::optional<Failure> Operations::TryCall(std::string_view name, const Json& arguments,
                                            const std::shared_ptr<OperationAnswer>& answer) {
   const Operation* const operation = FindOperation(name);
-  if (operation == nullptr) {
-    return Failure{ExitCode::kUsage, "there is no operation " + ShortText(Json(name)) +
-                                         "; the nearest is \"" + NearestName(name) + '"'};
+  if (uninitialized_ && operation != nullptr && !operation->after_uninitialize) {
+    return AfterUninitialize(*operation);
   }
-  if (uninitialized_ && !operation->after_uninitialize) return AfterUninitialize(*operation);
-  const Json given = arguments.is_null() ? Json::object() : arguments;
-  if (!given.is_object()) {
-    return Failure{ExitCode::kMalformed, operation->name + ": the arguments are " +
-                                             ShortText(given) +
-                                             "; write an object with an entry for each"};
-  }
-  auto failure = CheckEntries(given, "", operation->arguments);
+  if (auto failure = CheckCall(name, arguments)) return failure;
   OperationCall call{*producer_, uses_, answer, uninitialized_};
-  if (!failure) failure = operation->call(call, given);
+  const auto failure = operation->call(call, arguments.is_null() ? Json::object() : arguments);
   if (failure) return Prefixed(operation->name, *failure);
   return std::nullopt;
 }

@@ -58,6 +58,10 @@ struct OperationGroup {
 // Null if there is none of that name.
 [[nodiscard]] const Operation* FindOperation(std::string_view name);
 
+// Why an operation cannot be called with these arguments, as far as it can be told of names alone:
+// there is none of that name, an entry is unknown, or one that has to be there is missing.
+[[nodiscard]] std::optional<Failure> CheckCall(std::string_view name, const Json& arguments);
+
 // Calls the operations of one producer. Main queue.
 //
 // The objects that texts stand for (app/operation_uses.h) live for as long as they are in use: a
