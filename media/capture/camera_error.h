@@ -10,8 +10,8 @@ namespace movra::media {
 // start callback, of video::CaptureEnd::error_code, video::CameraInfo::error_code and
 // video::StreamEnd::error_code.
 //
-// A camera of the application's own uses whichever says what happened to it; kCancelled alone is the
-// camera service's. Numbers from kFirstOwnCameraError on stand for nothing here: they are the
+// A camera of the application's own uses whichever says what happened to it; kCancelled alone is
+// the camera service's. Numbers from kFirstOwnCameraError on stand for nothing here: they are the
 // application's.
 enum class CameraError : std::int32_t {
   kNone = 0,
