@@ -27,6 +27,16 @@ class RunSessionEnding : public RunSessionTest {
     Encoder(type).client()->OnEncoderError(type, error, detail);
     env_.main_queue().RunAll();
   }
+
+  static void PublishEnd(const std::string& camera_id, video::CaptureEndKind kind) {
+    core::NotificationCenter::GetInstance().Publish<const video::CaptureEnd&>(
+        video::kCaptureEndedNotification, "",
+        {.camera_id = camera_id,
+         .kind = kind,
+         .error_code = static_cast<std::int32_t>(CameraError::kDeviceLost),
+         .text = "it is gone",
+         .damaged_frames = 3});
+  }
 };
 
 TEST_F(RunSessionEnding, ACameraThatCannotBeStartedIsTheFailure) {
@@ -35,6 +45,16 @@ TEST_F(RunSessionEnding, ACameraThatCannotBeStartedIsTheFailure) {
   const RunReport report = Report();
   EXPECT_EQ(report.ending, Ending::kFailed);
   EXPECT_EQ(report.exit_code(), ExitCode::kUnknownCamera);
+}
+
+TEST_F(RunSessionEnding, WhyACameraCannotBeStartedIsTheTextOfTheFailure) {
+  Begin();
+  PublishEnd(options_.source, video::CaptureEndKind::kNotStarted);
+  EXPECT_FALSE(is_over());
+  AnswerStart(static_cast<int>(CameraError::kBusy));
+  const RunReport report = Report();
+  EXPECT_EQ(report.exit_code(), ExitCode::kCaptureFailed);
+  EXPECT_THAT(report.failure->text, HasSubstr("it is gone"));
 }
 
 TEST_F(RunSessionEnding, AStartThatIsAnsweredBehindTheEndChangesNothing) {
@@ -156,13 +176,11 @@ TEST_F(RunSessionEnding, ALiveSourceThatBreaksOffEndsTheRunThoughItsStreamsHaveN
   Begin();
   AnswerStart();
   WriteBoth(milliseconds(0));
-  const auto publish = [](const std::string& id) {
-    core::NotificationCenter::GetInstance().Publish<const std::string&, const video::StreamEnd&>(
-        video::kCaptureLostNotification, "", id, {11, "it is gone", 3});
-  };
-  publish("another:");
+  using video::CaptureEndKind;
+  PublishEnd("another:", CaptureEndKind::kLost);
+  PublishEnd(options_.source, CaptureEndKind::kEnded);  // The end mark says so to the streams.
   EXPECT_FALSE(is_over());
-  publish(options_.source);
+  PublishEnd(options_.source, CaptureEndKind::kLost);
   env_.main_queue().RunAll();
   const RunReport report = Report();
   EXPECT_EQ(report.ending, Ending::kSourceEnded);

@@ -18,8 +18,9 @@ namespace {
 struct RunningSource {
   explicit RunningSource(const std::string& id)
       : capture(std::make_shared<media::SourceCapture>(
-            movra_base::BindOnce(&media::MakeFrameSource, id), track.GetWriter(),
-            media::CaptureRequest{}, std::make_shared<const media::CaptureClock>(),
+            media::SourceCapture::Camera{id, movra_base::BindOnce(&media::MakeFrameSource, id)},
+            track.GetWriter(), media::CaptureRequest{},
+            std::make_shared<const media::CaptureClock>(),
             std::make_shared<std::atomic<std::uint32_t>>(0))) {}
   ~RunningSource() { capture->Stop(); }
   RunningSource(const RunningSource&) = delete;
@@ -41,8 +42,7 @@ Result<std::shared_ptr<video::IPixelFrameTrackReader>> OpenSourceReader(
   const bool started =
       running->capture->Start([on_failure = std::move(on_failure)](const video::CameraInfo& info) {
         if (info.error_code == 0) return;
-        const auto error = static_cast<media::CameraError>(info.error_code);
-        on_failure(info.error_text.empty() ? media::CameraErrorToString(error) : info.error_text);
+        on_failure(info.error_text);
       });
   if (!started) return Failure{ExitCode::kNoResources, "the system has no thread left"};
   const auto reader = running->track.GetReader();

@@ -18,9 +18,9 @@ SourceStarter::SourceStarter(Setting setting, Events events)
     : setting_(std::move(setting)), events_(std::move(events)) {}
 
 void SourceStarter::Start(video::IVideoProducer2& producer) {
-  core::SubscribeEvent<std::function<void(const std::string&, const video::StreamEnd&)>>(
-      video::kCaptureLostNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
-      &SourceStarter::OnLost);
+  core::SubscribeEvent<std::function<void(const video::CaptureEnd&)>>(
+      video::kCaptureEndedNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
+      &SourceStarter::OnEnded);
   video::CameraParams params;
   params.camera_id = setting_.source;
   if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
@@ -40,15 +40,21 @@ void SourceStarter::NoteFirstFrame() {
 void SourceStarter::OnStarted(int error_code, int /*elapsed_ms*/) {
   if (stopped_) return;
   if (error_code != 0) {
-    events_.on_failure(SourceStartFailure(setting_.source, error_code, ""));
+    events_.on_failure(SourceStartFailure(setting_.source, error_code, why_not_started_));
   } else if (setting_.duration) {
     if (!has_frames_) duration_start_ = setting_.now();
     LookForEndOfDuration();
   }
 }
 
-void SourceStarter::OnLost(const std::string& camera_id, const video::StreamEnd& end) {
-  if (!stopped_ && camera_id == setting_.source) events_.on_lost(end);
+void SourceStarter::OnEnded(const video::CaptureEnd& end) {
+  if (stopped_ || end.camera_id != setting_.source) return;
+  if (end.kind == video::CaptureEndKind::kNotStarted) why_not_started_ = end.text;
+  // Any other end travels through the streams.
+  if (end.kind == video::CaptureEndKind::kLost) {
+    events_.on_lost(
+        {.error_code = end.error_code, .reason = end.text, .damaged_frames = end.damaged_frames});
+  }
 }
 
 void SourceStarter::LookForEndOfDuration() {

@@ -12,6 +12,7 @@
 #include "app/result.h"
 #include "app/stream_plan.h"
 #include "core/dispatch_queue.h"
+#include "video/camera_service.h"
 #include "video/pixel_frame.h"
 #include "video/producer/video_producer2.h"
 
@@ -55,13 +56,14 @@ class SourceStarter : public std::enable_shared_from_this<SourceStarter> {
 
  private:
   void OnStarted(int error_code, int elapsed_ms);
-  void OnLost(const std::string& camera_id, const video::StreamEnd& end);
+  void OnEnded(const video::CaptureEnd& end);
   void LookForEndOfDuration();
 
   const Setting setting_;
   const Events events_;
   bool stopped_ = false;
   bool has_frames_ = false;
+  std::string why_not_started_;  // Told before the answer of the start.
   Clock::time_point started_at_;
   Clock::time_point duration_start_;
 };

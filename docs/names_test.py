@@ -34,7 +34,8 @@ def main():
         return (root / name).read_text()
 
     events = read("docs/events.md")
-    codes = re.findall(r"^\| (\d+) \| `(k\w+)` \|", events, re.MULTILINE)
+    failing = section(read("docs/embedding.md"), "When a camera fails")
+    codes = re.findall(r"^\| (\d+) \| `(k\w+)` \|", failing, re.MULTILINE)
     folders = {f"{p.name}/" for p in (root / "media").iterdir() if (p / "CMakeLists.txt").exists()}
     rows = first_column(section(read("docs/architecture.md"), "The folders of `media/`"))
     order = re.findall(r'order = (?:order )?"([^"]*)"', read("scripts/check-layering"))

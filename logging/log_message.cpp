@@ -1,6 +1,5 @@
 #include "logging/log_message.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -44,13 +43,13 @@ LogMessage::LogMessage(const char* file, int line, const char* function, const c
 
 LogMessage::~LogMessage() {
   const std::string text = "Check failed: " + std::string(failure_.condition);
-  if (ShouldCreateLogMessage(kLogLevelError)) {
-    SendToLogSinks({.file = failure_.file,
-                    .line = failure_.line,
-                    .function = failure_.function,
-                    .level = kLogLevelError,
-                    .text = text});
-  }
+  const LogRecord record{.file = failure_.file,
+                         .line = failure_.line,
+                         .function = failure_.function,
+                         .level = kLogLevelError,
+                         .text = text};
+  const bool is_on_standard_error =
+      ShouldCreateLogMessage(kLogLevelError) && internal::SendToLogSinksOrStandardError(record);
 
   std::shared_ptr<CheckHandler> handler;
   {
@@ -61,9 +60,8 @@ LogMessage::~LogMessage() {
   if (handler != nullptr) {
     (*handler)(failure_);
   } else if (ends_process_) {
-    // Nobody may be listening to the log, and a process must not die without a word.
-    std::fprintf(stderr, "%s:%d %s: %s\n", std::string(failure_.file).c_str(), failure_.line,
-                 std::string(failure_.function).c_str(), text.c_str());
+    // Nobody may be looking at the log, and a process must not die without a word.
+    if (!is_on_standard_error) internal::WriteToStandardError(record);
     std::abort();
   }
 }

@@ -19,8 +19,9 @@
 
 namespace movra_logging {
 
-// True when a sink is installed and `level` reaches the least level. Any thread; one relaxed load,
-// so a change made on another thread is seen soon rather than at once.
+// True when `level` reaches the least level and somebody gets the line: a sink, or standard error
+// where there is none and the line is an error. Any thread; one relaxed load, so a change made on
+// another thread is seen soon rather than at once.
 [[nodiscard]] inline bool ShouldCreateLogMessage(int level) {
   return level >= internal::effective_min_log_level.load(std::memory_order_relaxed);
 }
@@ -55,7 +56,8 @@ class ScopedCheckHandler {
 };
 
 // The report of one failed check, delivered when it is destroyed: first as a line of level
-// `kLogLevelError` to the sinks, then to the check handler. The arguments are borrowed until then.
+// `kLogLevelError` to the sinks or standard error, then to the check handler. The arguments are
+// borrowed until then.
 class LogMessage {
  public:
   LogMessage(const char* file, int line, const char* function, const char* condition);

@@ -74,7 +74,22 @@ TEST(LogMessage, WithoutAHandlerAnOrdinaryReportReturns) {
 TEST(LogMessageDeathTest, WithoutAHandlerOneThatCannotGoOnEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(LogMessage("file", 3, "Function", "a").EndProcessUnlessHandled(),
-               "file:3 Function: Check failed: a");
+               ::testing::Eq("file:3 Function: Check failed: a\n"));
+}
+
+TEST(LogMessageDeathTest, AProcessThatEndsHasItsLastWordsInTheLogAndOnStandardError) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto end = [] {
+    RecordingSink sink;
+    LogMessage("file", 3, "Function", "a").EndProcessUnlessHandled();
+  };
+  EXPECT_DEATH(end(), ::testing::Eq("file:3 Function: Check failed: a\n"));
+}
+
+TEST(LogMessage, WithoutASinkItGoesToStandardErrorOnce) {
+  ::testing::internal::CaptureStderr();
+  LogMessage("file", 3, "Function", "a");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "file:3 Function: Check failed: a\n");
 }
 
 TEST(LogMessage, WithAHandlerOneThatCannotGoOnReturns) {

@@ -16,7 +16,7 @@
 namespace movra_logging {
 namespace internal {
 
-std::atomic<int> effective_min_log_level = kLogLevelOff;
+std::atomic<int> effective_min_log_level = kLogLevelError;
 
 }  // namespace internal
 
@@ -48,8 +48,9 @@ struct Sinks {
     const bool anybody_receives =
         std::any_of(installed.begin(), installed.end(),
                     [](const InstalledSink& entry) { return entry.Receives(); });
-    internal::effective_min_log_level.store(anybody_receives ? min_level : kLogLevelOff,
-                                            std::memory_order_relaxed);
+    // Without a sink errors alone are written, to standard error.
+    const int level = anybody_receives ? min_level : std::max(min_level, kLogLevelError);
+    internal::effective_min_log_level.store(level, std::memory_order_relaxed);
   }
 };
 
@@ -123,8 +124,21 @@ int MinLogLevel() {
 }
 
 void SendToLogSinks(const LogRecord& record) {
-  if (is_sending) return;
+  static_cast<void>(internal::SendToLogSinksOrStandardError(record));
+}
+
+void internal::WriteToStandardError(const LogRecord& record) {
+  std::string line(record.file);
+  line.append(":").append(std::to_string(record.line)).append(" ").append(record.function);
+  line.append(": ").append(record.text).append("\n");
+  // At once, so that lines of several threads stay whole.
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool internal::SendToLogSinksOrStandardError(const LogRecord& record) {
+  if (is_sending) return false;
   is_sending = true;
+  bool is_taken = false;
   std::vector<std::unique_ptr<std::string>> reports;
   Sinks& sinks = GetSinks();
   std::unique_lock lock(sinks.mutex);
@@ -135,6 +149,7 @@ void SendToLogSinks(const LogRecord& record) {
     std::unique_ptr<std::string> report = SendGuarded(*entry.sink, record);
     lock.lock();
     --entry.calls_in_progress;
+    is_taken = is_taken || report == nullptr;
     if (report != nullptr && !entry.has_thrown) {
       entry.has_thrown = true;
       sinks.UpdateEffectiveLevel();
@@ -144,7 +159,10 @@ void SendToLogSinks(const LogRecord& record) {
   }
   lock.unlock();
   is_sending = false;
+  const bool is_lost_error = !is_taken && record.level >= kLogLevelError;
+  if (is_lost_error) WriteToStandardError(record);
   for (const auto& report : reports) ReportDetachedSink(*report);
+  return is_lost_error;
 }
 
 }  // namespace movra_logging

@@ -1,8 +1,10 @@
 // Where finished log lines go.
 //
 // The process installs sinks; every log line and every failed check's report is handed to each of
-// them. With no sink installed no line is ever created, so logging costs one atomic load
-// (`ShouldCreateLogMessage` in logging/log_message.h).
+// them. While no sink is installed, errors go to standard error, so that no failure is silent in a
+// program that thought of no log yet; other lines are never created then, and cost one atomic load
+// (`ShouldCreateLogMessage` in logging/log_message.h). `SetMinLogLevel(kLogLevelOff)` silences
+// them.
 //
 // Threads: everything here may be called on any thread, with the one exception that
 // `RemoveLogSink` names. No lock is held while a sink is called.
@@ -61,14 +63,22 @@ void RemoveLogSink(LogSink* sink);
 void SetMinLogLevel(int level);
 [[nodiscard]] int MinLogLevel();
 
-// Hands one line to every sink, whatever its level. Called by the log stream and the check report.
+// Hands one line to every sink, whatever its level. An error that no sink took, because there is
+// none or each one threw, goes to standard error as "file:line function: text". Called by the log
+// stream and the check report.
 void SendToLogSinks(const LogRecord& record);
 
 namespace internal {
 
-// The level from which lines are created: the least level while a sink is installed, otherwise
-// `kLogLevelOff`. Written by the functions above, read by `ShouldCreateLogMessage`.
+// The level from which lines are created: the least level while a sink is installed, otherwise that
+// of errors if it is higher. Written by the functions above, read by `ShouldCreateLogMessage`.
 extern std::atomic<int> effective_min_log_level;
+
+// Writes a line to standard error.
+void WriteToStandardError(const LogRecord& record);
+
+// As `SendToLogSinks`; returns whether the line went to standard error.
+bool SendToLogSinksOrStandardError(const LogRecord& record);
 
 }  // namespace internal
 }  // namespace movra_logging

@@ -232,7 +232,7 @@ TEST(LogSink, WhenTheLastOneThrowsStandardErrorIsToldAndNoLineIsCreated) {
   SendToLogSinks(Line("x"));
   EXPECT_EQ(::testing::internal::GetCapturedStderr(),
             "A log sink threw and is detached: disk is gone\n");
-  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelWarning));
   RemoveLogSink(&throws);
 }
 
@@ -311,9 +311,36 @@ TEST_F(LogLevels, WhatASinkThrowsIsALineOfItsLevel) {
   EXPECT_EQ(others.lines().size(), 3U);
 }
 
-TEST_F(LogLevels, WithoutASinkNoLineIsCreated) {
-  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelInfo));
+TEST(LogSink, WithoutOneErrorsAloneGoToStandardError) {
+  const auto written = [](const LogRecord& record) {
+    ::testing::internal::CaptureStderr();
+    SendToLogSinks(record);
+    return ::testing::internal::GetCapturedStderr();
+  };
+  EXPECT_EQ(written(Line("bad", kLogLevelError)), "file:7 Function: bad\n");
+  EXPECT_EQ(written(Line("worse", kLogLevelError + 1)), "file:7 Function: worse\n");
+  EXPECT_EQ(written(Line("not so bad", kLogLevelWarning)), "");
+  const RecordingSink sink;
+  EXPECT_EQ(written(Line("taken", kLogLevelError)), "");
+}
+
+TEST(LogSink, AnErrorThatNoSinkTookGoesToStandardError) {
+  CallingSink throws([](const LogRecord&) { throw std::runtime_error("disk is gone"); });
+  AddLogSink(&throws);
+  ::testing::internal::CaptureStderr();
+  SendToLogSinks(Line("bad", kLogLevelError));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "file:7 Function: bad\nA log sink threw and is detached: disk is gone\n");
+  RemoveLogSink(&throws);
+}
+
+TEST_F(LogLevels, WithoutASinkLinesAreCreatedFromErrorsOn) {
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelWarning));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelError));
+  SetMinLogLevel(kLogLevelError + 1);
   EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
+  SetMinLogLevel(kLogLevelOff);
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError + 1));
 }
 
 TEST_F(LogLevels, WithASinkLinesAreCreatedFromTheLeastLevelOn) {
@@ -334,12 +361,12 @@ TEST_F(LogLevels, OffStopsEveryLevel) {
 }
 
 TEST_F(LogLevels, TheLeastLevelOutlivesTheSinksAndRemovingTheLastOneStopsLines) {
-  SetMinLogLevel(kLogLevelError);
+  SetMinLogLevel(kLogLevelWarning);
   { RecordingSink sink; }
-  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelError));
-  RecordingSink sink;
   EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelWarning));
-  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelError));
+  RecordingSink sink;
+  EXPECT_FALSE(ShouldCreateLogMessage(kLogLevelInfo));
+  EXPECT_TRUE(ShouldCreateLogMessage(kLogLevelWarning));
 }
 
 }  // namespace

@@ -50,6 +50,23 @@ struct CameraInfo {
   bool is_hdr = false;         // Brighter than displays show, which nothing here maps down.
 };
 
+// How far a capture came that ended without being stopped.
+enum class CaptureEndKind : std::int32_t {
+  kNotStarted = 0,  // The camera could not be opened; no stream began.
+  kEnded = 1,       // It ended, or broke off; behind its last frame the end mark says the same.
+  kLost = 2,  // A camera that has no end broke off. It falls silent: no end mark goes into the
+              // streams, because the device may come back, or another camera take over.
+};
+
+// What the camera service tells of such an end.
+struct CaptureEnd {
+  std::string camera_id{};  // As it was asked for.
+  CaptureEndKind kind = CaptureEndKind::kEnded;
+  std::int32_t error_code = 0;       // A CameraError of the service, or a camera's own; 0: none.
+  std::string text{};                // For people: what was wrong; empty at a natural end alone.
+  std::uint64_t damaged_frames = 0;  // Frames that the camera could not deliver whole.
+};
+
 // All cameras of the process. Registered in core::ServiceCenter under kCameraServiceId and looked
 // up for each use; made by the registry on the first look-up. Called on the main queue, and no
 // operation waits there; each capture runs on a thread of its own. Callbacks run on the main queue.
@@ -105,10 +122,12 @@ inline constexpr core::ServiceId kCameraServiceId{9};
 inline constexpr core::NotificationId kCameraDeviceStateNotification{3};
 inline constexpr core::NotificationId kCameraAutoFocusNotification{44};
 
-// Published likewise: (const std::string& camera_id, const StreamEnd&), when a camera that has no
-// end broke off, and why. Its capture stays started and falls silent: no end mark goes into the
-// streams, because the device may come back, or another camera take over.
-inline constexpr core::NotificationId kCaptureLostNotification{1001};
+// Published likewise: (const CaptureEnd&), once for each capture that ended without being stopped,
+// or could not begin. The capture counts as started until it is stopped. Of one that could not
+// begin the notification comes right before its start is answered with the same code, so the answer
+// finds the text told. Of one that ended it comes before the last frames have gone through the
+// encoders, which the end mark tells.
+inline constexpr core::NotificationId kCaptureEndedNotification{1001};
 
 }  // namespace movra::video
 

@@ -82,6 +82,10 @@ TEST(RecordDefaults, ACameraOfWhichNothingIsKnown) {
   EXPECT_FALSE(info.traits.rate_is_fixed || info.traits.replayable);
   EXPECT_FALSE(info.has_audio || info.is_interlaced);
   EXPECT_FALSE(info.has_alpha || info.is_hdr);
+  const CaptureEnd end;
+  EXPECT_EQ(end.kind, CaptureEndKind::kEnded);
+  EXPECT_EQ(end.error_code, 0);
+  EXPECT_EQ(end.damaged_frames, 0U);
   EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kAll), 0);
   EXPECT_EQ(static_cast<int>(CameraListInterface::GetCameraListMode::kPhysical), 1);
   EXPECT_EQ(VideoDeviceInfo().capabilities, 0U);

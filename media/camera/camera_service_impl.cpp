@@ -10,6 +10,7 @@
 #include "logging/log_stream.h"
 #include "media/capture/call_source.h"
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 #include "media/capture/capture_request.h"
 #include "media/capture/detached_thread.h"
 #include "media/main_queue/weak_main_queue.h"
@@ -36,20 +37,13 @@ int MillisecondsSince(std::chrono::steady_clock::time_point start) {
                               .count());
 }
 
-CameraInfo Failure(CameraError error, std::string text) {
-  CameraInfo info;
-  info.error_code = static_cast<std::int32_t>(error);
-  info.error_text = std::move(text);
-  return info;
-}
-
 CameraInfo NoThread() {
-  return Failure(CameraError::kNoResources, "the system has no thread left for a camera");
+  return CameraFailure(CameraError::kNoResources, "the system has no thread left for a camera");
 }
 
 CameraInfo Describe(FrameSource* source, const std::string& camera_id) {
   if (source != nullptr) return source->Describe();
-  return Failure(CameraError::kNoSuchCamera, "no camera is called '" + camera_id + "'");
+  return CameraFailure(CameraError::kNoSuchCamera, "no camera is called '" + camera_id + "'");
 }
 
 CaptureRequest Updated(CaptureRequest request, const CameraParams& params) {
@@ -64,6 +58,11 @@ void Publish(CameraDeviceState state, const VideoDeviceInfo& device) {
       video::kCameraDeviceStateNotification, "", state, device);
 }
 
+void Publish(const video::CaptureEnd& end) {
+  core::NotificationCenter::GetInstance().Publish<const video::CaptureEnd&>(
+      video::kCaptureEndedNotification, "", end);
+}
+
 }  // namespace
 
 CameraServiceImpl::CameraServiceImpl(CameraServiceParts parts) : parts_(std::move(parts)) {}
@@ -73,7 +72,7 @@ CameraServiceImpl::~CameraServiceImpl() {
   for (Description& description : descriptions_) {
     description.source->Interrupt();
     core::GetMainQueue()->Post(
-        BindOnce(std::move(description.on_info), Failure(CameraError::kCancelled, "")));
+        BindOnce(std::move(description.on_info), CameraFailure(CameraError::kCancelled)));
   }
 }
 
@@ -97,7 +96,8 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
   const SteadyTime started_at = std::chrono::steady_clock::now();
   auto counter = CounterOf(params.camera_id);
   auto capture = std::make_shared<SourceCapture>(
-      SourceMaker(params.camera_id), writer, Updated({}, params), parts_.clock, std::move(counter));
+      SourceCapture::Camera{params.camera_id, SourceMaker(params.camera_id)}, writer,
+      Updated({}, params), parts_.clock, std::move(counter));
   const Capture& entry =
       captures_.emplace_back(Capture{number, params.camera_id, std::move(writer), started_at,
                                      std::move(on_started), std::move(capture)});
@@ -106,12 +106,15 @@ void CameraServiceImpl::StartCapture(int /*requester*/, const CameraParams& para
   const auto answer = [service = weak_from_this(), main_queue, number,
                        started_at](const CameraInfo& info) {
     main_queue.Post(BindOnce(&CameraServiceImpl::OnOpened, service, number, info.error_code,
-                             MillisecondsSince(started_at)));
+                             info.error_text, MillisecondsSince(started_at)));
   };
-  const auto tell = [service = weak_from_this(), main_queue, number](const video::StreamEnd& end) {
-    main_queue.Post(BindOnce(&CameraServiceImpl::OnLost, service, number, end));
+  const auto tell = [service = weak_from_this(), main_queue, number](const video::CaptureEnd& end) {
+    main_queue.Post(BindOnce(&CameraServiceImpl::OnEnded, service, number, end));
   };
-  if (!entry.capture->Start(answer, tell)) answer(NoThread());
+  if (entry.capture->Start(answer, tell)) return;
+  const CameraInfo failure = NoThread();
+  WarnOfCamera(params.camera_id, "cannot be started", failure.error_text);
+  answer(failure);
 }
 
 void CameraServiceImpl::StopCapture(const CameraParams& /*params*/,
@@ -159,9 +162,9 @@ void CameraServiceImpl::DescribeCamera(
           source->Put(make(camera_id));
           info = Describe(source->get(), camera_id);
         };
-        const CameraError thrown =
-            CallSource("The camera that is described", CameraError::kCannotOpen, describe);
-        if (thrown != CameraError::kNone) info = Failure(thrown, CameraErrorToString(thrown));
+        const auto threw =
+            CallSource("The camera " + camera_id, CameraError::kCannotOpen, describe);
+        if (threw) info = CameraFailure(threw->code, threw->text);
         answer(std::move(info), source->Take());
       }));
   if (!started) answer(NoThread(), nullptr);
@@ -247,24 +250,23 @@ std::list<CameraServiceImpl::Capture>::iterator CameraServiceImpl::Find(
 }
 
 // A start that was stopped meanwhile is no longer listed; it has been answered.
-void CameraServiceImpl::OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms) {
+void CameraServiceImpl::OnOpened(std::uint64_t start_number, int error_code, std::string error_text,
+                                 int elapsed_ms) {
   const auto entry = Find(start_number);
   if (entry == captures_.end()) return;
-  // Moved out first: the answer may stop the capture or start another one.
+  // Moved out first: a handler and the answer may stop the capture or start another one.
   auto on_started = std::move(entry->on_started);
+  if (error_code != 0) {
+    Publish({.camera_id = entry->camera_id,
+             .kind = video::CaptureEndKind::kNotStarted,
+             .error_code = error_code,
+             .text = std::move(error_text)});
+  }
   std::move(on_started).Run(error_code, elapsed_ms);
 }
 
-void CameraServiceImpl::OnLost(std::uint64_t start_number, video::StreamEnd end) {
-  const auto entry = Find(start_number);
-  if (entry == captures_.end()) return;
-  const std::string camera_id = entry->camera_id;  // A handler may stop the capture.
-  if (movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) {
-    LogStream(kLogFile, __LINE__, __func__, movra_logging::kLogLevelWarning, nullptr)
-        << "The camera " << camera_id << " broke off: " << end.reason;
-  }
-  core::NotificationCenter::GetInstance().Publish<const std::string&, const video::StreamEnd&>(
-      video::kCaptureLostNotification, "", camera_id, end);
+void CameraServiceImpl::OnEnded(std::uint64_t start_number, video::CaptureEnd end) {
+  if (Find(start_number) != captures_.end()) Publish(end);
 }
 
 void CameraServiceImpl::StopCaptureInto(const IPixelFrameTrackWriter* writer) {

@@ -113,8 +113,8 @@ class CameraServiceImpl final : public video::ICameraService,
   [[nodiscard]] std::ptrdiff_t CapturesOf(const std::string& camera_id) const;
   void WaitForLeftovers(const Capture& entry);
   [[nodiscard]] std::list<Capture>::iterator Find(std::uint64_t start_number);
-  void OnOpened(std::uint64_t start_number, int error_code, int elapsed_ms);
-  void OnLost(std::uint64_t start_number, video::StreamEnd end);
+  void OnOpened(std::uint64_t start_number, int error_code, std::string error_text, int elapsed_ms);
+  void OnEnded(std::uint64_t start_number, video::CaptureEnd end);
   void StopCaptureInto(const video::IPixelFrameTrackWriter* writer);
   void StopAndAnswer(Capture& entry);
   void OnDevicesChanged();

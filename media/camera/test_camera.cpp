@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 #include "media/capture/picture_size.h"
 #include "media/capture/source_id.h"
 
@@ -88,9 +89,7 @@ CameraInfo TestCamera::Describe() {
   CameraInfo info;
   auto parsed = ParseTestCameraId(camera_id_);
   if (auto* const error = std::get_if<std::string>(&parsed)) {
-    info.error_code = static_cast<std::int32_t>(CameraError::kUnsupported);
-    info.error_text = std::move(*error);
-    return info;
+    return CameraFailure(CameraError::kUnsupported, std::move(*error));
   }
   options_ = std::get<TestCameraOptions>(parsed);
   info.natural_size = SizeFor({});

@@ -111,9 +111,9 @@ TEST_F(ThrowingPartsTest, ALackOfMemoryIsTheReasonThatIsGiven) {
 
 TEST_F(ThrowingPartsTest, AWriterThatThrowsIsLetGoOf) {
   const auto capture = std::make_shared<SourceCapture>(
-      movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> {
-        return std::make_unique<ScriptedSource>(MakeScript(3));
-      }),
+      SourceCapture::Camera{"a", movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> {
+                              return std::make_unique<ScriptedSource>(MakeScript(3));
+                            })},
       std::make_shared<ThrowingWriter>(), CaptureRequest{}, std::make_shared<CaptureClock>(),
       std::make_shared<std::atomic<std::uint32_t>>(0));
   ASSERT_TRUE(capture->Start([](const video::CameraInfo&) {}));

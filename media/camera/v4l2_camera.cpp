@@ -12,6 +12,7 @@
 #include "media/camera/v4l2_devices.h"
 #include "media/camera/v4l2_mode.h"
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 
 namespace movra::media {
 namespace {
@@ -25,13 +26,6 @@ using video::StreamEnd;
 
 constexpr std::uint32_t kBuffers = 4;
 constexpr int kMostErrorsInARow = 30;
-
-CameraInfo MakeFailure(CameraError error, std::string text) {
-  CameraInfo info;
-  info.error_code = static_cast<std::int32_t>(error);
-  info.error_text = std::move(text);
-  return info;
-}
 
 video::ColorDescription ColorOf(const v4l2_pix_format& format) {
   video::ColorDescription color;
@@ -75,7 +69,8 @@ CameraInfo V4l2Camera::Open(const CaptureRequest& request) {
   if (info.error_code != 0) return info;
   if (const int error = SetFormat(); error != 0) return Failure(error);
   if (!IsReadable(fourcc_)) {
-    return MakeFailure(CameraError::kUnsupported, path_ + " has no pixel format that can be read");
+    return CameraFailure(CameraError::kUnsupported,
+                         path_ + " has no pixel format that can be read");
   }
   if (const int error = MapBuffers(); error != 0) return Failure(error);
   if (const int error = StartStreaming(); error != 0) return Failure(error);
@@ -86,11 +81,12 @@ CameraInfo V4l2Camera::Open(const CaptureRequest& request) {
 CameraInfo V4l2Camera::Prepare(const CaptureRequest& request) {
   if (const int error = io_->Open(path_); error != 0) return Failure(error);
   if (!QueryDevice(*io_, path_)) {
-    return MakeFailure(CameraError::kUnsupported, path_ + " is not a camera");
+    return CameraFailure(CameraError::kUnsupported, path_ + " is not a camera");
   }
   const std::optional<V4l2Mode> mode = ChooseMode(ListModes(*io_), request);
   if (!mode) {
-    return MakeFailure(CameraError::kUnsupported, path_ + " has no pixel format that can be read");
+    return CameraFailure(CameraError::kUnsupported,
+                         path_ + " has no pixel format that can be read");
   }
   fourcc_ = mode->fourcc;
   size_ = mode->size;
@@ -164,15 +160,15 @@ CameraInfo V4l2Camera::Failure(int error) const {
     case ENOENT:
     case ENXIO:
     case ENODEV:
-      return MakeFailure(CameraError::kNoSuchCamera, "there is no camera " + path_);
+      return CameraFailure(CameraError::kNoSuchCamera, "there is no camera " + path_);
     case EACCES:
     case EPERM:
-      return MakeFailure(CameraError::kNoPermission,
-                         "no permission to use " + path_ + " (is the user in the group 'video'?)");
+      return CameraFailure(CameraError::kNoPermission, "no permission to use " + path_ +
+                                                           " (is the user in the group 'video'?)");
     case EBUSY:
-      return MakeFailure(CameraError::kBusy, path_ + " is in use by another program");
+      return CameraFailure(CameraError::kBusy, path_ + " is in use by another program");
     default:
-      return MakeFailure(
+      return CameraFailure(
           CameraError::kCannotOpen,
           path_ + " cannot be started (" + std::generic_category().message(error) + ")");
   }

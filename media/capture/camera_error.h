@@ -7,7 +7,12 @@
 namespace movra::media {
 
 // Why a camera could not be started, or why its stream broke off: the codes of the camera service's
-// start callback, of video::CameraInfo::error_code and of video::StreamEnd::error_code.
+// start callback, of video::CaptureEnd::error_code, video::CameraInfo::error_code and
+// video::StreamEnd::error_code.
+//
+// A camera of the application's own uses whichever says what happened to it; kCancelled alone is
+// the camera service's. Numbers from kFirstOwnCameraError on stand for nothing here: they are the
+// application's.
 enum class CameraError : std::int32_t {
   kNone = 0,
   kNoSuchCamera = 1,  // No camera has this id.
@@ -28,6 +33,8 @@ enum class CameraError : std::int32_t {
   kNoResources = 16,     // No memory is left for it, or no thread.
   kBadOption = 17,       // The id asks for what such a source does not do.
 };
+
+inline constexpr std::int32_t kFirstOwnCameraError = 1000;
 
 // A few words for people, "no such file"; total over all values. Where an operation gives a text
 // of its own, that one says more.

@@ -1,11 +1,11 @@
 #ifndef MOVRA_MEDIA_CAPTURE_REFUSED_SOURCE_H_
 #define MOVRA_MEDIA_CAPTURE_REFUSED_SOURCE_H_
 
-#include <cstdint>
 #include <string>
 #include <utility>
 
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 #include "media/capture/frame_source.h"
 #include "video/camera_service.h"
 
@@ -15,10 +15,8 @@ namespace movra::media {
 class RefusedSource final : public FrameSource {
  public:
   // `text` is for people.
-  RefusedSource(CameraError error, std::string text) {
-    info_.error_code = static_cast<std::int32_t>(error);
-    info_.error_text = std::move(text);
-  }
+  RefusedSource(CameraError error, std::string text)
+      : info_(CameraFailure(error, std::move(text))) {}
 
   // FrameSource
   [[nodiscard]] video::CameraInfo Describe() override { return info_; }
@@ -30,7 +28,7 @@ class RefusedSource final : public FrameSource {
   void Interrupt() override {}
 
  private:
-  video::CameraInfo info_;
+  const video::CameraInfo info_;
 };
 
 }  // namespace movra::media

@@ -7,6 +7,7 @@
 
 #include "media/capture/call_source.h"
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 #include "media/capture/detached_thread.h"
 #include "media/capture/fit_frame.h"
 
@@ -21,8 +22,6 @@ using video::TrackWriteResult;
 
 namespace {
 
-constexpr char kWhose[] = "The camera of a capture";
-
 // Of what pushes its frames itself it is 0.
 std::uint64_t NextSourceRun() {
   static std::atomic<std::uint64_t> runs = 0;
@@ -34,16 +33,16 @@ bool IsEndless(const video::SourceTraits& traits) {
   return traits.keeps_time && !traits.has_end && !traits.replayable;
 }
 
-CameraInfo Failure(CameraError error) {
-  CameraInfo info;
-  info.error_code = static_cast<std::int32_t>(error);
-  return info;
+// Empty at a natural end alone.
+std::string TextOf(const StreamEnd& end, bool is_lost) {
+  if (!end.reason.empty()) return end.reason;
+  if (end.error_code != 0) return CameraErrorToString(static_cast<CameraError>(end.error_code));
+  return is_lost ? "it ended, though its traits say that it has no end" : "";
 }
 
 }  // namespace
 
-SourceCapture::SourceCapture(MakeSource make_source,
-                             std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+SourceCapture::SourceCapture(Camera camera, std::shared_ptr<video::IPixelFrameTrackWriter> writer,
                              const CaptureRequest& request,
                              std::shared_ptr<const CaptureClock> clock,
                              std::shared_ptr<std::atomic<std::uint32_t>> delivered)
@@ -51,7 +50,7 @@ SourceCapture::SourceCapture(MakeSource make_source,
       delivered_(std::move(delivered)),
       gate_(std::move(writer)),
       request_(request),
-      make_source_(std::move(make_source)),
+      camera_(std::move(camera)),
       source_run_(NextSourceRun()) {}
 
 void SourceCapture::WaitFor(Release& earlier) {
@@ -70,11 +69,11 @@ void SourceCapture::WaitFor(Release& earlier) {
   });
 }
 
-bool SourceCapture::Start(OpenedCallback on_opened, LostCallback on_lost) {
+bool SourceCapture::Start(OpenedCallback on_opened, EndedCallback on_ended) {
   return StartDetachedThread(
       "capture",
       movra_base::BindOnce([self = shared_from_this(), on_opened = std::move(on_opened),
-                            on_lost = std::move(on_lost)] { self->Run(on_opened, on_lost); }));
+                            on_ended = std::move(on_ended)] { self->Run(on_opened, on_ended); }));
 }
 
 void SourceCapture::Stop() {
@@ -102,27 +101,59 @@ bool SourceCapture::IsStopping() const {
   return stopping_;
 }
 
-void SourceCapture::Run(const OpenedCallback& on_opened, const LostCallback& on_lost) {
+void SourceCapture::Run(const OpenedCallback& on_opened, const EndedCallback& on_ended) {
   const CameraInfo info = Open();
-  if (!IsStopping()) on_opened(info);
+  if (!IsStopping()) {
+    if (info.error_code != 0) Warn("cannot be started", info.error_text);
+    on_opened(info);
+  }
   const auto end = info.error_code == 0 ? Play() : std::nullopt;
-  if (end && !IsEndless(info.traits)) gate_.WriteEnd(*end);
-  if (end && IsEndless(info.traits) && on_lost && !IsStopping()) on_lost(*end);
+  if (end) End(*end, IsEndless(info.traits), on_ended);
   source_.Take().reset();
   camera_let_go_.Done();
 }
 
+void SourceCapture::End(const StreamEnd& end, bool is_lost, const EndedCallback& on_ended) {
+  using video::CaptureEndKind;
+  // Told before the streams end, so that who hears that they have ended can know why.
+  if (!IsStopping()) {
+    const std::string text = TextOf(end, is_lost);
+    if (!text.empty()) Warn("broke off", text);
+    if (on_ended) {
+      on_ended({.camera_id = camera_.id,
+                .kind = is_lost ? CaptureEndKind::kLost : CaptureEndKind::kEnded,
+                .error_code = end.error_code,
+                .text = text,
+                .damaged_frames = end.damaged_frames});
+    }
+  }
+  if (!is_lost) gate_.WriteEnd(end);
+}
+
+void SourceCapture::Warn(std::string_view what, const std::string& text) const {
+  if (!has_thrown_) WarnOfCamera(camera_.id, what, text);
+}
+
 CameraInfo SourceCapture::Open() {
-  if (!WaitForEarlierOnes()) return Failure(CameraError::kBusy);
-  CameraInfo info = Failure(CameraError::kNoSuchCamera);
-  const CameraError thrown = CallSource(kWhose, CameraError::kCannotOpen, [&] {
-    source_.Put(std::move(make_source_).Run());
-    FrameSource* const source = source_.get();
-    if (source == nullptr) return;
-    info = source->Open(request());
-    if (info.error_code == 0) policy_ = source->Policy();
-  });
-  return thrown == CameraError::kNone ? info : Failure(thrown);
+  if (!WaitForEarlierOnes()) {
+    return CameraFailure(CameraError::kBusy, "an earlier capture has not let go of it");
+  }
+  CameraInfo info =
+      CameraFailure(CameraError::kNoSuchCamera, "no camera is called '" + camera_.id + "'");
+  const auto threw = CallSource([this] { return Name(); }, CameraError::kCannotOpen,
+                                [&] {
+                                  source_.Put(std::move(camera_.make).Run());
+                                  FrameSource* const source = source_.get();
+                                  if (source == nullptr) return;
+                                  info = source->Open(request());
+                                  if (info.error_code == 0) policy_ = source->Policy();
+                                });
+  has_thrown_ = threw.has_value();
+  if (threw) return CameraFailure(threw->code, threw->text);
+  if (info.error_code != 0 && info.error_text.empty()) {
+    info.error_text = CameraErrorToString(static_cast<CameraError>(info.error_code));
+  }
+  return info;
 }
 
 std::optional<StreamEnd> SourceCapture::Play() {
@@ -175,11 +206,11 @@ std::optional<StreamEnd> SourceCapture::ReadUntilTheEnd() {
 
 SourceItem SourceCapture::Read(const CaptureRequest& asked) {
   SourceItem item;
-  const CameraError thrown =
-      CallSource(kWhose, CameraError::kReadFailed, [&] { item = source_.get()->Read(asked); });
-  if (thrown == CameraError::kNone) return item;
-  return StreamEnd{.error_code = static_cast<std::int32_t>(thrown),
-                   .reason = CameraErrorToString(thrown)};
+  const auto threw = CallSource([this] { return Name(); }, CameraError::kReadFailed,
+                                [&] { item = source_.get()->Read(asked); });
+  if (!threw) return item;
+  has_thrown_ = true;
+  return StreamEnd{.error_code = static_cast<std::int32_t>(threw->code), .reason = threw->text};
 }
 
 bool SourceCapture::WaitForEarlierOnes() {

@@ -9,6 +9,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "base/once_callback.h"
 #include "media/capture/capture_clock.h"
@@ -28,9 +30,9 @@ namespace movra::media {
 // until their time has come, and waits for the writer's room with lossless ones. Behind the last
 // frame it writes the end mark of a source that has an end. A live source that breaks off falls
 // silent instead, because another one may follow it into the same streams. A source that cannot be
-// opened writes nothing at all: no stream began, and the answer of the start says why. Each frame
-// that was read is either written or counted by the writer's track with the reason
-// (media/figures/frame_counts.h).
+// opened writes nothing at all: no stream began, and the answer of the start says why. Whatever
+// fails before it is stopped is told in one warning line. Each frame that was read is either
+// written or counted by the writer's track with the reason (media/figures/frame_counts.h).
 //
 // Nobody waits for the thread, because a source may be busy with a device or a disk for longer than
 // anybody has time: it owns a share of the capture and with it everything that it uses, and the
@@ -43,19 +45,24 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
  public:
   // Null when no kind of camera has the id.
   using MakeSource = movra_base::OnceCallback<std::unique_ptr<FrameSource>()>;
+  // Which camera it is, and how its source is made, on the capture's thread.
+  struct Camera {
+    std::string id;
+    MakeSource make;
+  };
   // Called on the capture's thread when the source is open or cannot be; not after Stop, but for a
   // call in progress.
   using OpenedCallback = std::function<void(const video::CameraInfo&)>;
 
-  // Called on the capture's thread when a live source, which has no end, broke off, and why; not
-  // after Stop, but for a call in progress.
-  using LostCallback = std::function<void(const video::StreamEnd&)>;
+  // Called on the capture's thread when an open source came to its end, before the end mark is
+  // written where there is one; not after Stop, but for a call in progress.
+  using EndedCallback = std::function<void(const video::CaptureEnd&)>;
 
   // How long a capture waits for earlier ones before it gives up.
   static constexpr std::chrono::seconds kLongestTurn{5};
 
-  // `make_source` runs on the capture's thread. `delivered` counts the frames that the writer took.
-  SourceCapture(MakeSource make_source, std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+  // `delivered` counts the frames that the writer took.
+  SourceCapture(Camera camera, std::shared_ptr<video::IPixelFrameTrackWriter> writer,
                 const CaptureRequest& request, std::shared_ptr<const CaptureClock> clock,
                 std::shared_ptr<std::atomic<std::uint32_t>> delivered);
 
@@ -64,7 +71,7 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   void WaitFor(Release& earlier);
 
   // Once. False, and nothing will happen, when there is no thread to be had.
-  [[nodiscard]] bool Start(OpenedCallback on_opened, LostCallback on_lost = {});
+  [[nodiscard]] bool Start(OpenedCallback on_opened, EndedCallback on_ended = {});
 
   // When this returns no write begins any more; one in progress may end. Interrupts whatever the
   // thread waits for, and waits for nothing itself.
@@ -80,12 +87,16 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   [[nodiscard]] CaptureRequest request() const;
 
  private:
-  void Run(const OpenedCallback& on_opened, const LostCallback& on_lost);
+  void Run(const OpenedCallback& on_opened, const EndedCallback& on_ended);
   [[nodiscard]] video::CameraInfo Open();
   // These answer with the end that the source came to, if it did.
   std::optional<video::StreamEnd> Play();
   std::optional<video::StreamEnd> ReadUntilTheEnd();
   [[nodiscard]] SourceItem Read(const CaptureRequest& asked);
+  void End(const video::StreamEnd& end, bool is_lost, const EndedCallback& on_ended);
+  // Says once why it failed: what threw has been told already.
+  void Warn(std::string_view what, const std::string& text) const;
+  [[nodiscard]] std::string Name() const { return "The camera " + camera_.id; }
   [[nodiscard]] bool IsStopping() const;
   // These answer whether to go on.
   bool WaitForEarlierOnes();
@@ -107,7 +118,8 @@ class SourceCapture final : public std::enable_shared_from_this<SourceCapture> {
   bool room_made_ = false;
 
   // The capture thread's own.
-  MakeSource make_source_;
+  Camera camera_;
+  bool has_thrown_ = false;
   SourcePolicy policy_;
   const std::uint64_t source_run_;
   FrameRateDropper rate_;

@@ -55,16 +55,24 @@ class SourceCaptureTest : public ::testing::Test {
     if (capture_ != nullptr) StopAndWait(*capture_);
   }
 
+  // Of the camera "cam:".
+  SourceCapture& MakeOf(SourceCapture::MakeSource make_source,
+                        std::shared_ptr<video::IPixelFrameTrackWriter> writer,
+                        const CaptureRequest& request = {}) {
+    capture_ =
+        std::make_shared<SourceCapture>(SourceCapture::Camera{"cam:", std::move(make_source)},
+                                        std::move(writer), request, clock_, delivered_);
+    return *capture_;
+  }
+
   SourceCapture& MakeInto(std::shared_ptr<video::IPixelFrameTrackWriter> writer,
                           std::shared_ptr<SourceScript> script,
                           const CaptureRequest& request = {}) {
-    capture_ = std::make_shared<SourceCapture>(
-        movra_base::BindOnce(
-            [script = std::move(script)]() mutable -> std::unique_ptr<FrameSource> {
-              return std::make_unique<ScriptedSource>(std::move(script));
-            }),
-        std::move(writer), request, clock_, delivered_);
-    return *capture_;
+    return MakeOf(movra_base::BindOnce(
+                      [script = std::move(script)]() mutable -> std::unique_ptr<FrameSource> {
+                        return std::make_unique<ScriptedSource>(std::move(script));
+                      }),
+                  std::move(writer), request);
   }
   SourceCapture& Make(std::shared_ptr<SourceScript> script) {
     return MakeInto(writer_, std::move(script));

@@ -48,11 +48,7 @@ TEST_F(SourceCaptureTest, MayEndBeforeItsSourceDoes) {
 
 TEST_F(SourceCaptureTest, StopWaitsForNoWriteAndLetsGoOfTheWriterBehindIt) {
   const auto writer = std::make_shared<HeldWriter>();
-  capture_ =
-      std::make_shared<SourceCapture>(movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> {
-                                        return std::make_unique<ScriptedSource>(MakeScript(3));
-                                      }),
-                                      writer, CaptureRequest{}, clock_, delivered_);
+  MakeInto(writer, MakeScript(3));
   ASSERT_TRUE(capture_->Start(Opened()));
   writer->WaitUntilWriting();
   capture_->Stop();
@@ -120,13 +116,12 @@ TEST_F(SourceCaptureTest, InterruptsASourceThatIsMadeBehindTheStop) {
   script->open_waits = true;
   std::promise<void> making;
   std::promise<void> stopped;
-  capture_ =
-      std::make_shared<SourceCapture>(movra_base::BindOnce([&]() -> std::unique_ptr<FrameSource> {
-                                        making.set_value();
-                                        stopped.get_future().wait();
-                                        return std::make_unique<ScriptedSource>(script);
-                                      }),
-                                      writer_, CaptureRequest{}, clock_, delivered_);
+  MakeOf(movra_base::BindOnce([&]() -> std::unique_ptr<FrameSource> {
+           making.set_value();
+           stopped.get_future().wait();
+           return std::make_unique<ScriptedSource>(script);
+         }),
+         writer_);
   ASSERT_TRUE(capture_->Start(Opened()));
   making.get_future().wait();
   capture_->Stop();
@@ -136,9 +131,7 @@ TEST_F(SourceCaptureTest, InterruptsASourceThatIsMadeBehindTheStop) {
 }
 
 TEST_F(SourceCaptureTest, SaysThatThereIsNoSuchCameraWhenNoneIsMade) {
-  capture_ = std::make_shared<SourceCapture>(
-      movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> { return nullptr; }), writer_,
-      CaptureRequest{}, clock_, delivered_);
+  MakeOf(movra_base::BindOnce([]() -> std::unique_ptr<FrameSource> { return nullptr; }), writer_);
   ASSERT_TRUE(capture_->Start(Opened()));
   WaitFor(capture_->camera_let_go());
   EXPECT_EQ(*opened_, static_cast<int>(CameraError::kNoSuchCamera));

@@ -1,6 +1,4 @@
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -84,53 +82,6 @@ TEST_F(SourceCaptureTest, WritesNothingOfASourceThatCannotBeOpened) {
   EXPECT_EQ(*opened_, 7);
   EXPECT_TRUE(writer_->frames().empty());
   EXPECT_FALSE(writer_->end().has_value());
-}
-
-// What it told when it broke off; what it wrote is then all that it will.
-struct Lost {
-  std::mutex mutex;
-  std::condition_variable told;
-  std::vector<StreamEnd> ends;
-
-  StreamEnd Wait() {
-    std::unique_lock lock(mutex);
-    told.wait(lock, [this] { return !ends.empty(); });
-    return ends.front();
-  }
-};
-
-TEST_F(SourceCaptureTest, ALiveSourceThatBreaksOffFallsSilentAndTellsWhy) {
-  const auto lost = std::make_shared<Lost>();
-  auto script = MakeScript(2);
-  script->info.traits.keeps_time = true;
-  script->items.back() = StreamEnd{.error_code = 11, .reason = "unplugged"};
-  SourceCapture& capture = Make(script);
-  ASSERT_TRUE(capture.Start([](const video::CameraInfo&) {},
-                            [lost](const StreamEnd& end) {
-                              const std::lock_guard lock(lost->mutex);
-                              lost->ends.push_back(end);
-                              lost->told.notify_all();
-                            }));
-  EXPECT_EQ(lost->Wait().reason, "unplugged");
-  EXPECT_EQ(lost->Wait().error_code, 11);
-  WaitFor(capture.camera_let_go());
-  EXPECT_EQ(writer_->frames().size(), 2u);
-  EXPECT_FALSE(writer_->end().has_value());
-}
-
-TEST_F(SourceCaptureTest, WhatHasAnEndOrCanBeginAgainEndsThoughItKeepsTime) {
-  for (const video::SourceTraits traits :
-       {video::SourceTraits{.has_end = true, .keeps_time = true},
-        video::SourceTraits{.keeps_time = true, .replayable = true}}) {
-    writer_ = std::make_shared<CollectingWriter>();
-    auto script = MakeScript(1);
-    script->info.traits = traits;
-    SourceCapture& capture = Make(script);
-    ASSERT_TRUE(capture.Start([](const video::CameraInfo&) {},
-                              [](const StreamEnd&) { ADD_FAILURE() << "it is over, not lost"; }));
-    writer_->WaitForEnd();
-    WaitFor(capture.camera_let_go());
-  }
 }
 
 TEST_F(SourceCaptureTest, EachStartHasANumberThatItsFramesCarry) {

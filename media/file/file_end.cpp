@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 
 namespace movra::media {
 namespace {
@@ -18,11 +19,8 @@ std::string Seconds(std::chrono::nanoseconds duration) {
 }  // namespace
 
 video::CameraInfo StartsBehindItsEnd(const std::string& path, std::chrono::nanoseconds length) {
-  video::CameraInfo info;
-  info.error_code = static_cast<std::int32_t>(CameraError::kBadOption);
-  info.error_text =
-      "'" + path + "' is over after " + Seconds(length) + "; give it an earlier start than that";
-  return info;
+  return CameraFailure(CameraError::kBadOption, "'" + path + "' is over after " + Seconds(length) +
+                                                    "; give it an earlier start than that");
 }
 
 video::StreamEnd EndOfFile(const std::string& path, const FileReading& reading) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "media/capture/camera_error.h"
+#include "media/capture/camera_failure.h"
 #include "media/capture/picture_size.h"
 #include "media/ffmpeg/code_of.h"
 #include "media/ffmpeg/ffmpeg_api.h"
@@ -27,13 +28,6 @@ using video::StreamEnd;
 using video::VideoRotation;
 
 constexpr nanoseconds kUsualDuration{40'000'000};
-
-CameraInfo Failed(CameraError error, std::string text) {
-  CameraInfo info;
-  info.error_code = static_cast<std::int32_t>(error);
-  info.error_text = std::move(text);
-  return info;
-}
 
 // What a display matrix asks for, to the nearest quarter of a turn. Its first two numbers tell
 // where the picture's x axis goes, the fourth and fifth where its y axis does. If the way from one
@@ -83,34 +77,35 @@ CameraInfo VideoFileDecoder::Open(const std::string& path, nanoseconds start) {
   path_ = path;
   start_ = start;
   const FileCheck check = CheckReadableFile(path);
-  if (check.error != CameraError::kNone) return Failed(check.error, check.text);
+  if (check.error != CameraError::kNone) return CameraFailure(check.error, check.text);
   if (const std::string error = LoadFfmpeg(); !error.empty()) {
-    return Failed(CameraError::kUnavailable, error);
+    return CameraFailure(CameraError::kUnavailable, error);
   }
   if (check.is_pipe) {
     if (const int error = pipe_.Open(path); error != 0) {
-      return Failed(CameraError::kCannotOpen,
-                    "'" + path + "' cannot be opened (" + ErrorText(error) + ")");
+      return CameraFailure(CameraError::kCannotOpen,
+                           "'" + path + "' cannot be opened (" + ErrorText(error) + ")");
     }
   }
   if (const auto failure = container_.Open(path, pipe_.context(), &interrupted_)) {
-    return Failed(failure->code, "'" + path + "' " + failure->text);
+    return CameraFailure(failure->code, "'" + path + "' " + failure->text);
   }
   const AVCodec* decoder = nullptr;
   const int index = av_find_best_stream(container_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
   if (index == AVERROR_DECODER_NOT_FOUND) {
-    return Failed(CameraError::kUnsupported,
-                  "'" + path + "' holds video that nothing here can decode");
+    return CameraFailure(CameraError::kUnsupported,
+                         "'" + path + "' holds video that nothing here can decode");
   }
   // A song's cover passes for a video.
   if (index < 0 || (container_->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
-    return Failed(CameraError::kNotAVideo, "'" + path + "' has no video in it");
+    return CameraFailure(CameraError::kNotAVideo, "'" + path + "' has no video in it");
   }
   stream_ = container_->streams[index];
   if (const int error = OpenDecoder(); error != 0) {
-    return Failed(CameraError::kUnsupported,
-                  "the " + std::string(avcodec_get_name(stream_->codecpar->codec_id)) +
-                      " video of '" + path + "' cannot be decoded (" + ErrorText(error) + ")");
+    return CameraFailure(CameraError::kUnsupported,
+                         "the " + std::string(avcodec_get_name(stream_->codecpar->codec_id)) +
+                             " video of '" + path + "' cannot be decoded (" + ErrorText(error) +
+                             ")");
   }
   orientation_ = OrientationOf(*stream_);
   account_.Open(*container_, *stream_);

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "media/capture/camera_failure.h"
 #include "media/capture/picture_size.h"
 #include "media/file/file_check.h"
 #include "media/file/file_end.h"
@@ -114,9 +115,7 @@ CameraInfo Y4mReader::Open(const std::string& path, nanoseconds start) {
   const auto header = ParseY4mHeader(line);
   struct stat status {};
   if (!header || fstat(file.get(), &status) != 0) {  // It was another file a moment ago.
-    info.error_code = static_cast<std::int32_t>(CameraError::kCannotOpen);
-    info.error_text = "'" + path + "' cannot be opened";
-    return info;
+    return CameraFailure(CameraError::kCannotOpen, "'" + path + "' cannot be opened");
   }
   path_ = path;
   header_ = *header;
