@@ -181,7 +181,7 @@ void EncoderController::TellIfWithoutSize() const {
   Warn(context(), "../../media/encode/encoder_controller",
        video::VideoStreamTypeToString(type_) +
            " encoder was started without a width and a height: it gets no frames before "
-           "SetEncoderParams gives it another size than it had");
+           "SetEncoderParams brings a new size");
 }
 
 void EncoderController::LogReferenceSelectionOnce() {
