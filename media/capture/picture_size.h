@@ -18,7 +18,8 @@ inline constexpr video::Size kNaturalSize{-1, -1};
 // 720x1280 and a 4:3 one 1280x960.
 //
 // Never enlarged: the natural size, even or not, is the answer when it does not cover what is
-// asked, and when nothing is asked (0x0, kNaturalSize). A single side of 0 or less asks for nothing.
+// asked, and when nothing is asked (0x0, kNaturalSize). A single side of 0 or less asks for
+// nothing.
 [[nodiscard]] video::Size CoveringSize(video::Size natural, video::Size asked);
 
 // The size of a stored picture once it stands upright and its pixels are square: its width is
