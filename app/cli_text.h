@@ -31,7 +31,7 @@ inline constexpr char kStartText[] = "Play a file from then on: 10s, 1m30s, 1.5s
 inline constexpr char kModeText[] =
     "How the size asked of the camera follows from the big\n"
     "stream's: 0, 2 limited to 1920x1080, 1 as it is,\n"
-    "3 by --size (default: 0; 3 with a file's own size if\n"
+    "3 by --size, or its own (default: 0; 3 for a file if\n"
     "the small stream is more than half as large as the big)";
 inline constexpr char kSizeText[] = "Size asked of the camera; means --mode 3";
 inline constexpr char kFrameRateText[] =

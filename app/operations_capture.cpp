@@ -18,6 +18,9 @@ using video::DesktopScreenParams;
 using video::MobileScreenParams;
 using video::Region;
 
+constexpr char kCameraSide[] =
+    "Pixels, in mode \"own_size\"; -1 in both: the natural size, 0 in both: the big stream's.";
+
 TypedArgument<std::int32_t> Pixels(std::string name, std::string help, std::int32_t least) {
   return Integer<std::int32_t>(std::move(name), std::move(help), least, kGreatestSide);
 }
@@ -38,8 +41,8 @@ TypedArgument<CameraParams> CameraRecord() {
        FieldOf(&CameraParams::orientation,
                Integer<std::int32_t>("orientation", "How it is held, as its driver counts.")),
        FieldOf(&CameraParams::frame_rate, FramesPerSecond()),
-       FieldOf(&CameraParams::width, Pixels("width", "Pixels; 0 in both: the natural size.", 0)),
-       FieldOf(&CameraParams::height, Pixels("height", "Pixels; 0 in both: the natural size.", 0)),
+       FieldOf(&CameraParams::width, Pixels("width", kCameraSide, -1)),
+       FieldOf(&CameraParams::height, Pixels("height", kCameraSide, -1)),
        FieldOf(&CameraParams::cover_image,
                Image("cover_image", "Shown instead of camera pictures."))});
 }

@@ -15,6 +15,7 @@
 
 #include "app/producer_e2e_for_test.h"
 #include "media/camera/frame_marker.h"
+#include "media/capture/picture_size.h"
 #include "media/ffmpeg/decode_for_test.h"
 #include "media/file/clip_for_test.h"
 #include "media/output/encoded_file_writer.h"
@@ -27,6 +28,7 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 using ::testing::Each;
 using ::testing::ElementsAreArray;
+using ::testing::Eq;
 using ::testing::Ge;
 using video::Size;
 
@@ -237,6 +239,36 @@ TEST_F(ProducerSourcesE2e, ProducersThatShareACameraTakeNothingFromEachOther) {
     OnMainQueue([&] {
       for (Sharer& sharer : sharers) sharer.producer->StopCapture({});
     });
+  }
+}
+
+TEST_F(ProducerSourcesE2e, OnlyAskedForItTheCamerasNaturalSizeGoesBeforeTheEncoders) {
+  struct Case {
+    const char* id;
+    Size asked;
+    int width;
+  };
+  for (const Case& one : {Case{"test:", {0, 0}, 640}, Case{"test:", media::kNaturalSize, 1280},
+                          Case{"test:?size=800x600", media::kNaturalSize, 800}}) {
+    const auto producer = MakeProducer();
+    const auto sizes = std::make_shared<Sizes>();
+    const auto writer = std::make_shared<NoWriter>();
+    StartEncoder(*producer, kBig, Params({640, 360}, 30, 400'000), writer);
+    OnMainQueue([&] {
+      producer->SetProducerMode(video::ProducerMode::kOwnSize);
+      producer->AddVideoShuntTrack(video::InterceptPosition::kCaptured, video::PixelFormat::kI420,
+                                   video::BufferType::kMemory, sizes);
+      video::CameraParams camera;
+      camera.camera_id = one.id;
+      camera.width = one.asked.width;
+      camera.height = one.asked.height;
+      producer->StartCapture(camera, {});
+    });
+    EXPECT_THAT(sizes->Next(3), Each(Eq(one.width))) << one.id << " " << one.asked.ToString();
+    // Nor do they change it later.
+    OnMainQueue([&] { producer->SetEncoderParams(kBig, Params({320, 180}, 30, 200'000)); });
+    EXPECT_THAT(sizes->Next(3), Each(Eq(one.width)));
+    OnMainQueue([&] { producer->StopCapture({}); });
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "app/picture_text.h"
+#include "media/capture/picture_size.h"
 #include "media/encode/encoder_settings.h"
 #include "video/resolution_decider_utils.h"
 
@@ -115,6 +116,7 @@ CapturePlan PlanCapture(const RunOptions& options, const video::CameraInfo& sour
   if (!options.small.off) plan.streams.push_back(small);
   plan.mode = options.mode.value_or(plan.mode);
   plan.size = options.size;
+  if (plan.mode == video::ProducerMode::kOwnSize && !plan.size) plan.size = media::kNaturalSize;
   if (!options.mode && source.traits.rate_is_fixed && NeedsWholePictures(plan.streams)) {
     plan.mode = video::ProducerMode::kOwnSize;
     plan.size = source.natural_size;

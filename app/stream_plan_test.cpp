@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "media/capture/picture_size.h"
 #include "media/encode/encoder_settings.h"
 
 namespace movra::app {
@@ -153,6 +154,15 @@ TEST(StreamPlan, WhatWasTypedOfTheCaptureSizeHolds) {
   options.size = Size{960, 540};
   EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).mode, video::ProducerMode::kOwnSize);
   EXPECT_EQ(PlanCapture(options, File({1920, 1080}, 30)).size, (Size{960, 540}));
+}
+
+TEST(StreamPlan, ItsOwnSizeWithoutASizeIsTheCamerasNaturalOne) {
+  RunOptions options;
+  options.mode = video::ProducerMode::kOwnSize;
+  options.big.size = Size{640, 360};
+  for (const auto& source : {File({1920, 1080}, 30), Device({1920, 1080}, 30)}) {
+    EXPECT_EQ(PlanCapture(options, source).size, media::kNaturalSize);
+  }
 }
 
 TEST(StreamPlan, TheBitRateFollowsTheSizeAndTheRateThatIsExpected) {

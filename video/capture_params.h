@@ -21,7 +21,9 @@ struct CameraParams {
   movra_base::Optional<std::uint8_t> facing;
   movra_base::Optional<std::int32_t> orientation;
   movra_base::Optional<std::int32_t> frame_rate;  // Frames per second.
-  // Asked-for size in pixels; 0x0 asks for the camera's natural size.
+  // Asked-for size in pixels. A camera takes 0x0 and negative sides for its natural size; a
+  // producer asks with these in kOwnSize alone, where 0x0 becomes the big stream's size, and -1x-1
+  // stays.
   movra_base::Optional<std::int32_t> width;
   movra_base::Optional<std::int32_t> height;
   // Shown instead of camera pictures. Always the last field.

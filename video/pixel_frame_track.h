@@ -16,6 +16,7 @@ enum class TrackWriteResult : std::int32_t {
   kReplacedOlder = 1,  // Accepted; a waiting live frame was dropped for it.
   kFull = 2,           // A lossless frame was not taken: try again after the room callback.
   kClosed = 3,         // Nobody can read it any more.
+  kInvalid = 4,        // Not taken: whoever reads the track could not use it, now or later.
 };
 
 // The end that frames go into. The application implements it to receive frames (custom rendering,

@@ -22,7 +22,8 @@ namespace movra::video {
 // The producer makes one and calls it on the main queue; every operation returns at once. Frames
 // are processed on the queue given to Create, which producers may share: nothing there ever waits.
 // Settings may change at any time and hold for the frames processed after the call. Tracks and
-// listeners are held weakly; one that dies drops out by itself.
+// listeners are held weakly; one that dies drops out by itself, and one that was gone before its
+// first frame is told. At a position that there is not nothing is added, and that is told too.
 class IVideoPreprocessor2 {
  public:
   [[nodiscard]] static std::shared_ptr<IVideoPreprocessor2> Create(

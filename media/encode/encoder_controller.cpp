@@ -9,6 +9,8 @@
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
 #include "media/figures/frame_account.h"
+#include "media/text/warning.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 namespace {
@@ -36,12 +38,14 @@ void EncoderController::Start() {
   if (run_ != nullptr) return;
   const EncoderEvents events(type_, relay_.Open());
   const auto run = std::make_shared<EncoderRun>(
-      controls_, std::make_unique<StreamEncoder>(context(), type_, registry_, events, counters_),
-      counters_, events, unfinished_run_);
+      context(), controls_,
+      std::make_unique<StreamEncoder>(context(), type_, registry_, events, counters_), counters_,
+      events, unfinished_run_);
   if (!StartThread(run, events)) return;
   run_ = run;
   unfinished_run_.reset();
   ListenToInput();
+  TellIfWithoutSize();
 }
 
 bool EncoderController::StartThread(const std::shared_ptr<EncoderRun>& run,
@@ -113,6 +117,7 @@ video::EncoderProperty EncoderController::GetProperty() {
 void EncoderController::SetEncodeParams(const video::EncodeParams& params) {
   checker_.Check();
   MergeEncodeParams(params, controls_.params);
+  has_size_ = params.width.has_value() && params.height.has_value();
   ApplyControls();
 }
 
@@ -169,6 +174,14 @@ void EncoderController::UnlistenToInput() {
 
 void EncoderController::UpdateLateFrames() {
   if (const auto reader = controls_.reader.lock()) late_in_track_ = reader->GetDroppedFrames();
+}
+
+void EncoderController::TellIfWithoutSize() const {
+  if (has_size_) return;
+  Warn(context(), "../../media/encode/encoder_controller",
+       video::VideoStreamTypeToString(type_) +
+           " encoder was started without a width and a height: it gets no frames before "
+           "SetEncoderParams brings a new size");
 }
 
 void EncoderController::LogReferenceSelectionOnce() {

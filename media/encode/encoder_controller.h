@@ -53,6 +53,8 @@ class EncoderController final : public video::IVideoEncoderController,
   // Late frames are counted by the track, since it was made; ours are those of all tracks so far.
   void UpdateLateFrames();
   void LogReferenceSelectionOnce();
+  // The producer connects an encoder that is started without a size to nothing.
+  void TellIfWithoutSize() const;
 
   const video::VideoStreamType type_;
   const EncoderRegistry registry_;
@@ -61,6 +63,7 @@ class EncoderController final : public video::IVideoEncoderController,
   EncoderRelay relay_;
 
   EncoderControls controls_;
+  bool has_size_ = true;  // The parameters given last had both sides; before any, nobody asked.
   std::uint32_t late_in_former_tracks_ = 0;
   std::uint32_t late_in_track_ = 0;
   bool reference_selection_logged_ = false;

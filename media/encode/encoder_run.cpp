@@ -5,6 +5,7 @@
 
 #include "logging/guarded_call.h"
 #include "media/encode/writer_turn.h"
+#include "media/text/warning.h"
 
 namespace movra::media {
 namespace {
@@ -17,10 +18,12 @@ bool IsSame(const std::weak_ptr<video::IVideoFrameTrackWriter>& a,
 
 }  // namespace
 
-EncoderRun::EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
+EncoderRun::EncoderRun(const video::VideoContext& context, EncoderControls controls,
+                       std::unique_ptr<StreamEncoder> encoder,
                        std::shared_ptr<EncoderCounters> counters, EncoderEvents events,
                        std::shared_ptr<EncoderRun> previous)
-    : encoder_(std::move(encoder)),
+    : context_(context),
+      encoder_(std::move(encoder)),
       counters_(std::move(counters)),
       events_(std::move(events)),
       previous_(std::move(previous)),
@@ -125,10 +128,19 @@ void EncoderRun::HandleFrame(const video::PixelFrame& frame) {
   // Kept until the frame is through.
   const auto writer = writer_.lock();
   if (writer == nullptr) {
+    TellIfNeverUsed();
     counters_->CountFailed();
     return;
   }
+  is_writer_known_ = true;
   encoder_->Encode(frame, receiver_);
+}
+
+void EncoderRun::TellIfNeverUsed() {
+  if (std::exchange(is_writer_known_, true) || IsSame(given_writer_, {})) return;
+  Warn(context_, "../../media/encode/encoder_run",
+       "The writer of an encoded stream was gone before its first frame: it is held weakly, keep "
+       "it alive");
 }
 
 FrameFate EncoderRun::HandOver(const video::EncodedFrame& encoded) {
@@ -157,6 +169,7 @@ void EncoderRun::TakeControls() {
     // What is inside belongs to the stream of the one before.
     encoder_->Flush(receiver_);
     given_writer_ = writer_ = controls.writer;
+    is_writer_known_ = false;
   }
   if (changed) encoder_->SetParams(controls.params, controls.regions);
   if (key_frame || new_writer) encoder_->RequestKeyFrame();

@@ -11,6 +11,7 @@
 #include "media/threads/mutex.h"
 #include "video/encode_params.h"
 #include "video/pixel_frame_track.h"
+#include "video/video_context.h"
 #include "video/video_frame_track.h"
 
 namespace movra::media {
@@ -35,9 +36,9 @@ class EncoderRun {
  public:
   // `previous` is the run before this one if its thread may still be busy: this one reads and
   // writes nothing before that has finished.
-  EncoderRun(EncoderControls controls, std::unique_ptr<StreamEncoder> encoder,
-             std::shared_ptr<EncoderCounters> counters, EncoderEvents events,
-             std::shared_ptr<EncoderRun> previous);
+  EncoderRun(const video::VideoContext& context, EncoderControls controls,
+             std::unique_ptr<StreamEncoder> encoder, std::shared_ptr<EncoderCounters> counters,
+             EncoderEvents events, std::shared_ptr<EncoderRun> previous);
 
   void Run();
 
@@ -60,12 +61,16 @@ class EncoderRun {
   [[nodiscard]] FrameFate HandOver(const video::EncodedFrame& encoded);
   void HandleEnd(const video::StreamEnd& end);
   void TakeControls();
+  // Tells of a writer that was gone before its first frame, once.
+  void TellIfNeverUsed();
   // Calls the writer, when no other thread is inside it, unless this run was abandoned by then. A
   // writer that throws is told of once and called no more. What became of the call.
   template <class Call>
   FrameFate CallWriter(const video::IVideoFrameTrackWriter& writer, Call&& call);
   // Whether a write may begin; one that has may end, whatever happens meanwhile.
   [[nodiscard]] bool MayWrite();
+
+  const video::VideoContext context_;
 
   // The thread alone.
   std::unique_ptr<StreamEncoder> encoder_;
@@ -74,6 +79,7 @@ class EncoderRun {
   std::shared_ptr<EncoderRun> previous_;
   std::weak_ptr<video::IVideoFrameTrackWriter> given_writer_;  // By the controls.
   std::weak_ptr<video::IVideoFrameTrackWriter> writer_;        // The same until it throws.
+  bool is_writer_known_ = false;  // Was found alive, or told not to be.
   const EncodedFrameReceiver receiver_ = [this](const video::EncodedFrame& encoded) {
     return HandOver(encoded);
   };

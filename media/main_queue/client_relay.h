@@ -11,6 +11,9 @@
 // start has begun by then. It goes to whoever is the client when its turn comes, so a client that
 // was replaced hears nothing more.
 //
+// A client that was gone before its first event is told in one warning line: most likely it was
+// given as a temporary.
+//
 // A client that throws is told in one warning line and hears no more of that start: not before the
 // relay is closed and opened again, or given a client anew.
 
@@ -26,6 +29,8 @@
 
 #include "base/once_callback.h"
 #include "logging/guarded_call.h"
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
 #include "media/main_queue/weak_main_queue.h"
 
 namespace movra::media {
@@ -95,6 +100,7 @@ class ClientRelay {
     void End() { open_ = 0; }
     void SetClient(std::weak_ptr<Client> client) {
       has_thrown_ = false;
+      is_known_ = false;
       client_ = std::move(client);
     }
 
@@ -102,6 +108,7 @@ class ClientRelay {
     void Run(std::uint64_t start, Event& event) {
       if (open_ != start || has_thrown_) return;
       const std::shared_ptr<Client> client = client_.lock();
+      if (!std::exchange(is_known_, true) && client == nullptr) TellThatItIsGone();
       if (client == nullptr) return;
       if (movra_logging::CallGuarded(whose_, [&] { event(*client); })) return;
       // Unless it was replaced, or another start begun, before it threw.
@@ -109,8 +116,18 @@ class ClientRelay {
     }
 
    private:
+    void TellThatItIsGone() const {
+      const std::weak_ptr<Client> none;
+      if (!client_.owner_before(none) && !none.owner_before(client_)) return;  // None was given.
+      constexpr int kWarning = movra_logging::kLogLevelWarning;
+      if (!movra_logging::ShouldCreateLogMessage(kWarning)) return;
+      LogStream("media/main_queue/client_relay", __LINE__, __func__, kWarning, nullptr)
+          << whose_ << " was gone before its first event: it is held weakly, keep it alive";
+    }
+
     const std::string_view whose_;
     std::weak_ptr<Client> client_;
+    bool is_known_ = false;  // Was found alive, or looked for.
     bool has_thrown_ = false;
     // The start whose events are delivered, 0 for none. Written on the main queue, and at the end
     // of the relay on any thread.

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "testing/log_capture.h"
@@ -44,6 +45,13 @@ class ClientRelayTest : public ::testing::Test {
       client.heard.push_back(-1);
       throw std::runtime_error("no");
     });
+  }
+
+  // Since it was asked last.
+  std::vector<std::string> Told() {
+    std::vector<std::string> texts;
+    for (testing::LogLine& line : log_.Take()) texts.push_back(std::move(line.text));
+    return texts;
   }
 
   std::shared_ptr<testing::SimulatedQueue> queue_ =
@@ -85,6 +93,33 @@ TEST_F(ClientRelayTest, WithoutAClientEventsAreDropped) {
   Relay relay("Nobody");
   Tell(relay.Open(), 1);
   EXPECT_EQ(queue_->RunAll(), 1U);
+  EXPECT_THAT(Told(), IsEmpty());
+}
+
+TEST_F(ClientRelayTest, AClientThatWasATemporaryIsToldOnce) {
+  Relay relay("The client of a test", std::make_shared<Client>());
+  for (int i = 0; i < 2; ++i) {
+    Tell(relay.Open(), i);
+    queue_->RunAll();
+    relay.Close();
+  }
+  const std::string text =
+      "The client of a test was gone before its first event: it is held weakly, keep it alive";
+  EXPECT_THAT(Told(), ElementsAre(text));
+  relay.SetClient(std::make_shared<Client>());
+  Tell(relay.Open(), 2);
+  queue_->RunAll();
+  EXPECT_THAT(Told(), ElementsAre(text));
+}
+
+TEST_F(ClientRelayTest, AClientThatHeardSomethingMayGo) {
+  const auto sender = relay_->Open();
+  Tell(sender, 1);
+  queue_->RunAll();
+  client_.reset();
+  Tell(sender, 2);
+  queue_->RunAll();
+  EXPECT_THAT(Told(), IsEmpty());
 }
 
 TEST_F(ClientRelayTest, AfterTheCloseNothingIsDeliveredWheneverItWasPosted) {

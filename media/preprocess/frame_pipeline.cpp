@@ -6,10 +6,9 @@
 #include <variant>
 
 #include "logging/guarded_call.h"
-#include "logging/log_message.h"
-#include "logging/log_stream.h"
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_layout.h"
+#include "media/text/warning.h"
 #include "video/to_string.h"
 
 namespace movra::media {
@@ -20,6 +19,8 @@ using video::PixelFrame;
 using video::PixelFrameInfo;
 
 namespace {
+
+constexpr char kLogFile[] = "../../media/preprocess/frame_pipeline";
 
 bool IsSamePicture(const PixelFrame& a, const PixelFrame& b) {
   return a.owner() == b.owner() && a.info().planes[0].data == b.info().planes[0].data &&
@@ -37,12 +38,29 @@ std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
   return width * (tap.params.height > 0 ? tap.params.height : own.height);
 }
 
+const char* NameOf(const Tap& /*tap*/) { return "The frame writer"; }
+const char* NameOf(const Interceptor& /*interceptor*/) { return "The interceptor"; }
+
+// "The interceptor at kPreview"
+template <class T>
+std::string Describe(const Attachment<T>& attachment) {
+  return NameOf(attachment) + std::string(" at ") +
+         video::InterceptPositionToString(attachment.position);
+}
+
+template <class T>
+void TellIfGone(const video::VideoContext& context, const Attachment<T>& attachment) {
+  if (attachment.flags->is_removed || !attachment.target.expired()) return;
+  if (attachment.flags->is_known.exchange(true)) return;
+  Warn(context, kLogFile,
+       Describe(attachment) + " was gone before its first frame: it is held weakly, keep it alive");
+}
+
 // Calls code that may be the application's; what throws is over. Whether it returned.
 template <class T, class Call>
-bool CallAttached(const char* what, const Attachment<T>& attachment, Call&& call) {
-  const auto whose = [&] {
-    return std::string(what) + " at " + video::InterceptPositionToString(attachment.position);
-  };
+bool CallAttached(const Attachment<T>& attachment, Call&& call) {
+  attachment.flags->is_known = true;
+  const auto whose = [&] { return Describe(attachment); };
   const bool has_returned = movra_logging::CallGuarded(whose, std::forward<Call>(call));
   if (!has_returned) attachment.flags->has_thrown = true;
   return has_returned;
@@ -53,6 +71,14 @@ std::string Describe(const video::Size& size, video::PixelFormat format) {
 }
 
 }  // namespace
+
+void TellIfNeverUsed(const video::VideoContext& context, const Tap& tap) {
+  TellIfGone(context, tap);
+}
+
+void TellIfNeverUsed(const video::VideoContext& context, const Interceptor& interceptor) {
+  TellIfGone(context, interceptor);
+}
 
 FramePipeline::FramePipeline(video::VideoContext context,
                              const std::shared_ptr<FrameAccount>& account)
@@ -90,7 +116,8 @@ void FramePipeline::Visit(Pass& pass, InterceptPosition position) {
 
 void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
   const auto listener = interceptor.Lock();
-  if (listener == nullptr || pass.is_stopped()) return;
+  if (listener == nullptr) return TellIfGone(context_, interceptor);
+  if (pass.is_stopped()) return;
   const PixelFrame offered = ConvertFrame(pass.frame, interceptor.params.pixel_format, pool_);
   if (!offered) {
     const PixelFrameInfo& info = pass.frame.info();
@@ -99,9 +126,8 @@ void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
   // Asked anew right before the call, as a write is: making the picture takes time.
   if (interceptor.flags->is_removed || pass.is_stopped()) return;
   PixelFrame answer;
-  const bool has_answered = CallAttached("The interceptor", interceptor, [&] {
-    answer = listener->OnInterceptFrame(interceptor.position, offered);
-  });
+  const bool has_answered = CallAttached(
+      interceptor, [&] { answer = listener->OnInterceptFrame(interceptor.position, offered); });
   // A listener that only looked shall not cost the frame a conversion.
   if (!has_answered || (answer && IsSamePicture(answer, offered))) return;
   if (!answer) source_->Count(FrameFate::kIntercepted);
@@ -139,7 +165,10 @@ std::vector<FramePipeline::Output> FramePipeline::MakeOutputs(Pass& pass,
   std::vector<Output> outputs;
   for (const Tap* const tap : taps) {
     auto writer = tap->Target();
-    if (writer == nullptr) continue;
+    if (writer == nullptr) {
+      TellIfGone(context_, *tap);
+      continue;
+    }
     FrameCounters* const stream = StreamOf(*tap, *writer);
     outputs.push_back({tap, std::move(writer), stream, MakePicture(pass, *tap)});
   }
@@ -170,8 +199,8 @@ void FramePipeline::Write(Output& output, const std::function<bool()>& is_stoppe
   if (!output.tap->is_for_encoder && output.tap->flags->is_removed) return;
   const bool is_lossless = output.frame.info().delivery == FrameDelivery::kLossless;
   auto result = video::TrackWriteResult::kClosed;
-  static_cast<void>(CallAttached("The frame writer", *output.tap,
-                                 [&] { result = output.writer->Write(std::move(output.frame)); }));
+  static_cast<void>(
+      CallAttached(*output.tap, [&] { result = output.writer->Write(std::move(output.frame)); }));
   // The track counts what it takes or loses; a lossless frame that it refuses is nobody's.
   if (is_lossless && result == video::TrackWriteResult::kFull) count(FrameFate::kDisplaced);
 }
@@ -214,10 +243,7 @@ void FramePipeline::ReportNotMade(const std::string& whose, const video::Size& s
   const bool is_known = std::find(reported_.begin(), reported_.end(), text) != reported_.end();
   if (is_known || reported_.size() >= kMostReports) return;
   reported_.push_back(text);
-  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
-  LogStream("../../media/preprocess/frame_pipeline", __LINE__, __func__,
-            movra_logging::kLogLevelWarning, nullptr)
-      << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " " << text;
+  Warn(context_, kLogFile, text);
 }
 
 // Asked of the target, as it is written to: a tap that is being removed may come back.
@@ -227,7 +253,7 @@ bool EncodersHaveRoom(const PipelineSettings& settings) {
     const auto writer = tap.Target();
     bool has_room = true;
     if (writer == nullptr) return true;
-    static_cast<void>(CallAttached("The frame writer", tap, [&] { has_room = writer->HasRoom(); }));
+    static_cast<void>(CallAttached(tap, [&] { has_room = writer->HasRoom(); }));
     return has_room;
   });
 }
@@ -239,7 +265,7 @@ void WriteEndToTaps(const PipelineSettings& settings, const video::StreamEnd& en
     auto writer = tap.is_for_encoder ? tap.Target() : tap.Lock();
     if (writer == nullptr || std::find(told.begin(), told.end(), writer) != told.end()) continue;
     if (is_stopped()) return;
-    static_cast<void>(CallAttached("The frame writer", tap, [&] { writer->WriteEnd(end); }));
+    static_cast<void>(CallAttached(tap, [&] { writer->WriteEnd(end); }));
     told.push_back(std::move(writer));
   }
 }

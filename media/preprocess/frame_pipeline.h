@@ -29,6 +29,7 @@ struct Attachment {
   struct Flags {
     std::atomic<bool> is_removed = false;  // Set on the main queue.
     std::atomic<bool> has_thrown = false;  // Set where frames are processed.
+    std::atomic<bool> is_known = false;    // Was found alive, or told not to be; set on either.
   };
 
   video::InterceptPosition position;
@@ -54,6 +55,11 @@ struct PipelineSettings {
   FrameWay way;
   video::FrameAdaptiveMode adaptive_mode = video::FrameAdaptiveMode::kCrop;
 };
+
+// Tells of one that was gone before anybody used it: most likely it was given as a temporary, which
+// nothing keeps. Once; any thread.
+void TellIfNeverUsed(const video::VideoContext& context, const Tap& tap);
+void TellIfNeverUsed(const video::VideoContext& context, const Interceptor& interceptor);
 
 // Takes a frame through positions and stages in the order of the way: at each position the
 // interceptors, then the taps. A stage that changes nothing about the frame costs it nothing.

@@ -7,6 +7,8 @@
 #include "base/weak_bind.h"
 #include "logging/guarded_call.h"
 #include "media/frame/platform_objects.h"
+#include "media/text/warning.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 
@@ -15,6 +17,11 @@ using video::InterceptPosition;
 using video::PixelFrame;
 
 namespace {
+
+constexpr char kLogFile[] = "../../media/preprocess/preprocessor";
+
+// Longer than it takes to connect what frames come from, on the slowest machine.
+constexpr std::chrono::seconds kInputIsDue{1};
 
 constexpr char kReader[] = "The reader of captured frames";
 constexpr char kWriter[] = "The frame writer of an encoder";
@@ -25,13 +32,6 @@ using Image = video::ObjcWrapper<NSImage>;
 template <class T>
 bool IsSame(const std::weak_ptr<T>& a, const std::weak_ptr<T>& b) {
   return !a.owner_before(b) && !b.owner_before(a) && a.lock() == b.lock();
-}
-
-// Adds behind the others; those whose object is gone drop out.
-template <class T>
-void Add(std::vector<Attachment<T>>& attachments, Attachment<T> added) {
-  std::erase_if(attachments, [](const Attachment<T>& a) { return a.target.expired(); });
-  attachments.push_back(std::move(added));
 }
 
 // Whether one of them was an encoder's.
@@ -77,7 +77,8 @@ bool Preprocessor::Taken::IsLossless() const {
 
 Preprocessor::Preprocessor(const video::VideoContext& context,
                            std::shared_ptr<core::DispatchQueue> queue, std::vector<StageRow> rows)
-    : queue_(std::move(queue)),
+    : context_(context),
+      queue_(std::move(queue)),
       account_(FrameAccount::Of(context.trace())),
       checker_("a preprocessor", context),
       pipeline_(context, account_),
@@ -94,25 +95,60 @@ Preprocessor::~Preprocessor() {
 
 void Preprocessor::StartProcessing() {
   checker_.Check();
+  if (run_ == 0) BeginRun();
+  Schedule();
+}
+
+void Preprocessor::BeginRun() {
+  const auto faults = std::make_shared<FrameFaultLog>(context_);
+  std::shared_ptr<video::IPixelFrameTrackReader> reader;
   {
     const std::lock_guard lock(mutex_);
-    if (run_ == 0) run_ = ++runs_;
+    run_ = ++runs_;
+    faults_ = faults;
+    reader = reader_.lock();
   }
-  Schedule();
+  if (reader) CheckFrames(*reader, faults);
+  // The first start is that of a producer, which needs no source yet.
+  if (!has_stopped_) return;
+  core::GetMainQueue()->PostDelayed(
+      movra_base::BindOnce(&Preprocessor::TellIfWithoutInput, weak_from_this(), runs_),
+      kInputIsDue);
+}
+
+void Preprocessor::TellIfWithoutInput(std::uint64_t run) {
+  bool was_given = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (run_ != run || is_reader_known_ || !reader_.expired()) return;
+    was_given = !IsSameInput({});
+  }
+  Warn(context_, kLogFile,
+       was_given ? "The reader of the input was gone before its first frame: it is held weakly, "
+                   "keep it alive"
+                 : "No input is connected: SetCustomCaptureInputTrack connects one that is set "
+                   "after EnableCustomCapturing(true), not before");
 }
 
 void Preprocessor::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
   checker_.Check();
   const auto added = reader.lock();
-  if (added) CountInto(*added, FrameAccount::Source(account_));
+  const auto faults = std::make_shared<FrameFaultLog>(context_);
+  if (added) {
+    CountInto(*added, FrameAccount::Source(account_));
+    CheckFrames(*added, faults);
+  }
   std::weak_ptr<video::IPixelFrameTrackReader> replaced = std::move(reader);
   {
     const std::lock_guard lock(mutex_);
     reader_.swap(replaced);
+    faults_ = faults;
+    is_reader_known_ = false;
   }
   const auto removed = replaced.lock();
   // Ends may be the application's: one that throws here has no callback, and that is all.
   if (removed && removed != added) {
+    CheckFrames(*removed, nullptr);
     static_cast<void>(CallGuarded(kReader, [&] { removed->SetReadableCallback({}); }));
   }
   if (added) {
@@ -126,6 +162,7 @@ void Preprocessor::AddInterceptor(InterceptPosition position,
                                   const video::CustomProcessParams& params,
                                   std::weak_ptr<video::VideoInterceptorListener> listener) {
   checker_.Check();
+  if (!IsPosition(position, "interceptor")) return;
   Change([&](PipelineSettings& settings) {
     Add(settings.interceptors, {position, params, std::move(listener)});
   });
@@ -141,7 +178,8 @@ void Preprocessor::AddOutputTrack(InterceptPosition position,
                                   std::weak_ptr<video::IPixelFrameTrackWriter> writer) {
   checker_.Check();
   const auto added = writer.lock();
-  if (added == nullptr) return;
+  if (!IsPosition(position, "frame writer")) return;
+  if (added == nullptr) return TellIfNeverUsed(context_, {position, params, std::move(writer)});
   const bool is_for_encoder =
       position == InterceptPosition::kEncoder && IsEncodersWish(params, *added);
   if (is_for_encoder) {
@@ -158,6 +196,28 @@ void Preprocessor::AddOutputTrack(InterceptPosition position,
         if (returns) changes_.erase(last_change_);
       });
   if (returns) Schedule();  // Something may have waited for the tap.
+}
+
+// Those that drop out are told with no lock held: the settings that change are nobody's yet.
+template <class T>
+void Preprocessor::Add(std::vector<Attachment<T>>& attachments, Attachment<T> added) {
+  std::erase_if(attachments, [this](const Attachment<T>& a) {
+    TellIfNeverUsed(context_, a);
+    return a.target.expired();
+  });
+  attachments.push_back(std::move(added));
+}
+
+bool Preprocessor::IsPosition(InterceptPosition position, const char* what) {
+  const auto positions = video::NamedValues<InterceptPosition>();
+  const bool is_one = std::any_of(positions.begin(), positions.end(),
+                                  [&](const auto& named) { return named.value == position; });
+  if (!is_one) {
+    Warn(context_, kLogFile,
+         "There is no position " + video::InterceptPositionToString(position) + ": the " + what +
+             " is not added");
+  }
+  return is_one;
 }
 
 bool Preprocessor::IsEncodersWish(const video::CustomProcessParams& params,
@@ -193,6 +253,7 @@ void Preprocessor::EndChange(std::uint64_t change) {
 
 void Preprocessor::StopProcessing() {
   checker_.Check();
+  has_stopped_ = true;
   video::TrackItem dropped;  // Released after the lock.
   {
     const std::lock_guard lock(mutex_);
@@ -250,7 +311,7 @@ void Preprocessor::ProcessNext() {
              (taken.IsLossless() && !EncodersHaveRoom(*terms.settings))) {
     return Hold(std::move(taken));
   } else if (auto* const frame = std::get_if<PixelFrame>(&taken.item)) {
-    Process(std::move(*frame), *terms.settings, taken.run);
+    Process(std::move(*frame), terms, taken.run);
   } else {
     WriteEndToTaps(*terms.settings, std::get<video::StreamEnd>(taken.item),
                    [this, run = taken.run] { return run_ != run; });
@@ -270,6 +331,7 @@ Preprocessor::Taken Preprocessor::Take() {
     if (!std::holds_alternative<std::monostate>(taken.item)) return taken;
     taken.reader = reader_;
     reader = reader_.lock();
+    is_reader_known_ |= reader != nullptr;
   }
   if (reader == nullptr) return taken;
   const bool has_returned = CallGuarded(kReader, [&] { taken.item = reader->Read(); });
@@ -301,7 +363,7 @@ Preprocessor::Terms Preprocessor::Join(Taken& taken) {
   const bool lives_on = !taken.reader.expired() && IsSameInput(taken.reader);
   if (run_ == 0 || (run_ != taken.run && !lives_on)) return {};
   taken.run = run_;
-  return {settings_, !changes_.empty()};
+  return {settings_, !changes_.empty(), faults_};
 }
 
 // Whatever makes room or ends a change from here on posts a task, and that runs after this one.
@@ -316,9 +378,14 @@ void Preprocessor::Hold(Taken taken) {
   CountStopped(taken.item);
 }
 
-void Preprocessor::Process(PixelFrame frame, const PipelineSettings& settings, std::uint64_t run) {
+void Preprocessor::Process(PixelFrame frame, const Terms& terms, std::uint64_t run) {
+  // Of a reader of the application's own, or written before its track was the input.
+  if (const FrameFault fault = FindFault(frame)) {
+    FrameAccount::Source(account_)->Count(FrameFate::kNotMade);
+    return terms.faults->Tell(fault, frame.info());
+  }
   const PixelFrame upright =
-      pipeline_.Process(std::move(frame), settings, [this, run] { return run_ != run; });
+      pipeline_.Process(std::move(frame), *terms.settings, [this, run] { return run_ != run; });
   ++processed_;
   if (!upright) return;
   // Taken in one step with the run: whoever asks from here on is shown a later frame.

@@ -14,6 +14,7 @@
 #include "media/preprocess/frame_pipeline.h"
 #include "media/preprocess/stage_table.h"
 #include "media/preprocess/stream_clock.h"
+#include "media/track/frame_fault.h"
 #include "video/video_preprocessor.h"
 
 namespace movra::media {
@@ -40,7 +41,10 @@ namespace movra::media {
 // too nothing is lost, and what is lossless waits for the loop.
 //
 // Frames that get no further are counted in the account of the context's trace. What the
-// application's ends, listeners and callbacks throw is told in the log and ends there.
+// application's ends, listeners and callbacks throw is told in the log and ends there. So are told:
+// frames that nobody could use, by the input track where it is ours; ends and listeners that were
+// gone before their first use; those at a position that there is not, which are not added; and
+// processing that was begun anew and has no input for a while.
 //
 // Stages are told settings and prepare themselves on the main queue; what they prepared is part of
 // the settings that an item goes on with.
@@ -108,6 +112,7 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   struct Terms {
     std::shared_ptr<const PipelineSettings> settings;  // Null: its run is over.
     bool is_changing = false;                          // An encoder's tap is being replaced.
+    std::shared_ptr<FrameFaultLog> faults;             // Of the input.
   };
 
   // Swaps in changed settings; `and_also` runs in the same step.
@@ -120,6 +125,14 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   // Of a tap at the encoders' position: whether an encoder reads it, or the application looks on.
   [[nodiscard]] bool IsEncodersWish(const video::CustomProcessParams& params,
                                     const video::IPixelFrameTrackWriter& writer) const;
+  // Adds behind the others; those whose object is gone drop out.
+  template <class T>
+  void Add(std::vector<Attachment<T>>& attachments, Attachment<T> added);
+  // Whether there is the position; one that there is not is told.
+  [[nodiscard]] bool IsPosition(video::InterceptPosition position, const char* what);
+  void BeginRun();
+  // Tells if the run goes on and still has no input that was ever there.
+  void TellIfWithoutInput(std::uint64_t run);
   // Answers those that wait with null.
   void DropSnapshots();
 
@@ -137,18 +150,20 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   [[nodiscard]] bool IsSameInput(const std::weak_ptr<video::IPixelFrameTrackReader>& reader) const;
   [[nodiscard]] Terms Join(Taken& taken);
   void Hold(Taken taken);
-  void Process(video::PixelFrame frame, const PipelineSettings& settings, std::uint64_t run);
+  void Process(video::PixelFrame frame, const Terms& terms, std::uint64_t run);
   void CountStopped(const video::TrackItem& item);
 
+  const video::VideoContext context_;
   const std::shared_ptr<core::DispatchQueue> queue_;
   const std::shared_ptr<FrameAccount> account_;
   MainQueueChecker checker_;
   FramePipeline pipeline_;         // The queue's.
   StreamClock clock_;              // Likewise.
-  StageTable stages_;              // The main queue's, as the three below.
+  StageTable stages_;              // The main queue's, as the four below.
   StageSettings stage_settings_;   // What the stages were told last.
   std::uint64_t runs_ = 0;         // Counts the starts.
   std::uint64_t last_change_ = 0;  // Of an encoder's tap.
+  bool has_stopped_ = false;       // Once at least.
   std::weak_ptr<video::IPixelFrameTrackWriter> last_removed_;  // By it; the main queue's.
   // Which start is running, 0 when stopped. Written on the main queue, read on the queue.
   std::atomic<std::uint64_t> run_ = 0;
@@ -160,6 +175,8 @@ class Preprocessor final : public video::IVideoPreprocessor2,
   std::shared_ptr<const PipelineSettings> settings_ = std::make_shared<PipelineSettings>();
   std::set<std::uint64_t> changes_;  // Of encoders' taps, that have not ended.
   std::weak_ptr<video::IPixelFrameTrackReader> reader_;
+  bool is_reader_known_ = false;  // It was found alive by the queue.
+  std::shared_ptr<FrameFaultLog> faults_ = std::make_shared<FrameFaultLog>(context_);
   video::TrackItem held_;
   std::vector<SnapshotCallback> snapshots_;
 };

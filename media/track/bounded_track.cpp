@@ -1,16 +1,19 @@
 #include "media/track/bounded_track.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <variant>
 
 #include "media/figures/frame_counts.h"
 #include "media/threads/mutex.h"
 #include "media/track/callback_slot.h"
+#include "media/track/frame_fault.h"
 
 namespace movra::media {
 
@@ -26,6 +29,7 @@ class BoundedTrack::Queue {
   explicit Queue(std::size_t capacity) : capacity_(capacity) {}
 
   TrackWriteResult Write(PixelFrame frame) {
+    if (!Admits(frame)) return TrackWriteResult::kInvalid;
     PixelFrame displaced;  // Released after the lock: that may run a library's destructor.
     auto result = TrackWriteResult::kAccepted;
     {
@@ -46,6 +50,7 @@ class BoundedTrack::Queue {
         if (!TakeOldestLive(displaced)) return TrackWriteResult::kFull;
         result = TrackWriteResult::kReplacedOlder;
       }
+      if (IsCustom(frame)) last_time_ = frame.info().timestamp;
       items_.emplace_back(std::move(frame));
       ++frames_;
       ++written_;
@@ -60,6 +65,7 @@ class BoundedTrack::Queue {
       if (closed_) return;
       if (!items_.empty() && IsEnd(items_.back())) items_.pop_back();
       items_.emplace_back(end);
+      last_time_.reset();
     }
     readable_.Run();
   }
@@ -90,6 +96,7 @@ class BoundedTrack::Queue {
     {
       const MutexLock lock(mutex_);
       dropped.swap(items_);
+      last_time_.reset();
       counters_->Count(FrameFate::kStopped, std::exchange(frames_, 0));
       closed_ = closed_ || close;
     }
@@ -122,6 +129,12 @@ class BoundedTrack::Queue {
     return counters_.get() == &counters;
   }
 
+  void CheckFrames(std::shared_ptr<FrameFaultLog> faults) {
+    const MutexLock lock(mutex_);
+    faults_.swap(faults);
+    last_time_.reset();
+  }
+
   void CountUnwritten(FrameFate fate) {
     const MutexLock lock(mutex_);
     counters_->Come();
@@ -140,6 +153,33 @@ class BoundedTrack::Queue {
 
  private:
   static bool IsEnd(const TrackItem& item) { return std::holds_alternative<StreamEnd>(item); }
+
+  // Of no source of ours, whose time stamps are what they are.
+  static bool IsCustom(const PixelFrame& frame) { return frame.info().source_run == 0; }
+
+  // Whether somebody could use the frame. What is wrong with it is told, and one that is refused is
+  // counted. Encoders leave out a frame that has the time of the one before; a live one is for
+  // whoever looks on all the same, a lossless one would be lost.
+  bool Admits(const PixelFrame& frame) {
+    FrameFault fault;
+    bool is_refused = false;
+    std::shared_ptr<FrameFaultLog> faults;
+    {
+      const MutexLock lock(mutex_);
+      if (faults_ == nullptr || closed_) return true;
+      fault = FindFault(frame);
+      const bool stands_still = IsCustom(frame) && frame.info().timestamp == last_time_;
+      if (!fault && stands_still) fault.kind = FrameFault::kTimeStandsStill;
+      if (!fault) return true;
+      faults = faults_;
+      is_refused = fault.kind != FrameFault::kTimeStandsStill ||
+                   frame.info().delivery == FrameDelivery::kLossless;
+      if (is_refused) counters_->Come();
+      if (is_refused) counters_->Count(FrameFate::kNotMade);
+    }
+    faults->Tell(fault, frame.info());
+    return !is_refused;
+  }
 
   bool HasItem() const {
     const MutexLock lock(mutex_);
@@ -173,6 +213,9 @@ class BoundedTrack::Queue {
   std::shared_ptr<FrameCounters> counters_ MOVRA_GUARDED_BY(mutex_) =
       std::make_shared<FrameCounters>();
   bool is_counted_ MOVRA_GUARDED_BY(mutex_) = false;  // Somebody asked for the counts.
+  std::shared_ptr<FrameFaultLog> faults_ MOVRA_GUARDED_BY(mutex_);  // Null: takes all frames.
+  // Of the last custom frame of this stream.
+  std::optional<std::chrono::nanoseconds> last_time_ MOVRA_GUARDED_BY(mutex_);
 };
 
 // Both ends: each may be the only one that somebody has.
@@ -194,7 +237,8 @@ class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
   const std::shared_ptr<Queue> queue_;
 };
 
-class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackReader> {
+class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackReader>,
+                                   public CheckingTrackEnd {
  public:
   using CountingEnd::CountingEnd;
 
@@ -203,6 +247,11 @@ class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackRea
   TrackItem Read() override { return queue_->Read(); }
   void SetReadableCallback(std::function<void()> callback) override {
     queue_->SetReadableCallback(std::move(callback));
+  }
+
+  // CheckingTrackEnd
+  void CheckFrames(std::shared_ptr<FrameFaultLog> faults) override {
+    queue_->CheckFrames(std::move(faults));
   }
 };
 
