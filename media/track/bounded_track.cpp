@@ -5,12 +5,14 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <variant>
 
 #include "media/figures/frame_counts.h"
 #include "media/threads/mutex.h"
 #include "media/track/callback_slot.h"
+#include "media/track/wanted_size.h"
 
 namespace movra::media {
 
@@ -128,6 +130,16 @@ class BoundedTrack::Queue {
     counters_->Count(fate);
   }
 
+  void WantSize(const video::Size& size) {
+    const MutexLock lock(mutex_);
+    wanted_size_ = size;
+  }
+
+  std::optional<video::Size> wanted_size() const {
+    const MutexLock lock(mutex_);
+    return wanted_size_;
+  }
+
   std::uint32_t written() const {
     const MutexLock lock(mutex_);
     return written_;
@@ -172,14 +184,15 @@ class BoundedTrack::Queue {
   bool closed_ MOVRA_GUARDED_BY(mutex_) = false;
   std::shared_ptr<FrameCounters> counters_ MOVRA_GUARDED_BY(mutex_) =
       std::make_shared<FrameCounters>();
+  std::optional<video::Size> wanted_size_ MOVRA_GUARDED_BY(mutex_);
   bool is_counted_ MOVRA_GUARDED_BY(mutex_) = false;  // Somebody asked for the counts.
 };
 
 // Both ends: each may be the only one that somebody has.
 template <class End>
-class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
+class BoundedTrack::OwnEnd : public End, public CountingTrackEnd, public SizedTrackEnd {
  public:
-  explicit CountingEnd(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+  explicit OwnEnd(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
 
   // CountingTrackEnd
   void CountInto(const std::shared_ptr<FrameCounters>& counters) override {
@@ -190,13 +203,19 @@ class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
   }
   void CountUnwritten(FrameFate fate) override { queue_->CountUnwritten(fate); }
 
+  // SizedTrackEnd
+  void WantSize(const video::Size& size) override { queue_->WantSize(size); }
+  [[nodiscard]] std::optional<video::Size> wanted_size() const override {
+    return queue_->wanted_size();
+  }
+
  protected:
   const std::shared_ptr<Queue> queue_;
 };
 
-class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackReader> {
+class BoundedTrack::Reader final : public OwnEnd<video::IPixelFrameTrackReader> {
  public:
-  using CountingEnd::CountingEnd;
+  using OwnEnd::OwnEnd;
 
   std::uint32_t GetCaptureStat() override { return queue_->written(); }
   std::uint32_t GetDroppedFrames() override { return queue_->dropped(); }
@@ -206,9 +225,9 @@ class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackRea
   }
 };
 
-class BoundedTrack::Writer final : public CountingEnd<video::IPixelFrameTrackWriter> {
+class BoundedTrack::Writer final : public OwnEnd<video::IPixelFrameTrackWriter> {
  public:
-  using CountingEnd::CountingEnd;
+  using OwnEnd::OwnEnd;
 
   TrackWriteResult Write(PixelFrame frame) override { return queue_->Write(std::move(frame)); }
   void WriteEnd(const StreamEnd& end) override { queue_->WriteEnd(end); }
