@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <cstdint>
+#include <functional>
+#include <optional>
 
 #include "media/track/bounded_track.h"
 
