@@ -84,7 +84,7 @@ Result<std::shared_ptr<OperationObjects::Writer>> MediaObjects::MakeWriter(
                        "size and rates are parameters"};
   }
   media::SinkRequest request;
-  request.address = stream.target->path;
+  request.path = stream.target->path;
   request.format = stream.target->format;
   request.on_error = [post = Poster(), spec](const media::WriteError& error) {
     post({{"event", "writer_error"}, {"writer", spec}, {"error", error.text}});

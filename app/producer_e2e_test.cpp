@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "app/encoder_error_client.h"
 #include "app/producer_e2e_for_test.h"
 #include "media/camera/frame_marker.h"
 #include "media/encode/encode_for_test.h"
@@ -82,6 +83,46 @@ TEST_F(ProducerE2e, AChangeOfSizeShowsInWhatComesOutAndLosesNoFrame) {
   for (std::size_t i = first_small; i < packets.size(); ++i) {
     EXPECT_EQ(packets[i].frame.size, (Size{320, 180}));
   }
+}
+
+TEST_F(ProducerE2e, ChangesThatTheEncoderCannotTakeAreToldAndTheStreamGoesOnAsItWas) {
+  std::vector<std::string> told;
+  const auto client = std::make_shared<EncoderErrorClient>(
+      [&](video::VideoStreamType type, video::VideoEncoderError error, const std::string& detail) {
+        EXPECT_EQ(type, kBig);
+        EXPECT_EQ(error, video::VideoEncoderError::kReconfigureFailed);
+        told.push_back(detail);
+      });
+  const auto producer = MakeProducer();
+  const auto big = std::make_shared<PacketRecorder>();
+  OnMainQueue([&] { producer->SetClient(client); });
+  StartEncoder(*producer, kBig, Params({640, 360}, 30, 800'000), big);
+  StartCamera(*producer, "test:?frames=150&size=640x360&rate=30&lossless");
+  const auto change = [&](const video::EncodeParams& params) {
+    big->HoldNextWrite();
+    big->WaitUntilHeld();
+    OnMainQueue([&] { producer->SetEncoderParams(kBig, params); });
+    OnMainQueue([] {});  // What it told meanwhile has come.
+    big->Release();
+  };
+  const std::vector<video::EncodeParams> bad{
+      Params({321, 181}, 30, 800'000), Params({640, 360}, -30, 800'000),
+      Params({640, 360}, 0, 800'000), Params({20'000, 20'000}, 30, 800'000),
+      Params({-640, 360}, 30, 800'000)};
+  for (std::size_t i = 0; i < bad.size(); ++i) {
+    big->WaitForPackets(15 * (i + 1));
+    change(bad[i]);
+    EXPECT_EQ(told.size(), i + 1);
+  }
+  big->WaitForPackets(100);
+  change(Params({320, 180}, 30, 800'000));
+  big->WaitForEnd();
+
+  EXPECT_EQ(told.size(), bad.size());
+  EXPECT_THAT(Numbers(*big), ElementsAreArray(Count(0, 150, 1)));
+  const auto packets = big->packets();
+  for (std::size_t i = 0; i < 100; ++i) EXPECT_EQ(packets[i].frame.size, (Size{640, 360})) << i;
+  EXPECT_EQ(packets.back().frame.size, (Size{320, 180}));
 }
 
 TEST_F(ProducerE2e, AChangeOfTheFrameRateShowsInWhatComesOut) {

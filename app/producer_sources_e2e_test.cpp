@@ -138,6 +138,37 @@ TEST_F(ProducerSourcesE2e, SourcesThatFollowOneAnotherLoseNoFrameInOneFile) {
   EXPECT_NEAR(static_cast<double>(decoded.duration.count()), 2.5e9, 4e6);
 }
 
+TEST_F(ProducerSourcesE2e, ASourceThatIsStoppedHasNoEndAndTheNextOneGoesOnInItsFile) {
+  const std::string path = clips_.Path("stopped.mp4");
+  int ends = 0;
+  media::EncodedFileWriterOptions options;
+  options.path = path;
+  options.on_end = [&](const video::StreamEnd& /*end*/) { ++ends; };
+  std::string error;
+  const auto file = media::EncodedFileWriter::Create(options, &error);
+  ASSERT_NE(file, nullptr) << error;
+  const auto producer = MakeProducer();
+  StartEncoder(*producer, kBig, Params({320, 180}, 30, 400'000), file);
+  StartCamera(*producer, "test:?size=320x180&rate=30&lossless");
+  while (file->written().frames < 5) OnMainQueue([] {});
+  Switch(*producer, "test:?size=320x180&rate=30&lossless");
+  // More than the tracks hold of the first one.
+  const std::uint64_t before = file->written().frames;
+  while (file->written().frames < before + 20) OnMainQueue([] {});
+  OnMainQueue([&] {
+    producer->StopCapture({});
+    producer->StopEncoder(kBig, 60'000);
+  });
+  file->Close();
+  EXPECT_EQ(ends, 0);
+
+  const media::DecodedFile decoded = media::DecodeFile(path);
+  EXPECT_EQ(decoded.error, "");
+  const std::vector<int> numbers = Numbers(decoded);
+  EXPECT_EQ(numbers.size(), file->written().frames);
+  EXPECT_EQ(std::count(numbers.begin(), numbers.end(), 0), 2);
+}
+
 TEST_F(ProducerSourcesE2e, BehindALiveSourceStandsWhatCameAsMuchLaterAsItCame) {
   const std::string path = clips_.Path("live.mp4");
   const auto file = std::make_shared<OpenFile>(path);

@@ -62,7 +62,7 @@ std::optional<Failure> StreamSet::OpenStream(std::size_t index, const Events& ev
   for (const SinkReport& sink : reports_[index].sinks) {
     const SinkPlace place{index, sinks.size()};
     media::SinkRequest request;
-    request.address = sink.target.path;
+    request.path = sink.target.path;
     request.format = sink.target.format;
     request.overwrite = options_.force;
     request.origin = origin;

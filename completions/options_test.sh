@@ -83,11 +83,21 @@ check_manual-values() {
   return $bad
 }
 
+# How the ids of each kind of source are written, "file:PATH", as the help shows them.
+id_forms() {
+  "$program" run --help | sed -n '/^  --source/,/^  --start/p' | sed -E 's/--source,--camera ID//' |
+    sed -nE 's/^ +([^ ?][^ ]*)  .*/\1/p'
+}
+
+# What they begin with, "file:" and "/dev/video".
+id_prefixes() { id_forms | sed -E 's/[A-Z]+$//'; }
+
+[[ $(id_prefixes) == *:* && $(id_prefixes) == */* ]]
+
 check_sources() {
   local help page=$root/docs/sources.md
   help=$("$program" run --help | sed -n '/^  --source/,/^  --start/p')
-  same "the page's list of ids" \
-    "$(sed -nE 's/^ +(--source,--camera ID +)?(test:|file:PATH|\/dev\/videoN)  .*/\2/p' <<<"$help")" \
+  same "the page's list of ids" "$(id_forms)" \
     "$(sed -n '/^| Id /,/^$/p' "$page" | sed -nE 's/^\| `([^`]*)` .*/\1/p')"
   same "the page's options" "$(sed -nE 's/^ +\?(.*)/\1/p' <<<"$help" | tr '&' '\n')" \
     "$(sed -n '/^## Options/,/^## Traits/p' "$page" | sed -nE 's/^\| `([^`]*)` .*/\1/p')"
@@ -120,6 +130,13 @@ check_bash() {
   same "what follows another option" "--log-level --log-filter" \
     "$(offered movra-producer run --quiet --log)"
   same "the values of --log-level" "warning" "$(offered movra-producer run --log-level w)"
+  # Those that are paths are files that there may be on this machine or not.
+  same "the kinds of sources" "$(id_prefixes | grep -v '^/')" \
+    "$(offered movra-producer run --source "")"
+  same "the paths of sources" "$(id_prefixes | grep '^/' | cut -d/ -f-2)" \
+    "$(for prefix in $(id_prefixes | grep '^/'); do
+      offered movra-producer run --source "$(cut -d/ -f-2 <<<"$prefix")"
+    done)"
   cd "$root/docs"
   same "the files of a source" "producer.md" "$(offered movra-producer run --source file : prod)"
   same "a file" "producer.md" "$(offered movra-producer run prod)"
@@ -135,6 +152,10 @@ check_zsh() {
     same "zsh's completion of $command" "$(options "$command")" \
       "$(sed -n "/^  $command)/,/;;/p" <<<"$script" | grep -oE -e '--[a-z][a-z-]*')"
   done
+  same "zsh's kinds of sources" "$(id_prefixes)" \
+    "$(sed -n '/^_movra_producer_source()/,/^}/p' "$file" |
+      grep -oE -e '(local -a devices=\(|compadd .*)[^*]*' | sed -E 's/^local -a devices=\(//;
+        s/compadd( -S [^ ]*)?//; s/\$devices//')"
   if command -v zsh >/dev/null; then zsh -n "$file"; fi
 }
 

@@ -11,7 +11,8 @@
 namespace movra::video {
 
 // What a stream's encoder is asked for. An absent field means the encoder's default at a start and
-// "unchanged" afterwards.
+// "unchanged" afterwards. Numbers without a sense (a rate of 0, anything negative) count as absent
+// at a start; a running encoder refuses a change that has one, or that it cannot take otherwise.
 struct EncodeParams {
   movra_base::Optional<std::int32_t> width;   // Pixels, even.
   movra_base::Optional<std::int32_t> height;  // Pixels, even.

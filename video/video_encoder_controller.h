@@ -55,7 +55,9 @@ class IVideoEncoderController {
   [[nodiscard]] virtual EncoderStats GetStats() = 0;
   // What the open encoder is; empty before the first frame. Not used by the producer.
   [[nodiscard]] virtual EncoderProperty GetProperty() = 0;
-  // Before the start or while running; absent fields stay as they are. The size that is encoded is
+  // Before the start or while running; absent fields stay as they are. A change that cannot be
+  // taken while running is refused as a whole, with kReconfigureFailed, and the stream goes on as
+  // it was, in size too, whatever the input track is asked to deliver. The size that is encoded is
   // that of the frames: the size here is what the input track will deliver.
   virtual void SetEncodeParams(const EncodeParams& params) = 0;
   virtual void SetInputTrackReader(std::weak_ptr<IPixelFrameTrackReader> reader) = 0;

@@ -46,7 +46,11 @@ class IVideoFrameTrackWriter {
 
   virtual void Write(const EncodedFrame& frame) = 0;
 
-  // The stream is over and its last frame has been written.
+  // The source has ended by itself, as a file does, and its last frame has been written: once for
+  // each source that ends while the encoder runs; frames behind it are those of the next source.
+  // Whoever stops a source or an encoder knows, and is not told here: behind StopEncoder nothing is
+  // written any more, and what this writes to is the application's to finish. A live source has no
+  // end of its own, so one that breaks off gives none either.
   virtual void WriteEnd(const StreamEnd& /*end*/) {}
 };
 

@@ -2,6 +2,7 @@
 #define MOVRA_MEDIA_BITSTREAM_CODEC_BITSTREAM_H_
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -17,8 +18,12 @@ struct CodecBitstream {
   video::VideoCodec codec;
   const char* name;  // For people: "H.264".
 
+  // Whether its pictures stand in Annex B's byte stream, which needs no container.
+  bool has_annex_b;
+
   // What a decoder needs before the first picture, out of a key frame; empty if it is not all
-  // there.
+  // there. Null for a codec of which a decoder needs nothing but the key frame; see
+  // ParameterSetsOf.
   std::vector<std::uint8_t> (*parameter_sets)(std::span<const std::uint8_t> frame);
   // Whether a decoder can begin with the frame.
   bool (*is_key_frame)(std::span<const std::uint8_t> frame);
@@ -26,6 +31,11 @@ struct CodecBitstream {
   // if they do not tell.
   std::string (*codecs_string)(std::span<const std::uint8_t> frame);
 };
+
+// What a container has to hold of the codec before the first picture, which may be nothing. Absent
+// if the codec has something, and it is not all in the key frame.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> ParameterSetsOf(
+    const CodecBitstream& bitstream, std::span<const std::uint8_t> key_frame);
 
 // Null for a codec of which nothing is known.
 [[nodiscard]] const CodecBitstream* FindCodecBitstream(video::VideoCodec codec);

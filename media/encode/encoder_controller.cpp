@@ -8,9 +8,11 @@
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/encode/refused_change.h"
 #include "media/figures/frame_account.h"
 #include "media/text/warning.h"
 #include "video/to_string.h"
+#include "media/track/wanted_size.h"
 
 namespace movra::media {
 namespace {
@@ -43,6 +45,7 @@ void EncoderController::Start() {
       events, unfinished_run_);
   if (!StartThread(run, events)) return;
   run_ = run;
+  events_.emplace(events);
   unfinished_run_.reset();
   ListenToInput();
   TellIfWithoutSize();
@@ -88,6 +91,7 @@ void EncoderController::End(std::uint64_t max_wait_ms) {
     unfinished_run_ = run_;
   }
   run_.reset();
+  events_.reset();
   counters_->SetProperty({});
 }
 
@@ -116,9 +120,43 @@ video::EncoderProperty EncoderController::GetProperty() {
 
 void EncoderController::SetEncodeParams(const video::EncodeParams& params) {
   checker_.Check();
-  MergeEncodeParams(params, controls_.params);
+  video::EncodeParams merged = controls_.params;
+  MergeEncodeParams(params, merged);
   has_size_ = params.width.has_value() && params.height.has_value();
+  const std::string why = run_ != nullptr ? WhyRefused(params, merged) : std::string();
+  if (!why.empty()) {
+    // The producer has the size delivered all the same, which nobody here can encode.
+    refused_size_ = refused_size_ || has_size_;
+    KeepInputSize();
+    return TellRefused(context(), type_, *events_, why);
+  }
+  if (has_size_) input_size_ = video::Size{*params.width, *params.height};
+  KeepInputSize();
+  controls_.params = merged;
   ApplyControls();
+}
+
+std::string EncoderController::WhyRefused(const video::EncodeParams& change,
+                                          const video::EncodeParams& merged) const {
+  std::string why = WhySenseless(change);
+  if (!why.empty()) return why;
+  const auto why_not = [this](const video::EncodeParams& params, const video::Size& size) {
+    // A side of 0 is the picture's own, and which one that is shows when it comes.
+    constexpr int kAnySide = 256;
+    const video::Size encoded{size.width > 0 ? size.width : kAnySide,
+                              size.height > 0 ? size.height : kAnySide};
+    return registry_.WhyRefused(ResolveEncoderSettings(params, {}, encoded), encoded);
+  };
+  const video::Size size = input_size_.value_or(video::Size());
+  const bool has_size = change.width.has_value() && change.height.has_value();
+  why = why_not(merged, has_size ? video::Size{*change.width, *change.height} : size);
+  // Where nothing can be encoded as it is, nothing goes on: each change is worth a try.
+  return why.empty() || !why_not(controls_.params, size).empty() ? std::string() : why;
+}
+
+void EncoderController::KeepInputSize() {
+  const auto reader = controls_.reader.lock();
+  if (refused_size_ && input_size_ && reader != nullptr) WantSize(*reader, *input_size_);
 }
 
 void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrackReader> reader) {
@@ -129,6 +167,7 @@ void EncoderController::SetInputTrackReader(std::weak_ptr<video::IPixelFrameTrac
   UnlistenToInput();
   controls_.reader = std::move(reader);
   if (const auto input = controls_.reader.lock()) CountInto(*input, counters_->frames());
+  KeepInputSize();
   ApplyControls();
   if (run_ != nullptr) ListenToInput();
 }

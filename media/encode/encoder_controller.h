@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -11,6 +13,7 @@
 #include "media/encode/encoder_registry.h"
 #include "media/encode/encoder_run.h"
 #include "media/main_queue/main_queue_checker.h"
+#include "video/size.h"
 #include "video/video_encoder_controller.h"
 #include "video/video_loggable.h"
 
@@ -47,6 +50,12 @@ class EncoderController final : public video::IVideoEncoderController,
   // What Stop does, on whatever thread the controller is released.
   void End(std::uint64_t max_wait_ms);
   void ApplyControls();
+  // Why the running stream cannot take the change, which would make `merged` of its parameters;
+  // empty if it can.
+  [[nodiscard]] std::string WhyRefused(const video::EncodeParams& change,
+                                       const video::EncodeParams& merged) const;
+  // Has the input track deliver the size that was taken last, whatever its writer is told.
+  void KeepInputSize();
   // Makes the input track wake the run, or nobody.
   void ListenToInput();
   void UnlistenToInput();
@@ -64,12 +73,15 @@ class EncoderController final : public video::IVideoEncoderController,
 
   EncoderControls controls_;
   bool has_size_ = true;  // The parameters given last had both sides; before any, nobody asked.
+  std::optional<video::Size> input_size_;  // Of the parameters that were taken last.
+  bool refused_size_ = false;              // The input track's writer is told what was refused.
   std::uint32_t late_in_former_tracks_ = 0;
   std::uint32_t late_in_track_ = 0;
   bool reference_selection_logged_ = false;
 
   // Of the current start.
   std::shared_ptr<EncoderRun> run_;
+  std::optional<EncoderEvents> events_;
   std::thread thread_;
   // A stopped run whose thread was still busy when the wait was over.
   std::shared_ptr<EncoderRun> unfinished_run_;

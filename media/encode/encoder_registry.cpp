@@ -85,6 +85,13 @@ video::PixelFrameFormat EncoderRegistry::InputFormat(video::VideoCodec codec) co
   return {video::BufferType::kMemory, video::PixelFormat::kI420};
 }
 
+std::string EncoderRegistry::WhyRefused(const EncoderSettings& settings,
+                                        const video::Size& size) const {
+  const EncoderEntry* const entry = Find(settings.codec);
+  if (entry == nullptr) return WhyNone(settings.codec);
+  return entry->refuses ? entry->refuses(settings, size) : std::string();
+}
+
 std::unique_ptr<IFrameEncoder> EncoderRegistry::Open(const EncoderSettings& settings,
                                                      const StreamFormat& format,
                                                      EncoderFailure& failure) const {

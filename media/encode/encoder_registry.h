@@ -34,6 +34,9 @@ struct EncoderEntry {
   std::vector<video::PixelFrameFormat>
       input_formats;  // That it reads, the one it likes best first.
   EncoderAbilities abilities;
+  // Why no encoder would be opened with these, for people, as far as can be told without opening
+  // one; an empty text if nothing speaks against it. Quick; any thread. None: nothing ever does.
+  std::function<std::string(const EncoderSettings&, const video::Size&)> refuses;
 
   // Whether the encoder can be given the frame, and why not, for people.
   [[nodiscard]] bool Reads(const video::PixelFrameInfo& info) const;
@@ -73,6 +76,11 @@ class EncoderRegistry {
 
   // What frames for an encoder of the codec should be: I420 in memory if there is none.
   [[nodiscard]] video::PixelFrameFormat InputFormat(video::VideoCodec codec) const;
+
+  // Why an encoder of the settings' codec would not be opened for pictures of this size, for
+  // people, as far as can be told without opening it; an empty text if nothing speaks against it.
+  [[nodiscard]] std::string WhyRefused(const EncoderSettings& settings,
+                                       const video::Size& size) const;
 
   // Opens the encoder of the settings' codec. Null, and `failure`, if there is none or it cannot be
   // opened.

@@ -56,11 +56,13 @@ class IFrameEncoder {
   virtual ~IFrameEncoder() = default;
 
   // Takes the settings over without a key frame, from the next frame on; frames that are inside
-  // keep theirs. False if it cannot: then it is to be flushed and closed and another one opened.
+  // keep theirs. False if it cannot: then it is as it was, and takes frames with the settings that
+  // it has, until another one is open that has the new ones.
   [[nodiscard]] virtual bool Reconfigure(const EncoderSettings& settings) = 0;
 
-  // Whether another frame may be submitted. False, as above, if settings that were taken over turn
-  // out to have had no effect, or behind a flush if the library cannot begin anew.
+  // Whether another frame may be submitted. False, so that it is to be flushed and closed, if
+  // settings that were taken over turn out to have had no effect, or behind a flush if the library
+  // cannot begin anew.
   [[nodiscard]] virtual bool CanGoOn() const = 0;
 
   // Takes a frame of one of the formats in the encoder's row of the registry, of the size that it

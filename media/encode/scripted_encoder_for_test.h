@@ -32,6 +32,7 @@ struct Script {
   std::vector<bool> asked_for_key;
   int flushes = 0;
   bool open_fails = false;
+  std::string refused_preset;  // It is said beforehand that none is opened with it.
   bool encode_fails = false;
   bool reconfigure_fails = false;
   bool reconfigure_does_nothing = false;
@@ -154,8 +155,14 @@ inline EncoderRegistry ScriptedRegistry(const std::shared_ptr<Script>& script) {
   const video::PixelFrameFormat i420{video::BufferType::kMemory, video::PixelFormat::kI420};
   const video::PixelFrameFormat nv12{video::BufferType::kMemory, video::PixelFormat::kNV12};
   EncoderTable table;
-  table.encoders.push_back({video::VideoCodec::kH264, "scripted", {}, open, {i420, nv12}, {}});
-  table.encoders.push_back({kOtherCodec, "scripted", {}, open, {nv12}, {}});
+  const auto refuses = [script](const EncoderSettings& settings, const video::Size& size) {
+    const std::lock_guard lock(script->mutex);
+    if (size.width % 2 != 0 || size.height % 2 != 0) return "odd: " + size.ToString();
+    return settings.preset == script->refused_preset ? "no such preset" : std::string();
+  };
+  table.encoders.push_back(
+      {video::VideoCodec::kH264, "scripted", {}, open, {i420, nv12}, {}, refuses});
+  table.encoders.push_back({kOtherCodec, "scripted", {}, open, {nv12}, {}, refuses});
   return EncoderRegistry(std::move(table));
 }
 

@@ -6,6 +6,7 @@
 
 #include "logging/log_message.h"
 #include "logging/log_stream.h"
+#include "media/encode/refused_change.h"
 #include "video/to_string.h"
 
 namespace movra::media {
@@ -46,6 +47,15 @@ StreamEncoder::~StreamEncoder() { Abandon(); }
 
 void StreamEncoder::SetParams(const video::EncodeParams& params,
                               std::vector<video::RoiConfigInfo> regions) {
+  if (std::exchange(params_hold_, false)) {
+    former_params_ = params_;
+    former_regions_ = regions_;
+  }
+  TakeParams(params, std::move(regions));
+}
+
+void StreamEncoder::TakeParams(const video::EncodeParams& params,
+                               std::vector<video::RoiConfigInfo> regions) {
   params_ = params;
   regions_ = std::move(regions);
   dropper_.SetRate(FrameRateOf(params));
@@ -170,35 +180,69 @@ bool StreamEncoder::PrepareEncoder(const StreamFormat& format,
                                    const EncodedFrameReceiver& receiver) {
   EncoderSettings settings = ResolveEncoderSettings(params_, regions_, format.size);
   const bool open = encoder_ != nullptr && encoder_->CanGoOn();
-  if (settings == settings_ && format == format_ && (open || failed_)) return open;
-  const bool adopted = open && format == format_ && settings.codec == settings_.codec &&
-                       encoder_->Reconfigure(settings);
-  // Of the size, colour and codec of before.
-  if (!adopted) Flush(receiver);
-  settings_ = std::move(settings);
-  format_ = format;
-  counters_->SetTargetBitrate(static_cast<std::uint32_t>(settings_.bitrate_kbps) * 1000);
-  return adopted || Open(settings_, format_);
+  if (settings == settings_ && format == format_ && (open || failed_)) {
+    params_hold_ = open;
+    return open;
+  }
+  if (open && format == format_) {
+    ChangeSettings(settings, receiver);
+    return true;
+  }
+  // Of the size and colour of before.
+  Flush(receiver);
+  return Open(settings, format);
+}
+
+void StreamEncoder::ChangeSettings(const EncoderSettings& settings,
+                                   const EncodedFrameReceiver& receiver) {
+  if (settings.codec == settings_.codec && encoder_->Reconfigure(settings)) {
+    return TakeSettings(settings);
+  }
+  // Beside the one that is open, which goes on if this one cannot be opened.
+  EncoderFailure failure;
+  auto other = registry_.Open(settings, format_, failure);
+  if (other == nullptr) {
+    TakeParams(former_params_, former_regions_);
+    params_hold_ = true;
+    return TellRefused(context_, type_, events_, failure.text);
+  }
+  Flush(receiver);
+  TakeSettings(settings);
+  Install(std::move(other));
 }
 
 bool StreamEncoder::Open(const EncoderSettings& settings, const StreamFormat& format) {
-  // Closed first, so that two encoders never stand in memory at once.
+  // Closed first, so that nobody needs memory for two sizes at once.
   encoder_.reset();
+  format_ = format;
+  TakeSettings(settings);
   EncoderFailure failure;
-  encoder_ = registry_.Open(settings, format, failure);
-  failed_ = encoder_ == nullptr;
-  if (failed_) {
+  auto encoder = registry_.Open(settings, format, failure);
+  if (encoder == nullptr) {
     Fail(failure);
     return false;
   }
-  is_new_ = true;
-  PublishProperty(format);
+  Install(std::move(encoder));
   return true;
+}
+
+void StreamEncoder::TakeSettings(const EncoderSettings& settings) {
+  settings_ = settings;
+  params_hold_ = true;
+  counters_->SetTargetBitrate(static_cast<std::uint32_t>(settings_.bitrate_kbps) * 1000);
+}
+
+void StreamEncoder::Install(std::unique_ptr<IFrameEncoder> encoder) {
+  encoder_ = std::move(encoder);
+  failed_ = false;
+  is_new_ = true;
+  PublishProperty(format_);
 }
 
 void StreamEncoder::Fail(const EncoderFailure& failure) {
   encoder_.reset();
   failed_ = true;
+  params_hold_ = false;
   counters_->SetProperty({});
   if (movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelError)) {
     LogStream("../../media/encode/stream_encoder", __LINE__, __func__,

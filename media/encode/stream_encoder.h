@@ -29,7 +29,8 @@ using EncodedFrameReceiver = std::function<FrameFate(const video::EncodedFrame&)
 // Turns the frames of one start into encoded frames: keeps to the stream's rate, opens the encoder
 // at the first frame and again at a new size or colour, takes changed parameters over, and places
 // key frames. After a failure it answers with nothing, frame after frame, until the format or the
-// parameters change. One thread at a time.
+// parameters change. Parameters that the open encoder does not take, and no other one is opened
+// with, are refused: it goes on with those of before. One thread at a time.
 //
 // An encoder may have frames inside. Each picture that comes out is matched to its frame by the
 // time that the frame was submitted with. Before an encoder is closed for another one, what it has
@@ -73,11 +74,17 @@ class StreamEncoder {
     std::chrono::nanoseconds encode_time{0};  // So far.
   };
 
+  void TakeParams(const video::EncodeParams& params, std::vector<video::RoiConfigInfo> regions);
   void BeginAnew();
   [[nodiscard]] bool Reads(const video::PixelFrameInfo& info);
   [[nodiscard]] bool PrepareEncoder(const StreamFormat& format,
                                     const EncodedFrameReceiver& receiver);
+  // Makes the settings hold for pictures of the format that there is, with the encoder that is open
+  // or another one; refuses them if neither takes them.
+  void ChangeSettings(const EncoderSettings& settings, const EncodedFrameReceiver& receiver);
   [[nodiscard]] bool Open(const EncoderSettings& settings, const StreamFormat& format);
+  void TakeSettings(const EncoderSettings& settings);
+  void Install(std::unique_ptr<IFrameEncoder> encoder);
   // Closes the encoder, tells the client, once for each run of failures, and counts what was
   // inside.
   void Fail(const EncoderFailure& failure);
@@ -108,6 +115,10 @@ class StreamEncoder {
 
   video::EncodeParams params_;
   std::vector<video::RoiConfigInfo> regions_;
+  bool params_hold_ = false;  // The encoder has them.
+  // Those that it had last; they are gone back to if it does not take the new ones.
+  video::EncodeParams former_params_;
+  std::vector<video::RoiConfigInfo> former_regions_;
   FrameRateDropper dropper_;
 
   const EncoderEntry* entry_ = nullptr;  // Of the codec that the parameters ask for.

@@ -271,20 +271,6 @@ TEST_F(StreamEncoderTest, ACodecThatIsNotThereIsRefusedByName) {
   EXPECT_THAT(WrittenSequences(), ElementsAre(2));
 }
 
-TEST_F(StreamEncoderTest, ACodecThatIsNotThereTakesThePlaceOfTheOneThatRuns) {
-  controller_->Start();
-  Write(0);
-  recorder_->WaitForPackets(1);
-  EncodeParams params;
-  params.codec = static_cast<video::VideoCodec>(7);
-  controller_->SetEncodeParams(params);
-  Write(1);
-  Flush();
-  EXPECT_THAT(WrittenSequences(), ElementsAre(0));
-  EXPECT_THAT(script_->reconfigured, IsEmpty());
-  EXPECT_THAT(client_->errors, SizeIs(1));
-}
-
 TEST_F(StreamEncoderTest, AfterAFailureChangedParametersTryAgain) {
   script_->open_fails = true;
   controller_->Start();

@@ -59,11 +59,17 @@ std::string PresetList() {
   return list;
 }
 
-// Asked before, because the library loses memory at each open that it refuses.
-bool IsEncodable(const video::Size& size) {
+// Asked before an open, because the library loses memory at each open for a size that it refuses,
+// and tells an unknown preset to standard error alone.
+std::string WhyRefused(const EncoderSettings& settings, const video::Size& size) {
   constexpr int kLargest = 16'384;
   const auto fits = [](int extent) { return extent > 0 && extent <= kLargest && extent % 2 == 0; };
-  return fits(size.width) && fits(size.height);
+  if (!fits(size.width) || !fits(size.height)) {
+    return "width and height must be even and at most 16384, not " + std::to_string(size.width) +
+           "x" + std::to_string(size.height);
+  }
+  if (IsPreset(settings.preset)) return {};
+  return "libx264 has no preset '" + settings.preset + "'; there are " + PresetList();
 }
 
 // The library's rate control without its variable-rate mode: it takes every picture for one of the
@@ -166,18 +172,11 @@ class X264Encoder final : public IFrameEncoder {
 
 bool X264Encoder::Open(const EncoderSettings& settings, const StreamFormat& format,
                        EncoderFailure& failure) {
-  if (!IsEncodable(format.size)) {
-    failure = {VideoEncoderError::kOpenFailed,
-               "width and height must be even and at most 16384, not " +
-                   std::to_string(format.size.width) + "x" + std::to_string(format.size.height)};
-    return false;
-  }
+  const std::string refusal = WhyRefused(settings, format.size);
   x264_param_t params;
-  // Asked before, because libx264 tells an unknown preset to standard error alone.
-  if (!IsPreset(settings.preset) ||
+  if (!refusal.empty() ||
       x264_param_default_preset(&params, settings.preset.c_str(), "zerolatency") < 0) {
-    failure = {VideoEncoderError::kOpenFailed,
-               "libx264 has no preset '" + settings.preset + "'; there are " + PresetList()};
+    failure = {VideoEncoderError::kOpenFailed, refusal};
     return false;
   }
   params.pf_log = &X264Messages::Collect;
@@ -242,13 +241,19 @@ void X264Encoder::AddHeader(std::span<const std::uint8_t> unit) {
 bool X264Encoder::Reconfigure(const EncoderSettings& settings) {
   if (settings.preset != settings_.preset || settings.threads != settings_.threads) return false;
   if (!settings.regions.empty() && !adaptive_quantisation_) return false;
-  if (settings.nominal_rate != settings_.nominal_rate) {
+  const EncoderSettings former = std::exchange(settings_, settings);
+  const FrameRateMeter former_meter = meter_;
+  if (settings.nominal_rate != former.nominal_rate) {
     meter_ = FrameRateMeter(settings.nominal_rate.PerSecond());
   }
-  settings_ = settings;
+  if (!ApplyRates()) {
+    settings_ = former;
+    meter_ = former_meter;
+    return false;
+  }
+  changing_ = true;
   offsets_ = RegionOffsets(settings.regions, size_);
-  changing_ = ApplyRates();
-  return changing_;
+  return true;
 }
 
 bool X264Encoder::ApplyRates() {
@@ -344,6 +349,7 @@ void AddX264Encoder(EncoderTable& table) {
   entry.input_formats = {{video::BufferType::kMemory, video::PixelFormat::kI420},
                          {video::BufferType::kMemory, video::PixelFormat::kNV12}};
   entry.abilities.regions = true;
+  entry.refuses = &WhyRefused;
   table.encoders.push_back(std::move(entry));
 }
 

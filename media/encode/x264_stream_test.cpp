@@ -169,6 +169,51 @@ TEST_F(X264StreamTest, AnOddSizeIsAnErrorAndTheEndStillArrives) {
   EXPECT_EQ(client_->errors[0].error, VideoEncoderError::kOpenFailed);
 }
 
+TEST_F(X264StreamTest, ChangesThatItCannotTakeLeaveTheStreamAsItWas) {
+  EncodeParams params;
+  params.width = 320;
+  params.height = 180;
+  params.frame_rate = 30;
+  controller_->SetEncodeParams(params);
+  controller_->Start();
+  int index = 0;
+  const auto write = [&](int count) {
+    for (int i = 0; i < count; ++i) Write({320, 180}, index++);
+    recorder_->WaitForPackets(static_cast<std::size_t>(index));
+  };
+  write(5);
+  std::vector<EncodeParams> bad(5);
+  bad[0].width = 321;
+  bad[0].height = 181;
+  bad[1].frame_rate = -30;
+  bad[2].frame_rate = 0;
+  bad[3].preset = "warp";
+  bad[4].bitrate_bps = -1;
+  for (const EncodeParams& change : bad) {
+    controller_->SetEncodeParams(change);
+    write(5);
+  }
+  main_loop_.RunPosted();
+  ASSERT_THAT(client_->errors, SizeIs(bad.size()));
+  for (const auto& error : client_->errors) {
+    EXPECT_EQ(error.error, VideoEncoderError::kReconfigureFailed) << error.text;
+  }
+  EXPECT_THAT(client_->errors[0].text, ::testing::HasSubstr("321x181"));
+  EXPECT_THAT(client_->errors[3].text, ::testing::HasSubstr("warp"));
+
+  EncodeParams good;
+  good.frame_rate = 15;
+  controller_->SetEncodeParams(good);
+  for (int i = 0; i < 30; ++i) Write({320, 180}, index++);
+  controller_->Stop(kLongWaitMs);
+  const auto pictures = Decode();
+  ASSERT_THAT(pictures, SizeIs(30 + 15));
+  for (std::size_t i = 0; i < 30; ++i) {
+    EXPECT_GT(LumaPsnr(frames_[i], pictures[i]), 28) << i;
+    EXPECT_EQ(pictures[i].key_frame, i == 0) << i;
+  }
+}
+
 TEST_F(X264StreamTest, ALosslessSourceLosesNothingThroughATrackOfOneFrame) {
   const auto narrow = IPixelFrameTrack::Create("narrow", 1);
   controller_->SetInputTrackReader(narrow->GetReader());

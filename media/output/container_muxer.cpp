@@ -5,9 +5,11 @@
 #include <utility>
 
 #include "media/bitstream/annex_b.h"
+#include "media/bitstream/codec_bitstream.h"
 #include "media/bitstream/h264.h"
 #include "media/encode/frame_rate.h"
 #include "media/encode/sequence_timing.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 namespace {
@@ -61,7 +63,11 @@ class AnnexBMuxer final : public IContainerMuxer {
 };
 
 std::string AnnexBMuxer::Start(std::span<const MuxTrack> tracks) {
-  return tracks.size() == 1 ? "" : "raw H.264 has room for one track of pictures alone";
+  if (tracks.size() != 1) return "a byte stream has room for one track of pictures alone";
+  const CodecBitstream* const bitstream = FindCodecBitstream(tracks.front().codec);
+  if (bitstream != nullptr && bitstream->has_annex_b) return {};
+  return "pictures of " + video::VideoCodecToString(tracks.front().codec) +
+         " have no byte stream of their own and need a container";
 }
 
 std::string AnnexBMuxer::Write(const MuxPacket& packet) {

@@ -21,7 +21,7 @@ namespace movra::media {
 struct MuxTrack {
   video::Size size;
   video::ColorDescription color;
-  std::vector<std::uint8_t> parameter_sets;  // Annex B.
+  std::vector<std::uint8_t> parameter_sets;  // Annex B; empty for a codec that has none.
   video::VideoCodec codec = video::VideoCodec::kH264;
 };
 

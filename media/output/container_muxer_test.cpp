@@ -120,6 +120,17 @@ TEST(ContainerMuxer, TheByteStreamRefusesASecondTrack) {
   EXPECT_TRUE(sink.bytes().empty());
 }
 
+TEST(ContainerMuxer, TheByteStreamRefusesACodecThatHasNone) {
+  MemorySink sink(true);
+  std::string error;
+  const auto muxer = MakeContainerMuxer(ContainerFormat::kAnnexB, sink, error);
+  ASSERT_NE(muxer, nullptr);
+  MuxTrack track = Packets(1).Track();
+  track.codec = static_cast<video::VideoCodec>(7);
+  EXPECT_EQ(muxer->Start({&track, 1}),
+            "pictures of VideoCodec(7) have no byte stream of their own and need a container");
+}
+
 TEST(ContainerMuxer, ASinkGetsTheBytesOfAFile) {
   for (const char* const name : {"a.mp4", "a.ts", "a.h264"}) {
     const TemporaryDirectory directory;

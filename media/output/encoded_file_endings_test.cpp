@@ -183,33 +183,6 @@ TEST_F(EncodedFileEndingsTest, WithoutAFrameNoFileIsLeftBehind) {
   EXPECT_THAT(errors_, SizeIs(0));
 }
 
-TEST_F(EncodedFileEndingsTest, AFileThatStaysOpenGoesOnBehindAnEndUntilItIsClosed) {
-  for (const auto& [name, format] : kContainers) {
-    ends_ = 0;
-    EncodedFileWriterOptions options;
-    options.path = directory_ / name;
-    options.format = format;
-    options.stays_open = true;
-    options.on_end = [this](const StreamEnd& /*end*/) { ++ends_; };
-    const auto writer = EncodedFileWriter::Create(options, &refusal_);
-    ASSERT_NE(writer, nullptr) << refusal_;
-    SampleStream stream;
-    stream.WriteMany(*writer, 5);
-    writer->WriteEnd(StreamEnd());
-    stream.WriteMany(*writer, 5);
-    writer->WriteEnd(StreamEnd());
-    EXPECT_EQ(ends_, 2);
-    EXPECT_EQ(writer->written().frames, 10u);
-    writer->Close();
-    stream.WriteMany(*writer, 1);  // Which comes too late.
-    EXPECT_EQ(writer->written().frames, 10u);
-    EXPECT_FALSE(writer->failed());
-    const DecodedFile decoded = DecodeFile(options.path);
-    EXPECT_EQ(decoded.error, "") << name;
-    EXPECT_THAT(decoded.pictures, SizeIs(10)) << name;
-  }
-}
-
 TEST_F(EncodedFileEndingsTest, AnotherFileThatTookThePathIsNotRemoved) {
   const std::string path = directory_ / "a.mp4";
   const auto writer = Create(path);

@@ -4,6 +4,8 @@
 #include <span>
 #include <utility>
 
+#include "logging/log_message.h"
+#include "logging/log_stream.h"
 #include "media/bitstream/codec_bitstream.h"
 #include "video/to_string.h"
 
@@ -46,7 +48,7 @@ void EncodedFileWriter::Write(const EncodedFrame& frame) {
   std::optional<WriteError> error;
   {
     const std::lock_guard lock(mutex_);
-    if (muxer_ == nullptr) return;
+    if (muxer_ == nullptr) return TellRefusalOnce();
     error = WriteFrame(frame);
   }
   if (error.has_value() && !closed_ && options_.on_error) options_.on_error(*error);
@@ -85,22 +87,19 @@ std::string EncodedFileWriter::name() const {
 }
 
 std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& frame) {
-  const std::span data(frame.data, frame.size_bytes);
   const std::optional<nanoseconds> before = time_line_.last();
   if (!before) {
     // A decoder can only begin with a key frame.
     if (!frame.key_frame) return std::nullopt;
-    const CodecBitstream* const bitstream = FindCodecBitstream(frame.codec);
-    if (bitstream == nullptr) {
-      return Check("it cannot hold " + video::VideoCodecToString(frame.codec));
-    }
-    const MuxTrack track{frame.size, frame.color, bitstream->parameter_sets(data), frame.codec};
-    if (track.parameter_sets.empty()) return Check("the first key frame has no parameter sets");
-    if (auto error = Check(muxer_->Start({&track, 1}))) return error;
+    if (auto error = Begin(frame)) return error;
+  } else if (frame.codec != codec_) {
+    return Check("it holds " + video::VideoCodecToString(codec_) + ", and no " +
+                 video::VideoCodecToString(frame.codec) + " besides");
   }
   const nanoseconds time = time_line_.Add(frame.timestamp, frame.duration);
   if (!before) first_time_ = time;
   last_duration_ = frame.duration;
+  const std::span data(frame.data, frame.size_bytes);
   const std::string error = muxer_->Write({data, time, frame.duration, frame.key_frame, 0});
   // A container writes the pictures that it has collected when the next one comes.
   NoteWhole();
@@ -108,6 +107,28 @@ std::optional<WriteError> EncodedFileWriter::WriteFrame(const EncodedFrame& fram
   Count(frame, time, before.value_or(time));
   NoteWhole();
   return std::nullopt;
+}
+
+std::optional<WriteError> EncodedFileWriter::Begin(const EncodedFrame& key_frame) {
+  const CodecBitstream* const bitstream = FindCodecBitstream(key_frame.codec);
+  if (bitstream == nullptr) {
+    return Check("it cannot hold " + video::VideoCodecToString(key_frame.codec));
+  }
+  codec_ = key_frame.codec;
+  auto sets = ParameterSetsOf(*bitstream, {key_frame.data, key_frame.size_bytes});
+  if (!sets) return Check("the first key frame has no parameter sets");
+  const MuxTrack track{key_frame.size, key_frame.color, *std::move(sets), codec_};
+  return Check(muxer_->Start({&track, 1}));
+}
+
+void EncodedFileWriter::TellRefusalOnce() {
+  // A file that broke off was told of, and whoever closes one knows.
+  if (!ended_ || failed_ || closed_ || std::exchange(refusal_is_told_, true)) return;
+  if (!movra_logging::ShouldCreateLogMessage(movra_logging::kLogLevelWarning)) return;
+  LogStream("../../media/output/encoded_file_writer", __LINE__, __func__,
+            movra_logging::kLogLevelWarning, nullptr)
+      << name() << " is finished, because its source has ended: nothing of the next source is "
+      << "written into it, which only a file that stays open would take";
 }
 
 void EncodedFileWriter::Count(const EncodedFrame& frame, nanoseconds time,

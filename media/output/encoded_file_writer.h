@@ -22,20 +22,7 @@
 
 namespace movra::media {
 
-struct EncodedFileWriterOptions {
-  std::string path;  // "-" for standard output.
-  ContainerFormat format = ContainerFormat::kMp4;
-  bool overwrite = false;  // False: an existing file is refused.
-  // Shared by the streams of one run; null: the file's own first frame is its time 0.
-  std::shared_ptr<TimeOrigin> origin;
-  // An end mark does not finish it: another source may follow. Close does.
-  bool stays_open = false;
-  // Writing thread, at most once: the file broke off; frames that follow are ignored.
-  std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the file is finished, whole or broken off; at
-  // most once. For each end where it stays open.
-  std::function<void(const video::StreamEnd&)> on_end;
-};
+using EncodedFileWriterOptions = SinkRequest;
 
 // Writes one encoded stream into a file, a pipe or standard output.
 //
@@ -47,6 +34,11 @@ struct EncodedFileWriterOptions {
 //   ...                                     // until on_end, or as long as one likes
 //   producer->StopEncoder(type, 1000);
 //   writer->Close();
+//
+// The file is finished when its source ends by itself, which on_end tells, or by Close. Stopping
+// the source or the encoder does not finish it: another source may follow in the same file, on one
+// time line. Behind an end that finished the file a second source is refused with one warning line;
+// to have several sources that end by themselves in one file, let it stay open.
 //
 // The file grows by a quarter of a second of media at most, so that a process that is killed leaves
 // a file that plays up to there; after an error it ends behind the last frame that is whole in it.
@@ -93,6 +85,7 @@ class EncodedFileWriter final : public IEncodedSink {
 
   // All with mutex_ held. Each returns the error that it met first.
   std::optional<WriteError> WriteFrame(const video::EncodedFrame& frame);
+  std::optional<WriteError> Begin(const video::EncodedFrame& key_frame);
   std::optional<WriteError> Finish();
   // The last picture stands until then, counted from the origin.
   void StandUntil(std::chrono::nanoseconds end);
@@ -101,6 +94,8 @@ class EncodedFileWriter final : public IEncodedSink {
              std::chrono::nanoseconds time_before);
   // Notes the figures as those of the file if it holds every picture that they count.
   void NoteWhole();
+  // Of a frame that comes when the file is finished.
+  void TellRefusalOnce();
 
   const EncodedFileWriterOptions options_;
   const std::unique_ptr<OutputFile> file_;
@@ -108,8 +103,10 @@ class EncodedFileWriter final : public IEncodedSink {
   std::mutex mutex_;
   // All guarded by mutex_. The muxer is released with the file's end.
   std::unique_ptr<IContainerMuxer> muxer_;
-  bool ended_ = false;  // By the stream itself.
-  TimeLine time_line_;  // Of what is in the file.
+  bool ended_ = false;            // By its source.
+  bool refusal_is_told_ = false;  // Of what came behind that.
+  video::VideoCodec codec_{};     // Of what is in the file.
+  TimeLine time_line_;            // Of what is in the file.
   std::chrono::nanoseconds last_duration_{0};
   std::chrono::nanoseconds first_time_{0};
 

@@ -28,26 +28,29 @@ struct WrittenFigures {
   friend bool operator==(const WrittenFigures&, const WrittenFigures&) = default;
 };
 
-// What a sink is made of; what its address means is its kind's to say.
+// What a sink is made of; what its path means is its kind's to say.
 struct SinkRequest {
-  std::string address;  // Of a file its path, "-" for standard output.
+  std::string path;  // Of a file; "-" for standard output. Otherwise what stands behind the scheme.
   ContainerFormat format = ContainerFormat::kMp4;
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the sinks of one run; null: the sink's own first frame is its time 0.
   std::shared_ptr<TimeOrigin> origin;
-  // An end mark does not finish it: another source may follow. Close does.
+  // The end of a source does not finish it: another source may follow. Close does.
   bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
   std::function<void(const WriteError&)> on_error;
-  // Writing thread: the stream's end has come and the sink is finished, whole or broken off; at
-  // most once. For each end where it stays open. A sink behind a fan-out that broke off is not told
-  // of the end any more.
+  // Writing thread: a source has ended by itself (WriteEnd), and the sink is finished, whole or
+  // broken off. At most once; where it stays open instead once for each source that ends. Not for
+  // a source or an encoder that is stopped, nor for a Close: whoever does that knows. A sink behind
+  // a fan-out that broke off is not told of the end any more.
   std::function<void(const video::StreamEnd&)> on_end;
 };
 
 // Where an encoded stream goes: a file, a pipe, a connection. Write and WriteEnd come from one
 // thread at a time, the encoder's or one of the sink's own in front of it (EncodedFanOut), and may
-// block. What comes behind the end or behind a Close is ignored. A stream without a frame leaves
+// block. WriteEnd finishes it, unless it stays open, and comes only when a source ends by itself:
+// whoever stops the source or the encoder closes the sink. What comes behind that or behind a Close
+// is ignored: of a second source nothing is written, not a part. A stream without a frame leaves
 // nothing behind. Made by its scheme, see sink_kinds.h; it may go unclosed, which closes it.
 class IEncodedSink : public video::IVideoFrameTrackWriter {
  public:
@@ -55,10 +58,10 @@ class IEncodedSink : public video::IVideoFrameTrackWriter {
   // then the sink breaks off. An earlier limit that ends sooner stands. Any thread.
   virtual void LimitWaits(std::chrono::milliseconds patience) = 0;
 
-  // Finishes if the stream's end has not come. Nothing more is written, and no callback begins any
-  // more; one that has may end. A Write that waits for somebody breaks off after an instant. If the
-  // end has not come, the last picture stands until `end`, counted from the origin, instead of as
-  // long as its encoder expected. Any thread; again is harmless.
+  // Finishes what no end of a source has finished. Nothing more is written, and no callback begins
+  // any more; one that has may end. A Write that waits for somebody breaks off after an instant. If
+  // the end has not come, the last picture stands until `end`, counted from the origin, instead of
+  // as long as its encoder expected. Any thread; again is harmless.
   virtual void Close(std::optional<std::chrono::nanoseconds> end) = 0;
 
   // Any thread, behind a Close too.

@@ -57,7 +57,7 @@ class FileBench final : public SinkBench {
 
  private:
   std::shared_ptr<IEncodedSink> MakeAt(const std::string& path, SinkRequest request) const {
-    request.address = path;
+    request.path = path;
     request.format = format_;
     std::string error;
     auto sink = FindSinkKind(kFileScheme)->make(request, &error);

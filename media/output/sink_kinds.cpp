@@ -9,15 +9,7 @@ namespace movra::media {
 namespace {
 
 std::shared_ptr<IEncodedSink> MakeFileSink(const SinkRequest& request, std::string* error) {
-  EncodedFileWriterOptions options;
-  options.path = request.address;
-  options.format = request.format;
-  options.overwrite = request.overwrite;
-  options.origin = request.origin;
-  options.on_error = request.on_error;
-  options.stays_open = request.stays_open;
-  options.on_end = request.on_end;
-  return EncodedFileWriter::Create(options, error);
+  return EncodedFileWriter::Create(request, error);
 }
 
 constexpr std::array kKinds{

@@ -46,7 +46,7 @@ TEST(SinkKinds, ASchemeThatThereIsNotIsRefusedWithThoseThatThereAreAndTheWayOut)
 }
 
 std::shared_ptr<IEncodedSink> MakeDouble(const SinkRequest& request, std::string* /*error*/) {
-  return std::make_shared<SinkDouble>(request.address);
+  return std::make_shared<SinkDouble>(request.path);
 }
 
 TEST(SinkKinds, ANewKindIsAnEntryOfTheTable) {
@@ -59,7 +59,7 @@ TEST(SinkKinds, ANewKindIsAnEntryOfTheTable) {
   ASSERT_NE(kind, nullptr);
   EXPECT_EQ(kind->policy, SinkPolicy::kDropToKeyFrame);
   SinkRequest request;
-  request.address = address->address;
+  request.path = address->address;
   EXPECT_EQ(kind->make(request, nullptr)->name(), "//host/x");
 
   std::string error;
@@ -70,13 +70,13 @@ TEST(SinkKinds, ANewKindIsAnEntryOfTheTable) {
 TEST(SinkKinds, AFileIsMadeWhereItsPathSays) {
   const TemporaryDirectory directory;
   SinkRequest request;
-  request.address = directory / "a:b.h264";
+  request.path = directory / "a:b.h264";
   request.format = ContainerFormat::kAnnexB;
   std::string error;
   const auto sink = FindSinkKind(kFileScheme)->make(request, &error);
   ASSERT_NE(sink, nullptr) << error;
-  EXPECT_TRUE(std::filesystem::exists(request.address));
-  EXPECT_EQ(sink->name(), "'" + request.address + "'");
+  EXPECT_TRUE(std::filesystem::exists(request.path));
+  EXPECT_EQ(sink->name(), "'" + request.path + "'");
   EXPECT_EQ(FindSinkKind(kFileScheme)->policy, SinkPolicy::kLossless);
   const auto second = FindSinkKind(kFileScheme)->make(request, &error);
   EXPECT_EQ(second, nullptr);

@@ -9,6 +9,7 @@
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_layout.h"
 #include "media/text/warning.h"
+#include "media/track/wanted_size.h"
 #include "video/to_string.h"
 
 namespace movra::media {
@@ -33,9 +34,14 @@ PixelFrame WithDelivery(const PixelFrame& frame, FrameDelivery delivery) {
   return frame.WithInfo(info);
 }
 
-std::int64_t AreaOf(const Tap& tap, const video::Size& own) {
-  const std::int64_t width = tap.params.width > 0 ? tap.params.width : own.width;
-  return width * (tap.params.height > 0 ? tap.params.height : own.height);
+std::int64_t AreaOf(const video::Size& wanted, const video::Size& own) {
+  const std::int64_t width = wanted.width > 0 ? wanted.width : own.width;
+  return width * (wanted.height > 0 ? wanted.height : own.height);
+}
+
+// Whoever reads what the tap writes may have refused the size that the tap was given.
+video::Size SizeFor(const Tap& tap, const video::IPixelFrameTrackWriter& writer) {
+  return WantedSize(writer).value_or(video::Size{tap.params.width, tap.params.height});
 }
 
 const char* NameOf(const Tap& /*tap*/) { return "The frame writer"; }
@@ -154,30 +160,29 @@ void FramePipeline::WriteToTaps(Pass& pass, InterceptPosition position) {
 
 std::vector<FramePipeline::Output> FramePipeline::MakeOutputs(Pass& pass,
                                                               InterceptPosition position) {
-  std::vector<const Tap*> taps;
+  std::vector<Output> outputs;
   for (const Tap& tap : pass.settings.taps) {
-    if (tap.position == position) taps.push_back(&tap);
+    if (tap.position != position) continue;
+    auto writer = tap.Target();
+    if (writer == nullptr) {
+      TellIfGone(context_, tap);
+      continue;
+    }
+    FrameCounters* const stream = StreamOf(tap, *writer);
+    const video::Size size = SizeFor(tap, *writer);
+    outputs.push_back({&tap, std::move(writer), stream, size, {}});
   }
   // Made with the largest first, because smaller ones are made from it.
   const video::Size own = pass.frame.info().size;
-  std::stable_sort(taps.begin(), taps.end(),
-                   [&](const Tap* a, const Tap* b) { return AreaOf(*a, own) > AreaOf(*b, own); });
-  std::vector<Output> outputs;
-  for (const Tap* const tap : taps) {
-    auto writer = tap->Target();
-    if (writer == nullptr) {
-      TellIfGone(context_, *tap);
-      continue;
-    }
-    FrameCounters* const stream = StreamOf(*tap, *writer);
-    outputs.push_back({tap, std::move(writer), stream, MakePicture(pass, *tap)});
-  }
+  std::stable_sort(outputs.begin(), outputs.end(), [&](const Output& a, const Output& b) {
+    return AreaOf(a.size, own) > AreaOf(b.size, own);
+  });
+  for (Output& output : outputs) output.frame = MakePicture(pass, *output.tap, output.size);
   return outputs;
 }
 
-PixelFrame FramePipeline::MakePicture(Pass& pass, const Tap& tap) {
+PixelFrame FramePipeline::MakePicture(Pass& pass, const Tap& tap, const video::Size& size) {
   if (!pass.outputs) pass.outputs.emplace(pass.frame, pass.settings.adaptive_mode, pool_);
-  const video::Size size{tap.params.width, tap.params.height};
   PixelFrame made = pass.outputs->Make(size, tap.params.pixel_format);
   if (!made) {
     ReportNotMade(video::VideoStreamTypeToString(tap.params.stream_type) + "'s", size,

@@ -94,6 +94,7 @@ class FramePipeline {
     const Tap* tap;
     std::shared_ptr<video::IPixelFrameTrackWriter> writer;
     FrameCounters* stream;    // Of the encoder that reads what is written; null if none does.
+    video::Size size;         // A side of 0 means the frame's own.
     video::PixelFrame frame;  // Empty if it cannot be made.
   };
 
@@ -101,7 +102,7 @@ class FramePipeline {
   void Intercept(Pass& pass, const Interceptor& interceptor);
   void WriteToTaps(Pass& pass, video::InterceptPosition position);
   [[nodiscard]] std::vector<Output> MakeOutputs(Pass& pass, video::InterceptPosition position);
-  [[nodiscard]] video::PixelFrame MakePicture(Pass& pass, const Tap& tap);
+  [[nodiscard]] video::PixelFrame MakePicture(Pass& pass, const Tap& tap, const video::Size& size);
   static void Write(Output& output, const std::function<bool()>& is_stopped);
   void Run(Pass& pass, const StageStep& step);
   [[nodiscard]] FrameCounters* StreamOf(const Tap& tap,

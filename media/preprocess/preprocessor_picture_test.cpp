@@ -5,11 +5,14 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "logging/recording_sink_for_test.h"
 #include "media/frame/platform_objects.h"
 #include "media/preprocess/preprocessor_fixture_for_test.h"
+#include "media/track/bounded_track.h"
+#include "media/track/wanted_size.h"
 
 namespace movra::media {
 namespace {
@@ -128,6 +131,24 @@ TEST_F(PreprocessorPicture, TheEncoderOutputSizeHoldsForTheBigStreamsTap) {
   EXPECT_EQ(big->frames.at(0).info().size, (Size{32, 18}));
   EXPECT_EQ(small->frames.at(0).info().size, (Size{16, 8}));
   EXPECT_EQ(preview->frames.at(0).info().size, (Size{64, 36}));
+}
+
+TEST_F(PreprocessorPicture, TheSizeThatAnEncoderWantsGoesBeforeThatOfItsTap) {
+  BoundedTrack track(2);
+  const auto sizes_of = [&](video::CustomProcessParams params) {
+    preprocessor->RemoveOutputTrack(track.GetWriter());
+    preprocessor->AddOutputTrack(kEncoder, params, track.GetWriter());
+    preprocessor->SetEncoderOutputSize(params.width, params.height);
+    Process(MakeFrame(0, kLive));
+    return std::get<PixelFrame>(track.GetReader()->Read()).info().size;
+  };
+  preprocessor->StartProcessing();
+  EXPECT_EQ(sizes_of(Params({32, 18})), (Size{32, 18}));
+  WantSize(*track.GetReader(), {32, 18});
+  EXPECT_EQ(sizes_of(Params({33, 19})), (Size{32, 18}));
+  EXPECT_EQ(sizes_of(Params({-5, 0})), (Size{32, 18}));
+  WantSize(*track.GetReader(), {48, 36});
+  EXPECT_EQ(sizes_of(Params({33, 19})), (Size{48, 36}));
 }
 
 TEST_F(PreprocessorPicture, TheFramesOwnRotationIsAppliedBehindTheCapturedPosition) {

@@ -14,6 +14,7 @@
 #include "media/threads/mutex.h"
 #include "media/track/callback_slot.h"
 #include "media/track/frame_fault.h"
+#include "media/track/wanted_size.h"
 
 namespace movra::media {
 
@@ -141,6 +142,16 @@ class BoundedTrack::Queue {
     counters_->Count(fate);
   }
 
+  void WantSize(const video::Size& size) {
+    const MutexLock lock(mutex_);
+    wanted_size_ = size;
+  }
+
+  std::optional<video::Size> wanted_size() const {
+    const MutexLock lock(mutex_);
+    return wanted_size_;
+  }
+
   std::uint32_t written() const {
     const MutexLock lock(mutex_);
     return written_;
@@ -212,6 +223,7 @@ class BoundedTrack::Queue {
   bool closed_ MOVRA_GUARDED_BY(mutex_) = false;
   std::shared_ptr<FrameCounters> counters_ MOVRA_GUARDED_BY(mutex_) =
       std::make_shared<FrameCounters>();
+  std::optional<video::Size> wanted_size_ MOVRA_GUARDED_BY(mutex_);
   bool is_counted_ MOVRA_GUARDED_BY(mutex_) = false;  // Somebody asked for the counts.
   std::shared_ptr<FrameFaultLog> faults_ MOVRA_GUARDED_BY(mutex_);  // Null: takes all frames.
   // Of the last custom frame of this stream.
@@ -220,9 +232,9 @@ class BoundedTrack::Queue {
 
 // Both ends: each may be the only one that somebody has.
 template <class End>
-class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
+class BoundedTrack::OwnEnd : public End, public CountingTrackEnd, public SizedTrackEnd {
  public:
-  explicit CountingEnd(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+  explicit OwnEnd(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
 
   // CountingTrackEnd
   void CountInto(const std::shared_ptr<FrameCounters>& counters) override {
@@ -233,14 +245,20 @@ class BoundedTrack::CountingEnd : public End, public CountingTrackEnd {
   }
   void CountUnwritten(FrameFate fate) override { queue_->CountUnwritten(fate); }
 
+  // SizedTrackEnd
+  void WantSize(const video::Size& size) override { queue_->WantSize(size); }
+  [[nodiscard]] std::optional<video::Size> wanted_size() const override {
+    return queue_->wanted_size();
+  }
+
  protected:
   const std::shared_ptr<Queue> queue_;
 };
 
-class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackReader>,
+class BoundedTrack::Reader final : public OwnEnd<video::IPixelFrameTrackReader>,
                                    public CheckingTrackEnd {
  public:
-  using CountingEnd::CountingEnd;
+  using OwnEnd::OwnEnd;
 
   std::uint32_t GetCaptureStat() override { return queue_->written(); }
   std::uint32_t GetDroppedFrames() override { return queue_->dropped(); }
@@ -255,9 +273,9 @@ class BoundedTrack::Reader final : public CountingEnd<video::IPixelFrameTrackRea
   }
 };
 
-class BoundedTrack::Writer final : public CountingEnd<video::IPixelFrameTrackWriter> {
+class BoundedTrack::Writer final : public OwnEnd<video::IPixelFrameTrackWriter> {
  public:
-  using CountingEnd::CountingEnd;
+  using OwnEnd::OwnEnd;
 
   TrackWriteResult Write(PixelFrame frame) override { return queue_->Write(std::move(frame)); }
   void WriteEnd(const StreamEnd& end) override { queue_->WriteEnd(end); }

@@ -13,7 +13,7 @@ namespace movra::media {
 // ones wait, the new frame itself is dropped. Either loss counts as a dropped frame. A lossless
 // frame is refused instead, and its writer waits for the room callback.
 //
-// Both ends are a CountingTrackEnd too, and the reader's a CheckingTrackEnd.
+// Both ends are a CountingTrackEnd and a SizedTrackEnd too, and the reader's a CheckingTrackEnd.
 //
 // End marks keep their place among the frames and take no room. Of two with no frame left between
 // them the older one is forgotten, so a reader that never comes cannot make the queue grow.
@@ -33,7 +33,7 @@ class BoundedTrack final : public video::IPixelFrameTrack {
  private:
   class Queue;
   template <class End>
-  class CountingEnd;
+  class OwnEnd;
   class Reader;
   class Writer;
 

@@ -46,20 +46,50 @@ namespace movra::video {
 // and the screen-share window operations may still be called.
 class IVideoProducer2 {
  public:
-  // Receives the producer's events on the main queue; held weakly. Each event names its producer.
+  // Receives the producer's events on the main queue; held weakly. Each event names its producer,
+  // and comes out of a task of its own: never from inside the operation that caused it. None is
+  // final: the producer itself changes nothing for any of them, and every operation may be called
+  // after it. What each means for the stream, the preview or the shared screen stands with it.
+  //
+  // When they come is up to the collaborators, and is told of those of media/, which send the first
+  // and the third of an encoder, and the errors of renderers and screens; see docs/events.md. What
+  // is still on its way when its encoder, renderer or screen is stopped does not come any more.
   class Client {
    public:
+    // The stream's encoder was opened: at the first frame of each start, and again whenever codec,
+    // size or description differ from what was told last in that start. `from` is that, and empty
+    // the first time; `message.text` describes `from` as well.
     virtual void OnEncoderPropertyChanged(IVideoProducer2* producer, VideoStreamType type,
                                           const EncoderProperty& from, const EncoderProperty& to,
                                           const EventMsg& message) = 0;
+    // What encoders can do changed, of whichever stream; each time. Not sent by media/, where it
+    // stays the same for as long as the process lives.
     virtual void OnEncodeAbilityChanged(IVideoProducer2* producer, EncodeAbility ability) = 0;
+    // `detail` is a text for people, or null.
+    // - kReconfigureFailed: a change of parameters is refused as a whole, and the stream goes on as
+    //   it was; once for each such change.
+    // - kOpenFailed, kUnavailable, kEncodeFailed: the stream gives nothing from here on, until the
+    //   frames' size or colour or the parameters change; each such change tries anew, and may fail
+    //   anew. Without a thread, or after a writer that threw, until the encoder is started again.
+    // - kInputUnsupported: frames are left out that the encoder does not read. Once, until one came
+    //   that it reads.
     virtual void OnEncoderError(IVideoProducer2* producer, VideoStreamType type,
                                 VideoEncoderError error, const movra_base::Value& detail) = 0;
+    // The preview shows the first frame since it began, or the first one in another view; `message`
+    // says which. Once for each. Not sent by media/ yet.
     virtual void OnRenderFirstFrame(IVideoProducer2* producer, unsigned int width,
                                     unsigned int height, const EventMsg& message) = 0;
+    // The preview or the custom rendering shows nothing, until it is set anew; the streams do not
+    // mind. Once for each start of a renderer. Of media/ always kNoDisplay.
     virtual void OnRenderError(IVideoProducer2* producer, VideoRenderError error) = 0;
+    // The screen cannot be shared, or no longer. The producer counts as capturing all the same:
+    // stop the capture before another one is started. Once for each start. Of media/ always
+    // kUnavailable.
     virtual void OnScreenSharingError(IVideoProducer2* producer, long source,
                                       VideoScreenSharingError error) = 0;
+    // Of the rest media/ sends nothing yet. Started comes once for each start that does not fail,
+    // and behind it the first frame, once; stopped is the last one of a start. Paused and resumed
+    // follow each other as often as it happens, by request or by itself, as `reason` says.
     virtual void OnScreenSharingStarted(IVideoProducer2* producer, long source) = 0;
     virtual void OnScreenSharingStopped(IVideoProducer2* producer, long source,
                                         VideoScreenSharingStoppedReason reason) = 0;
@@ -67,9 +97,12 @@ class IVideoProducer2 {
                                        VideoScreenSharingPausedReason reason) = 0;
     virtual void OnScreenSharingResumed(IVideoProducer2* producer, long source,
                                         VideoScreenSharingResumedReason reason) = 0;
+    // `elapsed_ms`: milliseconds since the start.
     virtual void OnScreenSharingFirstFrame(IVideoProducer2* producer, long source,
                                            long long elapsed_ms) = 0;
+    // Each time that another window covers the one that is shared.
     virtual void OnWindowCovered(IVideoProducer2* producer, long source) = 0;
+    // Each time that the way of capturing changes.
     virtual void OnCapturerModeChange(IVideoProducer2* producer, long source, CapturerMode from,
                                       CapturerMode to) = 0;
     virtual ~Client() = default;
@@ -126,7 +159,8 @@ class IVideoProducer2 {
                             std::shared_ptr<IVideoFrameTrackWriter> writer) = 0;
   // Waits at most the given milliseconds for what is under way to be written.
   virtual void StopEncoder(VideoStreamType type, unsigned long long max_wait_ms) = 0;
-  // Of the big stream: may raise the capture's frame rate and change the camera's size.
+  // Of the big stream: may raise the capture's frame rate and change the camera's size. What a
+  // running encoder cannot take it refuses as a whole, with kReconfigureFailed.
   virtual void SetEncoderParams(VideoStreamType type, const EncodeParams& params) = 0;
   virtual void SetEncoderMirror(bool mirror) = 0;
   virtual void SetEncoderRotation(VideoRotation rotation) = 0;
