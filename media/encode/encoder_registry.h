@@ -26,14 +26,14 @@ struct EncoderAbilities {
 // One library that encodes one codec.
 struct EncoderEntry {
   video::VideoCodec codec = kDefaultCodec;
-  std::string library;  // "libx264"
+  std::string library{};  // "libx264"
   // Why it cannot be used on this machine now; an empty text if it can. Asked on any thread, often:
   // what takes long to find out is kept. None: it always can.
-  std::function<std::string()> probe;
-  FrameEncoderFactory open;
-  std::vector<video::PixelFrameFormat>
-      input_formats;  // That it reads, the one it likes best first.
-  EncoderAbilities abilities;
+  std::function<std::string()> probe{};
+  FrameEncoderFactory open{};
+  // That it reads, the one it likes best first.
+  std::vector<video::PixelFrameFormat> input_formats{};
+  EncoderAbilities abilities{};
 
   // Whether the encoder can be given the frame, and why not, for people.
   [[nodiscard]] bool Reads(const video::PixelFrameInfo& info) const;
@@ -46,7 +46,7 @@ struct EncoderEntry {
 // A codec that other builds encode, and why this one does not, for people.
 struct MissingEncoder {
   video::VideoCodec codec = kDefaultCodec;
-  std::string reason;
+  std::string reason{};
 };
 
 struct EncoderTable {

@@ -23,18 +23,18 @@
 namespace movra::media {
 
 struct EncodedFileWriterOptions {
-  std::string path;  // "-" for standard output.
+  std::string path{};  // "-" for standard output.
   ContainerFormat format = ContainerFormat::kMp4;
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the streams of one run; null: the file's own first frame is its time 0.
-  std::shared_ptr<TimeOrigin> origin;
+  std::shared_ptr<TimeOrigin> origin{};
   // An end mark does not finish it: another source may follow. Close does.
   bool stays_open = false;
   // Writing thread, at most once: the file broke off; frames that follow are ignored.
-  std::function<void(const WriteError&)> on_error;
+  std::function<void(const WriteError&)> on_error{};
   // Writing thread: the stream's end has come and the file is finished, whole or broken off; at
   // most once. For each end where it stays open.
-  std::function<void(const video::StreamEnd&)> on_end;
+  std::function<void(const video::StreamEnd&)> on_end{};
 };
 
 // Writes one encoded stream into a file, a pipe or standard output.
@@ -61,9 +61,9 @@ struct EncodedFileWriterOptions {
 class EncodedFileWriter final : public IEncodedSink {
  public:
   // Null, and for people what is wrong, if the path cannot be written or this build does not have
-  // the format.
+  // the format. Without an `error` to be set, the options' `on_error` is told, before this returns.
   [[nodiscard]] static std::shared_ptr<EncodedFileWriter> Create(
-      const EncodedFileWriterOptions& options, std::string* error);
+      const EncodedFileWriterOptions& options, std::string* error = nullptr);
 
   // As Close.
   ~EncodedFileWriter() override;

@@ -30,19 +30,19 @@ struct WrittenFigures {
 
 // What a sink is made of; what its address means is its kind's to say.
 struct SinkRequest {
-  std::string address;  // Of a file its path, "-" for standard output.
+  std::string address{};  // Of a file its path, "-" for standard output.
   ContainerFormat format = ContainerFormat::kMp4;
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the sinks of one run; null: the sink's own first frame is its time 0.
-  std::shared_ptr<TimeOrigin> origin;
+  std::shared_ptr<TimeOrigin> origin{};
   // An end mark does not finish it: another source may follow. Close does.
   bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
-  std::function<void(const WriteError&)> on_error;
+  std::function<void(const WriteError&)> on_error{};
   // Writing thread: the stream's end has come and the sink is finished, whole or broken off; at
   // most once. For each end where it stays open. A sink behind a fan-out that broke off is not told
   // of the end any more.
-  std::function<void(const video::StreamEnd&)> on_end;
+  std::function<void(const video::StreamEnd&)> on_end{};
 };
 
 // Where an encoded stream goes: a file, a pipe, a connection. Write and WriteEnd come from one
