@@ -18,7 +18,6 @@
 #include "app/picture_text.h"
 #include "app/run_report.h"
 #include "app/run_session.h"
-#include "app/signal_watcher.h"
 #include "app/source_failure.h"
 #include "app/source_starter.h"
 #include "app/source_words.h"
@@ -28,6 +27,7 @@
 #include "base/once_callback.h"
 #include "core/service_center.h"
 #include "logging/log_filter.h"
+#include "media/application/signal_watcher.h"
 #include "media/encode/encoder_registry.h"
 #include "media/output/contact_sheet.h"
 #include "video/camera_service.h"
@@ -195,7 +195,7 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   SetLogValueFiltering(options.log_filter);
   // Before there is a session, which ends well, there is nothing to end but the loop.
   const auto current = std::make_shared<std::weak_ptr<RunSession>>();
-  const SignalWatcher watcher([loop, current](int) {
+  const media::SignalWatcher watcher([loop, current](int) {
     loop->Post(movra_base::BindOnce([loop = loop.get(), current] {
       const auto session = current->lock();
       session != nullptr ? session->Interrupt() : loop->Quit();
