@@ -49,6 +49,11 @@ inline constexpr char kFastText[] =
 inline constexpr char kDurationText[] =
     "Stop after 10s, 1m30s, 1.5s, 500ms ...: time of the\n"
     "video with --fast, of the clock otherwise";
+inline constexpr char kScriptText[] =
+    "A timeline: lines of JSON that call operations of the\n"
+    "producer, as in {\"at\": \"2s\", \"do\": \"pause_capture\"};\n"
+    "\"with\" holds an operation's arguments, and docs/operations.md\n"
+    "lists them. Another source goes on in the same files";
 inline constexpr char kBigText[] =
     "The big stream (default: the source's shape within\n"
     "1280x720 or 720x1280, up to 30 frames per second)";
@@ -71,6 +76,9 @@ inline constexpr char kStatsText[] =
     "Write the run's figures as one JSON object, at the end;\n"
     "like a SPEC's FILE it lands in DIR, or stands for itself\n"
     "if it begins with a slash";
+inline constexpr char kEventsText[] =
+    "Write the producer's events and the script's answers as\n"
+    "they come, one JSON object a line; lands where --stats does";
 inline constexpr char kLogLevelText[] = "off, error (default), warning or info";
 inline constexpr char kLogFilterText[] = "Leave out log lines whose numbers have not changed";
 

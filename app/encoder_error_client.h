@@ -7,12 +7,12 @@
 #include <string>
 #include <utility>
 
-#include "video/producer/video_producer2.h"
+#include "video/producer/client_base.h"
 
 namespace movra::app {
 
 // Hands on the errors of encoders and leaves all other events alone. Main queue.
-class EncoderErrorClient : public video::IVideoProducer2::Client {
+class EncoderErrorClient : public video::ClientBase {
  public:
   // `detail` is a text for people, or empty.
   using Handler = std::function<void(video::VideoStreamType type, video::VideoEncoderError error,
@@ -22,27 +22,6 @@ class EncoderErrorClient : public video::IVideoProducer2::Client {
 
   void OnEncoderError(video::IVideoProducer2*, video::VideoStreamType type,
                       video::VideoEncoderError error, const movra_base::Value& detail) override;
-
-  void OnEncoderPropertyChanged(video::IVideoProducer2*, video::VideoStreamType,
-                                const video::EncoderProperty&, const video::EncoderProperty&,
-                                const EventMsg&) override {}
-  void OnEncodeAbilityChanged(video::IVideoProducer2*, video::EncodeAbility) override {}
-  void OnRenderFirstFrame(video::IVideoProducer2*, unsigned int, unsigned int,
-                          const EventMsg&) override {}
-  void OnRenderError(video::IVideoProducer2*, video::VideoRenderError) override {}
-  void OnScreenSharingError(video::IVideoProducer2*, long,
-                            video::VideoScreenSharingError) override {}
-  void OnScreenSharingStarted(video::IVideoProducer2*, long) override {}
-  void OnScreenSharingStopped(video::IVideoProducer2*, long,
-                              video::VideoScreenSharingStoppedReason) override {}
-  void OnScreenSharingPaused(video::IVideoProducer2*, long,
-                             video::VideoScreenSharingPausedReason) override {}
-  void OnScreenSharingResumed(video::IVideoProducer2*, long,
-                              video::VideoScreenSharingResumedReason) override {}
-  void OnScreenSharingFirstFrame(video::IVideoProducer2*, long, long long) override {}
-  void OnWindowCovered(video::IVideoProducer2*, long) override {}
-  void OnCapturerModeChange(video::IVideoProducer2*, long, video::CapturerMode,
-                            video::CapturerMode) override {}
 
  private:
   const Handler handler_;

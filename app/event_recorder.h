@@ -14,7 +14,7 @@ namespace movra::app {
 // Hands each event on as an object: {"event": "encoder_error", "type": "big", ...}. The name is
 // that of the client's operation in snake case without the "on", the entries behind it are its
 // arguments without the producer. Main queue.
-class EventRecorder final : public video::IVideoProducer2::Client {
+class EventRecorder : public video::IVideoProducer2::Client {
  public:
   using Handler = std::function<void(const Json& event)>;
 

@@ -36,17 +36,16 @@ bool HasLumaOfEightBits(PixelFormat format) {
 
 class InvertListener final : public video::VideoInterceptorListener {
  public:
-  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, PixelFrame frame) override {
     if (!HasLumaOfEightBits(frame.info().format)) return frame;
-    media::WritableFrame copy = media::WritableFrame::Of(frame, pool_);
-    if (!copy) return frame;  // Memory is out; a picture as it is is better than none.
-    std::uint8_t* row = copy.plane(0);
-    for (int y = 0; y < copy.info().size.height; ++y, row += copy.stride(0)) {
-      for (int x = 0; x < copy.info().size.width; ++x) {
+    media::WritableFrame picture = media::WritableFrame::Of(std::move(frame), pool_);
+    std::uint8_t* row = picture ? picture.plane(0) : nullptr;
+    for (int y = 0; y < picture.info().size.height; ++y, row += picture.stride(0)) {
+      for (int x = 0; x < picture.info().size.width; ++x) {
         row[x] = static_cast<std::uint8_t>(255 - row[x]);
       }
     }
-    return std::move(copy).Finish();
+    return std::move(picture).Finish();  // Dropped when memory is out.
   }
 
  private:
@@ -57,7 +56,7 @@ class DropListener final : public video::VideoInterceptorListener {
  public:
   explicit DropListener(std::int64_t nth) : nth_(nth) {}
 
-  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, PixelFrame frame) override {
     if (++count_ < nth_) return frame;
     count_ = 0;
     return {};
@@ -73,7 +72,7 @@ class SleepListener final : public video::VideoInterceptorListener {
  public:
   explicit SleepListener(std::chrono::milliseconds time) : time_(time) {}
 
-  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, PixelFrame frame) override {
     std::this_thread::sleep_for(time_);
     return frame;
   }

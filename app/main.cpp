@@ -15,10 +15,10 @@
 #include "app/devices_command.h"
 #include "app/last_words.h"
 #include "app/run_command.h"
-#include "app/signal_watcher.h"
 #include "core/dispatch_queue.h"
 #include "core/run_loop.h"
 #include "core/service_center.h"
+#include "media/application/signal_watcher.h"
 #include "video/camera_service.h"
 
 namespace movra::app {
@@ -59,7 +59,7 @@ ExitCode Run(const RunOptions& options, std::chrono::steady_clock::time_point st
 
 int Main(int argc, char** argv) {
   const auto start = std::chrono::steady_clock::now();
-  HoldBackSignals();
+  media::HoldBackSignals();
   InstallLastWords();
   OccupyStandardDescriptors();
   Console console(STDERR_FILENO);

@@ -57,8 +57,10 @@ std::optional<std::uint64_t> WindowNumber(std::string_view text) {
 
 }  // namespace
 
-MediaObjects::MediaObjects(EventRecorder::Handler on_event)
-    : on_event_(std::move(on_event)), recorder_(std::make_shared<EventRecorder>(on_event_)) {}
+MediaObjects::MediaObjects(EventRecorder::Handler on_event, std::shared_ptr<Client> recorder)
+    : on_event_(std::move(on_event)),
+      recorder_(recorder != nullptr ? std::move(recorder)
+                                    : std::make_shared<EventRecorder>(on_event_)) {}
 
 EventRecorder::Handler MediaObjects::Poster() const {
   return [on_event = on_event_, queue = std::weak_ptr(core::GetMainQueue())](const Json& event) {

@@ -25,7 +25,9 @@ namespace movra::app {
 // It is called on the main queue and may outlive this.
 class MediaObjects final : public OperationObjects {
  public:
-  explicit MediaObjects(EventRecorder::Handler on_event);
+  // `recorder` is the program's client; null: one that hands the events to the handler.
+  explicit MediaObjects(EventRecorder::Handler on_event,
+                        std::shared_ptr<Client> recorder = nullptr);
 
   // OperationObjects
   [[nodiscard]] Result<std::shared_ptr<Writer>> MakeWriter(const std::string& spec) override;
@@ -43,7 +45,7 @@ class MediaObjects final : public OperationObjects {
   [[nodiscard]] EventRecorder::Handler Poster() const;
 
   const EventRecorder::Handler on_event_;
-  const std::shared_ptr<EventRecorder> recorder_;
+  const std::shared_ptr<Client> recorder_;
 };
 
 }  // namespace movra::app

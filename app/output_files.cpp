@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -111,6 +112,7 @@ OutputFiles NamesAsTyped(const RunOptions& options, const std::vector<StreamPlan
     }
   }
   files.stats = options.stats.value_or("");
+  files.events = options.events.value_or("");
   return files;
 }
 
@@ -143,6 +145,7 @@ std::vector<Output> OutputsOf(const OutputFiles& files, const std::vector<Stream
     }
   }
   if (!files.stats.empty()) outputs.push_back({"--stats", files.stats});
+  if (!files.events.empty()) outputs.push_back({"--events", files.events});
   if (!files.contact_sheet.empty()) outputs.push_back({"contact sheet", files.contact_sheet});
   return outputs;
 }
@@ -165,8 +168,11 @@ Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
   const bool any_stream_lands =
       std::any_of(targets.begin(), targets.end(),
                   [](const StreamTarget* target) { return LandsInDirectory(*target); });
-  const bool stats_land = !files.stats.empty() && LandsInDirectory(files.stats);
-  if (any_stream_lands || !files.contact_sheet.empty() || stats_land) {
+  const std::array reports{&files.contact_sheet, &files.stats, &files.events};
+  const bool any_report_lands = std::any_of(
+      reports.begin(), reports.end(),
+      [](const std::string* path) { return !path->empty() && LandsInDirectory(*path); });
+  if (any_stream_lands || any_report_lands) {
     auto directory = OutputDirectory::Make(options.out_directory, now);
     if (const Failure* const failure = FailureOf(directory)) return *failure;
     files.directory.emplace(std::move(ValueOf(directory)));
@@ -174,10 +180,9 @@ Result<OutputFiles> PlanOutputFiles(const RunOptions& options,
       if (!target->is_file()) continue;
       if (const auto failure = PutIntoDirectory(*files.directory, target->path)) return *failure;
     }
-    if (const auto failure = PutIntoDirectory(*files.directory, files.contact_sheet)) {
-      return *failure;
+    for (std::string* const path : reports) {
+      if (const auto failure = PutIntoDirectory(*files.directory, *path)) return *failure;
     }
-    if (const auto failure = PutIntoDirectory(*files.directory, files.stats)) return *failure;
   }
 
   const std::vector<Output> outputs = OutputsOf(files, streams);

@@ -21,6 +21,7 @@ struct OutputFiles {
   std::vector<std::vector<StreamTarget>> also;  // The further ones of each; none of those behind.
   std::string contact_sheet;                    // Empty: none is made.
   std::string stats;                            // Empty for none; "-" is standard output.
+  std::string events;                           // The same.
 
   // All of the stream, the one in `streams` first.
   [[nodiscard]] std::vector<StreamTarget> targets_of(std::size_t index) const;

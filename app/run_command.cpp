@@ -13,12 +13,13 @@
 #include <vector>
 
 #include "app/console_log_sink.h"
+#include "app/event_log.h"
 #include "app/frame_rate.h"
 #include "app/output_files.h"
 #include "app/picture_text.h"
 #include "app/run_report.h"
 #include "app/run_session.h"
-#include "app/signal_watcher.h"
+#include "app/script.h"
 #include "app/source_failure.h"
 #include "app/source_starter.h"
 #include "app/source_words.h"
@@ -28,6 +29,7 @@
 #include "base/once_callback.h"
 #include "core/service_center.h"
 #include "logging/log_filter.h"
+#include "media/application/signal_watcher.h"
 #include "media/encode/encoder_registry.h"
 #include "media/output/contact_sheet.h"
 #include "video/camera_service.h"
@@ -195,7 +197,7 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   SetLogValueFiltering(options.log_filter);
   // Before there is a session, which ends well, there is nothing to end but the loop.
   const auto current = std::make_shared<std::weak_ptr<RunSession>>();
-  const SignalWatcher watcher([loop, current](int) {
+  const media::SignalWatcher watcher([loop, current](int) {
     loop->Post(movra_base::BindOnce([loop = loop.get(), current] {
       const auto session = current->lock();
       session != nullptr ? session->Interrupt() : loop->Quit();
@@ -205,6 +207,11 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
     console.Line("movra-producer: " + failure.text);
     return failure.code;
   };
+  const Result<std::vector<ScriptLine>> script =
+      options.script ? ReadScript(*options.script) : std::vector<ScriptLine>();
+  if (const Failure* const failure = FailureOf(script)) {
+    return fail(Prefixed("--script", *failure));
+  }
   const auto found = FindSource(options, *loop, console);
   if (const Failure* const failure = FailureOf(found)) return fail(*failure);
   if (!ValueOf(found)) {
@@ -216,10 +223,17 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   const auto files = PlanOutputFiles(options, plan.streams, std::chrono::system_clock::now());
   if (const Failure* const failure = FailureOf(files)) return fail(*failure);
 
+  std::unique_ptr<EventLog> events;
+  if (!ValueOf(files).events.empty()) {
+    auto opened = EventLog::Open(ValueOf(files).events);
+    if (const Failure* const failure = FailureOf(opened)) return fail(Prefixed("--events", *failure));
+    events = std::move(ValueOf(opened));
+  }
+
   if (!options.quiet) TellOfTheSource(source, console);
-  const auto session =
-      std::make_shared<RunSession>(RunSetting{options, source, plan, ValueOf(files), program_start,
-                                              console, loop, [loop] { loop->Quit(); }});
+  const auto session = std::make_shared<RunSession>(
+      RunSetting{options, source, plan, ValueOf(files), ValueOf(script), events.get(),
+                 program_start, console, loop, [loop] { loop->Quit(); }});
   *current = session;
   loop->Post(movra_base::BindOnce(&RunSession::Begin, *current));
   loop->Run();

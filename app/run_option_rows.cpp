@@ -122,6 +122,9 @@ const std::array kRows{
                    return Into(ParseDuration, word, input.options.duration);
                  }},
     RunOptionRow{
+        "--script", Takes::kWord, "FILE", kSourceGroup, kScriptText,
+        [](Word word, RunInput& input) { return Into(ParsePath, word, input.options.script); }},
+    RunOptionRow{
         "--big", Takes::kWord, "SPEC", kStreamGroup, kBigText,
         [](Word word, RunInput& input) { return Into(ParseStreamSpec, word, input.options.big); }},
     RunOptionRow{"--small", Takes::kWord, "SPEC", kStreamGroup, kSmallText,
@@ -147,6 +150,9 @@ const std::array kRows{
     RunOptionRow{
         "--stats", Takes::kWord, "FILE|-", kReportGroup, kStatsText,
         [](Word word, RunInput& input) { return Into(ParsePath, word, input.options.stats); }},
+    RunOptionRow{
+        "--events", Takes::kWord, "FILE|-", kReportGroup, kEventsText,
+        [](Word word, RunInput& input) { return Into(ParsePath, word, input.options.events); }},
     RunOptionRow{"--log-level", Takes::kWord, "LEVEL", kReportGroup, kLogLevelText,
                  [](Word word, RunInput& input) {
                    return Into(ParseLogLevel, word, input.options.log_level);

@@ -33,7 +33,9 @@ struct RunOptions {
   bool quiet = false;
   int log_level = movra_logging::kLogLevelError;
   bool log_filter = false;
-  std::optional<std::string> stats;  // "-" is standard output.
+  std::optional<std::string> stats;   // "-" is standard output.
+  std::optional<std::string> events;  // The same.
+  std::optional<std::string> script;
 
   // The video file or pipe that is the source; absent for others.
   [[nodiscard]] std::optional<media::PlayedFileId> source_file() const {

@@ -59,15 +59,13 @@ RunSession::RunSession(const RunSetting& setting)
 void RunSession::Begin() {
   if (ending_) return;  // Interrupted before it began.
   if (!OpenStreams()) return;
-  client_ = std::make_shared<EncoderErrorClient>(
-      [this](VideoStreamType type, video::VideoEncoderError error, const std::string& detail) {
-        OnEncoderError(type, error, detail);
-      });
-  producer_ = std::make_shared<video::VideoProducer2Impl>(video::VideoContext(kTrace, ""), client_,
-                                                          VideoStreamType::kBig);
+  MakeScript();
+  producer_ = std::make_shared<video::VideoProducer2Impl>(video::VideoContext(kTrace, ""),
+                                                          script_->client(), VideoStreamType::kBig);
   producer_->Initialize();
   streams_.Start(*producer_);
   StartSource();
+  script_->Start(producer_);
   if (setting_.options.quiet) return;
   stall_watch_.emplace(source_->started_at());
   ShowProgress();
@@ -89,16 +87,28 @@ bool RunSession::OpenStreams() {
   return !failure;
 }
 
+void RunSession::MakeScript() {
+  ScriptRun::Events events;
+  events.on_encoder_error = [this](VideoStreamType type, video::VideoEncoderError error,
+                                   const std::string& detail) {
+    OnEncoderError(type, error, detail);
+  };
+  events.on_next_source = [this] { streams_.GoOn(); };
+  events.on_source_end = [this](const video::CaptureEnd& end) { OnNextSourceEnd(end); };
+  events.on_uninitialized = [this] { Finish(Ending::kSourceEnded); };
+  events.on_failure = [this](const Failure& failure) { Fail(failure); };
+  script_ = std::make_shared<ScriptRun>(
+      ScriptRun::Setting{setting_.script, setting_.events, setting_.queue, setting_.now},
+      std::move(events));
+}
+
 void RunSession::StartSource() {
   SourceStarter::Setting setting{setting_.options.source, setting_.plan, std::nullopt,
                                  setting_.queue, setting_.now};
   if (report_.paced) setting.duration = setting_.options.duration;
   SourceStarter::Events events;
   events.on_failure = [this](const Failure& failure) { Fail(failure); };
-  events.on_lost = [this](const video::StreamEnd& end) {
-    NoteSourceEnd(end);
-    Finish(Ending::kSourceEnded);  // There is nothing that could follow it here.
-  };
+  events.on_lost = [this](const video::StreamEnd& end) { OnSourceLost(end); };
   events.on_duration_over = [this] { Finish(Ending::kDurationOver); };
   source_ = std::make_shared<SourceStarter>(std::move(setting), std::move(events));
   source_->Start(*producer_);
@@ -119,9 +129,30 @@ void RunSession::NoteSourceEnd(const video::StreamEnd& end) {
   if (end.error_code != 0) source_end_ = end;
 }
 
+void RunSession::OnSourceLost(const video::StreamEnd& end) {
+  NoteSourceEnd(end);
+  // It is silent and ends no stream, so nothing else would end the run.
+  if (!script_->goes_on()) Finish(Ending::kSourceEnded);
+}
+
+void RunSession::OnNextSourceEnd(const video::CaptureEnd& end) {
+  if (end.kind == video::CaptureEndKind::kLost) {
+    OnSourceLost(
+        {.error_code = end.error_code, .reason = end.text, .damaged_frames = end.damaged_frames});
+  } else {
+    // The streams may have come to their ends before: to that of the source in front of it.
+    EndIfNothingIsLeft();
+  }
+}
+
+// What is still under way to the streams is written by the stop.
+void RunSession::EndIfNothingIsLeft() {
+  if (streams_.is_over() && !script_->goes_on()) Finish(Ending::kSourceEnded);
+}
+
 void RunSession::OnStreamEnd(SinkPlace place, video::StreamEnd end) {
   NoteSourceEnd(end);
-  if (streams_.NoteEnd(place)) Finish(Ending::kSourceEnded);
+  if (streams_.NoteEnd(place)) EndIfNothingIsLeft();
 }
 
 void RunSession::OnWriteError(SinkPlace place, media::WriteError error) {
@@ -136,12 +167,18 @@ void RunSession::OnWriteError(SinkPlace place, media::WriteError error) {
     Finish(*result.ending);
   } else if (all_over) {
     // The others had come to their end before.
-    Finish(Ending::kSourceEnded);
+    EndIfNothingIsLeft();
   }
 }
 
 void RunSession::OnEncoderError(VideoStreamType type, video::VideoEncoderError error,
                                 const std::string& detail) {
+  // Of a change that was refused the stream does not end.
+  if (error == video::VideoEncoderError::kReconfigureFailed) {
+    if (setting_.options.quiet) return;
+    return setting_.console.Line("note: the " + std::string(StreamName(type)) +
+                                 " stream goes on as it was: " + detail);
+  }
   const bool is_missing = error == video::VideoEncoderError::kUnavailable;
   const std::string what = detail.empty() ? video::VideoEncoderErrorToString(error) : detail;
   Fail({is_missing ? ExitCode::kNotBuilt : ExitCode::kEncoderFailed,
@@ -188,16 +225,18 @@ void RunSession::Stop() {
 }
 
 void RunSession::StopProducer() {
-  producer_->StopCapture({});
+  const bool was_uninitialized = script_->is_uninitialized();
+  if (!was_uninitialized) producer_->StopCapture({});
   const bool in_haste = ending_ == Ending::kInterrupted;
   streams_.LimitWaits(in_haste ? kInterruptPatience : kLongestDrain);
   const auto deadline = setting_.now() + kLongestDrain;
-  streams_.Stop(*producer_, ending_, [&] {
+  streams_.Stop(was_uninitialized ? nullptr : producer_.get(), ending_, [&] {
     return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - setting_.now());
   });
   report_.wall_time = setting_.now() - source_->started_at();
   report_.frames_processed = producer_->GetStats(VideoStreamType::kBig).preprocess_stat;
-  producer_->Uninitialize();
+  script_->Stop();
+  if (!was_uninitialized) producer_->Uninitialize();
   producer_.reset();
 }
 

@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "app/console.h"
-#include "app/encoder_error_client.h"
 #include "app/output_files.h"
 #include "app/progress_line.h"
 #include "app/run_options.h"
 #include "app/run_report.h"
+#include "app/script_run.h"
 #include "app/source_starter.h"
 #include "app/stall_watch.h"
 #include "app/stream_set.h"
@@ -34,6 +34,8 @@ struct RunSetting {
   const video::CameraInfo& source;
   const CapturePlan& plan;
   const OutputFiles& files;
+  const std::vector<ScriptLine>& script;  // Empty: none.
+  EventLog* events;                       // Outlives it; null: none.
   std::chrono::steady_clock::time_point program_start;
   Console& console;
   std::shared_ptr<core::DispatchQueue> queue;  // The main queue.
@@ -43,7 +45,8 @@ struct RunSetting {
 
 // Drives the producer through IVideoProducer2 alone: both encoders first, so that the first frame
 // is not lost, then the capture. It ends when the end mark has come out of every stream, when the
-// duration is over, at an interrupt, or at the first failure. However it ends, what is on its way
+// duration is over, at an interrupt, or at the first failure. With a script it does not end before
+// that is over and what it started has ended. However it ends, what is on its way
 // is written and the files are closed.
 //
 // Everything runs on the main queue; events of other threads are posted there, weakly.
@@ -67,12 +70,16 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
 
  private:
   [[nodiscard]] bool OpenStreams();
+  void MakeScript();
   void StartSource();
 
   void OnFirstFrame();
   void OnStreamLimit(std::size_t stream);
   void OnStreamEnd(SinkPlace place, video::StreamEnd end);
   void NoteSourceEnd(const video::StreamEnd& end);
+  void OnSourceLost(const video::StreamEnd& end);
+  void OnNextSourceEnd(const video::CaptureEnd& end);
+  void EndIfNothingIsLeft();
   void OnWriteError(SinkPlace place, media::WriteError error);
   void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
                       const std::string& detail);
@@ -87,9 +94,9 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
 
   const RunSetting setting_;
   const std::shared_ptr<media::FrameAccount> account_;  // Of the producer's frames.
-  std::shared_ptr<EncoderErrorClient> client_;
   std::shared_ptr<video::IVideoProducer2> producer_;
   std::shared_ptr<SourceStarter> source_;
+  std::shared_ptr<ScriptRun> script_;
   StreamSet streams_;
   ProgressLine progress_;
   std::optional<StallWatch> stall_watch_;

@@ -65,9 +65,9 @@ void RunSessionTest::Make() {
   }
   console_ = std::make_unique<Console>(console_ends_[1]);
   const auto now = [this] { return std::chrono::steady_clock::time_point(env_.clock().now()); };
-  session_ =
-      std::make_shared<RunSession>(RunSetting{options_, source_, plan_, files_, now(), *console_,
-                                              core::GetMainQueue(), [this] { ++over_; }, now});
+  session_ = std::make_shared<RunSession>(
+      RunSetting{options_, source_, plan_, files_, script_, events_, now(), *console_,
+                 core::GetMainQueue(), [this] { ++over_; }, now});
 }
 
 void RunSessionTest::Begin() {

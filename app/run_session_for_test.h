@@ -104,6 +104,8 @@ class RunSessionTest : public ::testing::Test {
   video::CameraInfo source_;
   CapturePlan plan_;
   OutputFiles files_;
+  std::vector<ScriptLine> script_;  // Before Make; and this.
+  EventLog* events_ = nullptr;
   std::shared_ptr<RunSession> session_;
 
  private:

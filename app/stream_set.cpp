@@ -65,6 +65,7 @@ std::optional<Failure> StreamSet::OpenStream(std::size_t index, const Events& ev
     request.path = sink.target.path;
     request.format = sink.target.format;
     request.overwrite = options_.force;
+    request.stays_open = options_.script.has_value();
     request.origin = origin;
     request.on_error = [tell = events.on_error, place](const media::WriteError& error) {
       tell(place, error);
@@ -114,6 +115,12 @@ bool StreamSet::NoteEnd(const SinkPlace& place) {
 bool StreamSet::NoteBreakOff(const SinkPlace& place) {
   streams_[place.stream].states[place.sink] = SinkState::kBrokenOff;
   return is_over();
+}
+
+void StreamSet::GoOn() {
+  for (Stream& stream : streams_) {
+    std::replace(stream.states.begin(), stream.states.end(), SinkState::kEnded, SinkState::kOpen);
+  }
 }
 
 bool StreamSet::goes_on(std::size_t stream) const {
@@ -166,13 +173,15 @@ void StreamSet::LimitWaits(std::chrono::milliseconds patience) const {
   for (const Stream& stream : streams_) stream.sinks->LimitWaits(patience);
 }
 
-void StreamSet::Stop(video::IVideoProducer2& producer, std::optional<Ending> ending,
+void StreamSet::Stop(video::IVideoProducer2* producer, std::optional<Ending> ending,
                      const std::function<std::chrono::milliseconds()>& left) {
   for (std::size_t i = 0; i < streams_.size(); ++i) {
     const Stream& stream = streams_[i];
     // Without any wait an encoder would not even be asked to finish.
-    producer.StopEncoder(reports_[i].plan.type,
-                         static_cast<std::uint64_t>(std::max<std::int64_t>(left().count(), 1)));
+    if (producer != nullptr) {
+      producer->StopEncoder(reports_[i].plan.type,
+                            static_cast<std::uint64_t>(std::max<std::int64_t>(left().count(), 1)));
+    }
     stream.sinks->Close(EndOfLastPicture(ending, stream.meter->Figures(), options_.duration));
     NoteFigures(i);
   }

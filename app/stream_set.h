@@ -59,6 +59,9 @@ class StreamSet {
   [[nodiscard]] bool NoteLimit(std::size_t stream);
   [[nodiscard]] bool NoteEnd(const SinkPlace& place);
   [[nodiscard]] bool NoteBreakOff(const SinkPlace& place);
+  // Another source follows: streams that have come to the end of one go on.
+  void GoOn();
+  [[nodiscard]] bool is_over() const;
   // Whether the stream has a sink that did not break off.
   [[nodiscard]] bool goes_on(std::size_t stream) const;
   // "--big", "--also big"
@@ -73,8 +76,8 @@ class StreamSet {
   // Of all sinks, as IEncodedSink.
   void LimitWaits(std::chrono::milliseconds patience) const;
   // Ends the encoders one after the other, closes their sinks and notes the figures. `left` says
-  // how long may still be waited.
-  void Stop(video::IVideoProducer2& producer, std::optional<Ending> ending,
+  // how long may still be waited. Null: the producer has ended them already.
+  void Stop(video::IVideoProducer2* producer, std::optional<Ending> ending,
             const std::function<std::chrono::milliseconds()>& left);
 
   // Of streams that were stopped; before, the plans alone.
@@ -95,7 +98,6 @@ class StreamSet {
   [[nodiscard]] std::optional<Failure> OpenStream(std::size_t index, const Events& events,
                                                   const std::shared_ptr<media::TimeOrigin>& origin,
                                                   media::SourceClock clock);
-  [[nodiscard]] bool is_over() const;
   void NoteFigures(std::size_t index);
 
   const RunOptions& options_;

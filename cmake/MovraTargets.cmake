@@ -106,6 +106,34 @@ function(movra_must_not_compile folder)
   endforeach()
 endfunction()
 
+# movra_must_compile(FOLDER)
+#   For each source of the folder a CTest test for each compiler that there is, g++ and clang++: that
+#   it compiles without a warning. So applications may be stricter than this project is.
+function(movra_must_compile folder)
+  if(NOT MOVRA_TESTS)
+    return()
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+  foreach(compiler IN ITEMS g++ clang++)
+    find_program(MOVRA_COMPILER_${compiler} ${compiler})
+    mark_as_advanced(MOVRA_COMPILER_${compiler})
+    if(NOT MOVRA_COMPILER_${compiler})
+      continue()
+    endif()
+    foreach(source IN LISTS sources)
+      cmake_path(GET source STEM name)
+      cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE path)
+      cmake_path(GET path PARENT_PATH path)
+      set(test ${path}.${name}.CompilesWith.${compiler})
+      add_test(NAME ${test}
+        COMMAND ${MOVRA_COMPILER_${compiler}} ${CMAKE_CXX20_STANDARD_COMPILE_OPTION} -fsyntax-only
+                -I${PROJECT_SOURCE_DIR} -Wall -Wextra -Wmissing-field-initializers -Wshadow
+                -Wconversion -Werror ${source})
+      set_tests_properties(${test} PROPERTIES LABELS unit TIMEOUT 120)
+    endforeach()
+  endforeach()
+endfunction()
+
 # movra_fuzzer(NAME SOURCES ... LINK ... COLLABORATORS testing|media)
 #   A libFuzzer program NAME_fuzzer, built by the target `fuzzers`; see scripts/check.
 function(movra_fuzzer name)

@@ -20,7 +20,7 @@ _movra_producer() {
     run:--big | run:--small) words="off" ;;
     run:--also) words="big= small=" ;;
     run:--out) mapfile -t COMPREPLY < <(compgen -d -- "$word") && return ;;
-    run:--stats) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
+    run:--stats | run:--events | run:--script) mapfile -t COMPREPLY < <(compgen -f -- "$word") && return ;;
     run:--size | run:--fps | run:--duration | run:--threads | run:--start) return ;;
     run:*)
       # Bash takes the colon of file:PATH for the end of a word.
@@ -36,8 +36,8 @@ _movra_producer() {
         return
       fi
       words="--help --source --start --mode --size --fps --once --loop --realtime --fast --duration
-        --big --small --also --out --threads --no-contact-sheet --force --quiet --stats --log-level
-        --log-filter"
+        --script --big --small --also --out --threads --no-contact-sheet --force --quiet --stats --events
+        --log-level --log-filter"
       ;;
     devices:*) words="--help --json" ;;
     *) words="run devices --help --version" ;;

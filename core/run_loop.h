@@ -1,4 +1,6 @@
-// A dispatch queue that is run by the thread that calls `Run`: a program's main queue.
+// A dispatch queue that is run by the thread that calls `Run`: a program's main queue. An
+// application that wants signals and the end of the process seen to as well takes
+// media::Application (media/application/application.h), which has one.
 //
 //   auto loop = std::make_shared<core::RunLoop>();
 //   core::SetMainQueue(loop);
@@ -17,6 +19,17 @@
 
 namespace core {
 
+// Before the first run, and between two:
+//
+// - Every operation may be called, of any thread. What is posted waits and is run first, in its
+//   order; the delay of a delayed task counts from the call, so it may be due when the run begins.
+//   A `Quit` is not lost: the run that follows returns at once.
+// - The loop is current on no thread. The thread that is going to run it may all the same do what
+//   belongs to the main queue, such as making a producer and starting it, while no other thread
+//   runs the loop: nothing else touches that state then. Events and callbacks are posted meanwhile,
+//   and come with the run.
+// - The same holds behind the last run, for taking things down. What is posted from then on is run
+//   by nobody; `RunUntilIdle` runs it.
 class RunLoop : public DispatchQueue {
  public:
   // Runs tasks, waiting for more, until `Quit`. The tasks that are left then stay posted for

@@ -98,6 +98,16 @@ TEST_F(RunLoopTest, QuitBeforeARunMakesItReturnAtOnceAndOnlyThatOne) {
   EXPECT_THAT(ran_, ElementsAre(1));
 }
 
+TEST_F(RunLoopTest, BeforeARunOthersPostAndTheRunBeginsWithThatInItsOrder) {
+  loop_.Post(Record(1));
+  std::thread([&] { loop_.Post(Record(2)); }).join();
+  EXPECT_FALSE(loop_.IsCurrent());
+  EXPECT_THAT(ran_, IsEmpty());
+  loop_.Post(Quit());
+  loop_.Run();
+  EXPECT_THAT(ran_, ElementsAre(1, 2));
+}
+
 TEST_F(RunLoopTest, AnotherThreadPostsAndQuits) {
   std::latch running(1);
   loop_.Post(movra_base::BindOnce([&] { running.count_down(); }));

@@ -9,7 +9,7 @@ ServiceCenter& ServiceCenter::Instance() {
   return *instance;
 }
 
-void ServiceCenter::SetService(const ServiceId& id, std::shared_ptr<void> service) {
+void ServiceCenter::Set(const ServiceId& id, std::shared_ptr<void> service) {
   // The one that is replaced ends when this returns, with the registry already consistent.
   services_[id].swap(service);
 }

@@ -19,6 +19,7 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 
 namespace core {
 
@@ -74,9 +75,19 @@ class ServiceCenter {
   }
 
   // Registers a service that the process made itself, in place of the one that is there; the
-  // registry does not initialise it. Made from a `std::shared_ptr` of the type that is looked up.
-  // A null service is the same as none.
-  void SetService(const ServiceId& id, std::shared_ptr<void> service);
+  // registry does not initialise it. It is kept as what its `GetSelf` gives, which is the type that
+  // is looked up, so a pointer to the class that implements it will do:
+  //
+  //   core::ServiceCenter::Instance().SetService(kCameraServiceId, std::make_shared<MyCameras>());
+  //
+  // A null service is the same as none. The one that was there ends before this returns, unless
+  // somebody else holds it.
+  template <class T>
+  void SetService(const ServiceId& id, std::shared_ptr<T> service) {
+    using Service = typename decltype(service->GetSelf())::element_type;
+    Set(id, std::shared_ptr<Service>(std::move(service)));
+  }
+  void SetService(const ServiceId& id, std::nullptr_t) { Set(id, nullptr); }
 
   // Releases all services. The next look-up makes new ones.
   void Clear();
@@ -86,6 +97,9 @@ class ServiceCenter {
 
  private:
   ServiceCenter() = default;
+
+  // `service` was made from a pointer to the type that is looked up.
+  void Set(const ServiceId& id, std::shared_ptr<void> service);
 
   std::unordered_map<ServiceId, std::shared_ptr<void>> services_;
 };

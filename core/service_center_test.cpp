@@ -179,6 +179,16 @@ TEST_F(ServiceCenterTest, AServiceOfTheProcesssOwnIsReturnedWithoutInitialisingI
   EXPECT_THAT(events, ElementsAre("GetSelf"));
 }
 
+TEST_F(ServiceCenterTest, AServiceIsKeptAsWhatIsLookedUpFromWhicheverPointer) {
+  const auto own = std::make_shared<FakeServiceImpl>();
+  ASSERT_NE(static_cast<void*>(own.get()), static_cast<void*>(static_cast<FakeService*>(own.get())))
+      << "otherwise any conversion would do";
+  ServiceCenter::Instance().SetService(kId, own);
+  std::shared_ptr<FakeService> service;
+  EXPECT_TRUE(Get(service));
+  EXPECT_EQ(service.get(), static_cast<FakeService*>(own.get()));
+}
+
 TEST_F(ServiceCenterTest, SettingReleasesTheServiceBefore) {
   ServiceCenter::Instance().SetService(
       kId, std::shared_ptr<FakeService>(std::make_shared<FakeServiceImpl>()));

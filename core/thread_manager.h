@@ -25,7 +25,7 @@ enum class BusinessID : std::int32_t {
 
 // Wishes for a queue that has to be made; a queue that exists already is returned as it is.
 struct ThreadOption {
-  std::string name;  // of the thread, as debuggers show it (at most 15 characters of it)
+  std::string name{};  // of the thread, as debuggers show it (at most 15 characters of it)
 };
 
 // All operations may be called on any thread.

@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <numeric>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "app/played_file_for_test.h"
@@ -38,6 +40,26 @@ TEST(PushFramesExample, EndsWhenItHasNothingToPush) {
   const app::ProcessResult result = PushFrames("0", directory.Path("out.mp4"));
   EXPECT_EQ(result.exit_code, 0) << result.err;
   EXPECT_FALSE(std::filesystem::exists(directory.Path("out.mp4")));
+}
+
+TEST(PushFramesExample, ASignalInMidRunEndsItWithAFileThatPlays) {
+  const media::ClipDirectory directory;
+  const std::string output = directory.Path("out.mp4");
+  app::Process process({.words = {PUSH_FRAMES_BINARY, "1000000", output}});
+  ASSERT_TRUE(app::WaitUntil([&] {
+    std::error_code error;
+    return std::filesystem::file_size(output, error) > 10'000 && !error;
+  }));
+  process.Signal(SIGINT);
+  const app::ProcessResult result = process.Wait();
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  const app::PlayedFile played = app::Play(output);
+  EXPECT_EQ(played.error, "");
+  std::vector<std::uint32_t> expected(played.numbers.size());
+  std::iota(expected.begin(), expected.end(), 0u);
+  EXPECT_EQ(played.numbers, expected);
+  EXPECT_FALSE(expected.empty());
 }
 
 TEST(PushFramesExample, EndsWhileItPushesWhenTheFileBreaksOff) {

@@ -28,10 +28,10 @@ namespace movra_logging {
 
 // What a failed check says of itself. The texts are borrowed for the handler's call.
 struct CheckFailure {
-  std::string_view file;
+  std::string_view file{};
   int line = 0;
-  std::string_view function;
-  std::string_view condition;
+  std::string_view function{};
+  std::string_view condition{};
 };
 
 // Receives failed checks instead of the default, which ends the process where the code that failed

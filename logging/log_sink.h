@@ -27,11 +27,11 @@ inline constexpr int kLogLevelOff = std::numeric_limits<int>::max();
 
 // One finished line. The texts are only borrowed: they end when `LogSink::Send` returns.
 struct LogRecord {
-  std::string_view file;
+  std::string_view file{};
   int line = 0;
-  std::string_view function;
+  std::string_view function{};
   int level = kLogLevelInfo;
-  std::string_view text;         // without a line end
+  std::string_view text{};       // without a line end
   const void* object = nullptr;  // what the line is about, where its writer said so
 };
 

@@ -89,7 +89,7 @@ void FrameReaderDouble::SetReadableCallback(std::function<void()> callback) {
 }
 
 video::PixelFrame ListenerDouble::OnInterceptFrame(video::InterceptPosition position,
-                                                   const video::PixelFrame& frame) {
+                                                   video::PixelFrame frame) {
   Called("OnInterceptFrame", position, frame);
   return frame;
 }

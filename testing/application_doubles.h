@@ -72,7 +72,7 @@ class ListenerDouble : public video::VideoInterceptorListener, public Double {
   using Double::Double;
 
   [[nodiscard]] video::PixelFrame OnInterceptFrame(video::InterceptPosition position,
-                                                   const video::PixelFrame& frame) override;
+                                                   video::PixelFrame frame) override;
 };
 
 // Where encoded frames go.

@@ -38,12 +38,12 @@ struct SourceTraits {
 // What is known of a camera before it runs.
 struct CameraInfo {
   std::int32_t error_code = 0;      // A CameraError of the service; 0: the fields below hold.
-  std::string error_text;           // For people: what was wrong and what would be right.
-  Size natural_size;                // Upright and with square pixels.
+  std::string error_text{};         // For people: what was wrong and what would be right.
+  Size natural_size{};              // Upright and with square pixels.
   std::int32_t rate_numerator = 0;  // Frames per second as a fraction; 0: not known.
   std::int32_t rate_denominator = 1;
   std::chrono::nanoseconds duration{0};  // 0: without end, or not known.
-  SourceTraits traits;
+  SourceTraits traits{};
   bool has_audio = false;
   bool is_interlaced = false;  // Each picture holds two half pictures of different times.
   bool has_alpha = false;      // Parts may be transparent; they are delivered over black.

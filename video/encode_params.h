@@ -14,32 +14,32 @@ namespace movra::video {
 // "unchanged" afterwards. Numbers without a sense (a rate of 0, anything negative) count as absent
 // at a start; a running encoder refuses a change that has one, or that it cannot take otherwise.
 struct EncodeParams {
-  movra_base::Optional<std::int32_t> width;   // Pixels, even.
-  movra_base::Optional<std::int32_t> height;  // Pixels, even.
+  movra_base::Optional<std::int32_t> width{};   // Pixels, even.
+  movra_base::Optional<std::int32_t> height{};  // Pixels, even.
   // Highest rate of the stream in frames per second. Frames above it are dropped evenly by their
   // time stamps; none is duplicated, so a rate above the source's gives the source's. The capture
   // follows it: a rate that is no whole number stands here rounded up, and exactly below.
-  movra_base::Optional<std::int32_t> frame_rate;
+  movra_base::Optional<std::int32_t> frame_rate{};
   // The fields below are read by the encoder alone; the producer passes them through.
-  movra_base::Optional<VideoCodec> codec;
-  movra_base::Optional<std::int32_t> bitrate_bps;
-  movra_base::Optional<std::int32_t> max_bitrate_bps;  // Absent: the bit rate itself.
-  movra_base::Optional<std::int32_t> key_frame_interval_ms;
-  movra_base::Optional<std::int32_t> threads;  // Absent: one. 0: the encoder's own choice.
-  movra_base::Optional<std::string> preset;    // The encoder's name for speed against quality.
+  movra_base::Optional<VideoCodec> codec{};
+  movra_base::Optional<std::int32_t> bitrate_bps{};
+  movra_base::Optional<std::int32_t> max_bitrate_bps{};  // Absent: the bit rate itself.
+  movra_base::Optional<std::int32_t> key_frame_interval_ms{};
+  movra_base::Optional<std::int32_t> threads{};  // Absent: one. 0: the encoder's own choice.
+  movra_base::Optional<std::string> preset{};    // The encoder's name for speed against quality.
   // The highest rate exactly, as a fraction: 25/2, 30000/1001. Both or none; both above 0. Where
   // they are present the encoder keeps to them. A change of `frame_rate` alone takes them away.
-  movra_base::Optional<std::int32_t> frame_rate_numerator;
-  movra_base::Optional<std::int32_t> frame_rate_denominator;
+  movra_base::Optional<std::int32_t> frame_rate_numerator{};
+  movra_base::Optional<std::int32_t> frame_rate_denominator{};
 
   [[nodiscard]] std::string ToString() const;
 };
 
 // What a stream's encoder turned out to be, reported with property changes.
 struct EncoderProperty {
-  std::int64_t codec = 0;      // A VideoCodec.
-  std::int64_t size = 0;       // Width in the upper, height in the lower 32 bits.
-  std::string implementation;  // The library and its settings in words.
+  std::int64_t codec = 0;        // A VideoCodec.
+  std::int64_t size = 0;         // Width in the upper, height in the lower 32 bits.
+  std::string implementation{};  // The library and its settings in words.
 
   friend bool operator==(const EncoderProperty&, const EncoderProperty&) = default;
 };

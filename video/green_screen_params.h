@@ -14,7 +14,7 @@ struct GreenScreenParams {
   std::uint32_t key_color = 0x00FF00;  // 0xRRGGBB.
   float similarity = 0.4F;             // 0: only the key colour itself; 1: every colour.
   float smoothness = 0.1F;             // Width of the soft edge, 0 to 1.
-  std::shared_ptr<ObjcWrapper<NSImage>> background;  // Null: black.
+  std::shared_ptr<ObjcWrapper<NSImage>> background{};  // Null: black.
 };
 
 }  // namespace movra::video

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -43,11 +44,11 @@ struct PixelFrameInfo {
 
   PixelFormat format = PixelFormat::kNone;
   BufferType buffer_type = BufferType::kMemory;
-  Size size;                                    // Pixels; of planes as they lie in memory.
+  Size size{};                                  // Pixels; of planes as they lie in memory.
   std::array<PixelPlane, kMaxPlanes> planes{};  // Unused ones are null.
   VideoRotation rotation = VideoRotation::k0;   // Still to be applied to show it upright.
   FrameDelivery delivery = FrameDelivery::kLive;
-  ColorDescription color;
+  ColorDescription color{};
   // Position on the source's own time line; what streams are stamped with. Exact to the source.
   std::chrono::nanoseconds timestamp{0};
   // When the source delivered it, on std::chrono::steady_clock; what latency is measured from.
@@ -57,6 +58,25 @@ struct PixelFrameInfo {
   // Which start of a source it comes from. The numbers of different ones differ; times of one say
   // nothing about those of another.
   std::uint64_t source_run = 0;
+
+  // Of a picture whose planes lie one behind the other in `samples`, for which memory has to be
+  // kept and must not change any more:
+  //
+  //   const auto samples = std::make_shared<std::vector<std::uint8_t>>(640 * 360 * 3 / 2);
+  //   auto info = PixelFrameInfo::For(PixelFormat::kI420, {640, 360}, *samples);
+  //   info.timestamp = ...;
+  //   const PixelFrame frame(info, samples);
+  //
+  // `stride` is in bytes, of the first plane; 0: rows without padding. The rows of the other planes
+  // follow it as their width follows the first one's, and an odd one is rounded up: half of it in
+  // I420, as much in NV12. What is behind the last sample may be missing.
+  //
+  // Where that cannot be - a format without planes, a size that is none, rows that are too short,
+  // too few samples - one warning line of the log says why, and the description has no planes: no
+  // track takes such a frame. Any thread.
+  [[nodiscard]] static PixelFrameInfo For(PixelFormat format, const Size& size,
+                                          std::span<const std::uint8_t> samples,
+                                          std::int32_t stride = 0);
 };
 
 // A cheap handle to an immutable picture: its description and a share in whatever owns the samples
@@ -111,7 +131,7 @@ class PixelFrame {
 // Travels behind the last frame of a stream, through every track, to each stream's writer.
 struct StreamEnd {
   std::int32_t error_code = 0;       // 0: the natural end; otherwise why the source broke off.
-  std::string reason;                // For people; empty at the natural end.
+  std::string reason{};              // For people; empty at the natural end.
   std::uint64_t damaged_frames = 0;  // Frames that the source could not deliver whole.
   // Where the last picture has stood as long as it should, on the source's time line; nothing if
   // the source cannot say.

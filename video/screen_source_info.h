@@ -14,11 +14,11 @@ namespace movra::video {
 struct ScreenSource {
   std::int64_t id = 0;    // What DesktopScreenParams::source_id takes.
   std::int32_t kind = 0;  // 0: a display, 1: a window.
-  std::string title;
-  Size size;
+  std::string title{};
+  Size size{};
   bool minimised = false;
-  std::shared_ptr<ObjcWrapper<NSImage>> thumbnail;
-  std::shared_ptr<ObjcWrapper<NSImage>> icon;
+  std::shared_ptr<ObjcWrapper<NSImage>> thumbnail{};
+  std::shared_ptr<ObjcWrapper<NSImage>> icon{};
 };
 
 // One entry of a source list. A list owns one reference to each of its sources and releases them

@@ -30,15 +30,15 @@ static_assert(sizeof(EncoderStatsRecord) == 60 && std::is_trivially_copyable_v<E
 
 // An encoder controller's own statistics: the plain record first, then what needs a destructor.
 struct EncoderStats {
-  EncoderStatsRecord record;
-  std::string implementation;
+  EncoderStatsRecord record{};
+  std::string implementation{};
 };
 
 // A renderer controller's own statistics; the producer reports the first field.
 struct RendererStats {
   std::uint32_t frames_rendered = 0;
   std::uint32_t frames_dropped = 0;
-  std::string driver;
+  std::string driver{};
 };
 
 // What IVideoProducer2::GetStats answers. A figure whose source is missing keeps its last value,
@@ -46,7 +46,7 @@ struct RendererStats {
 struct VideoProducerStats2 {
   std::uint32_t capture_stat = 0;     // Frames that the capture source delivered.
   std::uint32_t preprocess_stat = 0;  // Frames that the preprocessor processed.
-  EncoderStatsRecord encoder_stats;
+  EncoderStatsRecord encoder_stats{};
   std::uint32_t render_stat = 0;  // Frames that the renderer drew.
 };
 static_assert(sizeof(VideoProducerStats2) == 72);

@@ -8,9 +8,9 @@ namespace movra::video {
 
 // A camera as the camera service lists it.
 struct VideoDeviceInfo {
-  std::string device_id;  // What CameraParams::camera_id takes.
-  std::string name;       // For people.
-  std::string driver;     // What serves it, for example "test" or "v4l2".
+  std::string device_id{};  // What CameraParams::camera_id takes.
+  std::string name{};       // For people.
+  std::string driver{};     // What serves it, for example "test" or "v4l2".
   std::uint64_t capabilities = 0;
 
   friend bool operator==(const VideoDeviceInfo&, const VideoDeviceInfo&) = default;

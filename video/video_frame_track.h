@@ -18,8 +18,8 @@ struct EncodedFrame {
   VideoCodec codec = VideoCodec::kH264;
   VideoStreamType stream_type = VideoStreamType::kBig;
   bool key_frame = false;  // Carries its parameter sets in band.
-  Size size;               // Pixels of the encoded picture.
-  ColorDescription color;
+  Size size{};             // Pixels of the encoded picture.
+  ColorDescription color{};
   // On the source's time line. Without B-frames decode order is presentation order.
   std::chrono::nanoseconds timestamp{0};
   std::chrono::nanoseconds duration{0};      // Expected; 0 if the rate is not known.

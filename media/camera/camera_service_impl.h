@@ -26,11 +26,11 @@ namespace movra::media {
 struct CameraServiceParts {
   // Called on threads of the service's own, several at a time. It belongs to them too: what it uses
   // has to live for as long as it does itself, which may be longer than the service.
-  FrameSourceFactory make_source;
+  FrameSourceFactory make_source{};
   // The devices that come and go.
-  std::function<std::vector<video::VideoDeviceInfo>()> list_devices;
+  std::function<std::vector<video::VideoDeviceInfo>()> list_devices{};
   // Where an entry that begins with "video" comes or goes when `list_devices` may answer otherwise.
-  std::string device_directory;
+  std::string device_directory{};
   std::shared_ptr<const CaptureClock> clock = std::make_shared<const CaptureClock>();
 };
 

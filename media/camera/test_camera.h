@@ -19,12 +19,12 @@ namespace movra::media {
 // What the id of a test camera asks for: "test:", or "test:?" and options joined by "&", such as
 // "test:?frames=90&size=640x360&lossless".
 struct TestCameraOptions {
-  std::optional<std::uint64_t> frames;  // "frames=N": how many there are; without it, no end.
+  std::optional<std::uint64_t> frames{};  // "frames=N": how many there are; without it, no end.
   // "size=WxH", both even: the camera has this natural size. Without it the picture is drawn in
   // whatever size is asked for.
-  std::optional<video::Size> size;
-  std::optional<std::int32_t>
-      rate;               // "rate=N": what it has at most; without it, what is asked for.
+  std::optional<video::Size> size{};
+  // "rate=N": what it has at most; without it, what is asked for.
+  std::optional<std::int32_t> rate{};
   bool lossless = false;  // "lossless": as fast as frames are taken, without losing one.
 };
 

@@ -14,7 +14,7 @@ namespace movra::media {
 // A way in which a device can deliver pictures.
 struct V4l2Mode {
   std::uint32_t fourcc = 0;  // V4L2_PIX_FMT_...
-  video::Size size;
+  video::Size size{};
   // The highest frame rate, as the interval between two frames in seconds; 0/1: not told.
   std::uint32_t interval_numerator = 0;
   std::uint32_t interval_denominator = 1;

@@ -1,6 +1,8 @@
 #ifndef MOVRA_MEDIA_CAPTURE_DETACHED_THREAD_H_
 #define MOVRA_MEDIA_CAPTURE_DETACHED_THREAD_H_
 
+#include <chrono>
+
 #include "base/once_callback.h"
 
 namespace movra::media {
@@ -11,6 +13,11 @@ namespace movra::media {
 //
 // Debuggers show the name, of at most 15 characters. Any thread.
 [[nodiscard]] bool StartDetachedThread(const char* name, movra_base::OnceClosure body);
+
+// Waits until all these threads have ended, or for as long as one is patient; returns whether they
+// have. For the end of a process, which would take what they use from under them. Any thread but
+// one of them.
+bool WaitForDetachedThreads(std::chrono::nanoseconds patience);
 
 }  // namespace movra::media
 

@@ -14,9 +14,10 @@
 namespace movra::media {
 
 struct SourceFrame {
-  video::PixelFrame frame;   // May still be rotated, have pixels that are not square, or be larger.
-  video::Size upright_size;  // The size it has once it is upright with square pixels.
-  bool mirrored = false;     // Left and right are still to be swapped, after the rotation.
+  // May still be rotated, have pixels that are not square, or be larger.
+  video::PixelFrame frame{};
+  video::Size upright_size{};  // The size it has once it is upright with square pixels.
+  bool mirrored = false;       // Left and right are still to be swapped, after the rotation.
 };
 
 // A frame, the end of the stream, or nothing this time.

@@ -10,8 +10,8 @@ namespace movra::media {
 
 // One of the options of an id: "loop", or "start=5s".
 struct SourceOption {
-  std::string name;
-  std::optional<std::string> value;
+  std::string name{};
+  std::optional<std::string> value{};
 
   friend bool operator==(const SourceOption&, const SourceOption&) = default;
 };
@@ -25,8 +25,8 @@ struct SourceOption {
 // In an address and in a value "%" and two hexadecimal digits stand for a byte, as in RFC 3986,
 // 2.1; any other "%" stands for itself. So "%3F" is the "?" of a name that has one.
 struct SourceId {
-  std::string address;
-  std::vector<SourceOption> options;
+  std::string address{};
+  std::vector<SourceOption> options{};
 
   friend bool operator==(const SourceId&, const SourceId&) = default;
 };

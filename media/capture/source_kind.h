@@ -13,9 +13,9 @@ namespace movra::media {
 
 // An option that the ids of a kind take (media/capture/source_id.h).
 struct SourceOptionKind {
-  std::string_view name;   // "start"
-  std::string_view value;  // What its value is called, "T"; empty for one without.
-  std::string_view help;
+  std::string_view name{};   // "start"
+  std::string_view value{};  // What its value is called, "T"; empty for one without.
+  std::string_view help{};
 
   // "start=T"
   [[nodiscard]] std::string Form() const {
@@ -27,10 +27,10 @@ struct SourceOptionKind {
 // A kind of source: all that anybody has to know of it who takes ids, makes sources or tells people
 // what there is.
 struct SourceKind {
-  std::string_view prefix;  // What its ids begin with: "file:".
-  std::string_view form;    // How an id is written: "file:PATH".
-  std::string_view help;    // What it is: "a video file or a named pipe".
-  std::span<const SourceOptionKind> options;
+  std::string_view prefix{};  // What its ids begin with: "file:".
+  std::string_view form{};    // How an id is written: "file:PATH".
+  std::string_view help{};    // What it is: "a video file or a named pipe".
+  std::span<const SourceOptionKind> options{};
   // Whether a text that begins like an id is one; null: always.
   bool (*is_id)(std::string_view id) = nullptr;
   // Never null; what is wrong with the id is the source's to tell. On any thread.

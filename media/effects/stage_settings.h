@@ -27,9 +27,9 @@ struct BeautySettings {
 // One look-up image or two; a null one filters nothing. The first covers `ratio` of the picture's
 // width, from the left, the second one the rest.
 struct ColorFilterSettings {
-  std::shared_ptr<video::ObjcWrapper<NSImage>> first;
+  std::shared_ptr<video::ObjcWrapper<NSImage>> first{};
   float first_strength = 1;
-  std::shared_ptr<video::ObjcWrapper<NSImage>> second;
+  std::shared_ptr<video::ObjcWrapper<NSImage>> second{};
   float second_strength = 1;
   float ratio = 1;
 
@@ -40,7 +40,7 @@ struct ColorFilterSettings {
 // In fractions of the picture; the height follows the image's shape. Where the preview is tapped
 // says whether it shows the watermark, so the flag for that is not the stage's.
 struct WatermarkSettings {
-  std::shared_ptr<video::ObjcWrapper<NSImage>> image;
+  std::shared_ptr<video::ObjcWrapper<NSImage>> image{};
   double x = 0;
   double y = 0;
   double width = 0;
@@ -52,13 +52,13 @@ struct WatermarkSettings {
 // What applications have set, for all stages: one may need to know what another one will do (a
 // watermark is drawn so that it is upright and unmirrored behind the turn for the encoders).
 struct StageSettings {
-  Orientation orientation;                                    // On top of the frame's own rotation.
-  Orientation encoder_orientation;                            // On top of that, for the encoders.
-  std::shared_ptr<const video::VideoCoverImageParams> cover;  // Null: none.
-  video::GreenScreenParams green_screen;
-  BeautySettings beauty;
-  ColorFilterSettings color_filter;
-  WatermarkSettings watermark;
+  Orientation orientation{};          // On top of the frame's own rotation.
+  Orientation encoder_orientation{};  // On top of that, for the encoders.
+  std::shared_ptr<const video::VideoCoverImageParams> cover{};  // Null: none.
+  video::GreenScreenParams green_screen{};
+  BeautySettings beauty{};
+  ColorFilterSettings color_filter{};
+  WatermarkSettings watermark{};
 };
 
 }  // namespace movra::media

@@ -26,17 +26,17 @@ struct EncoderAbilities {
 // One library that encodes one codec.
 struct EncoderEntry {
   video::VideoCodec codec = kDefaultCodec;
-  std::string library;  // "libx264"
+  std::string library{};  // "libx264"
   // Why it cannot be used on this machine now; an empty text if it can. Asked on any thread, often:
   // what takes long to find out is kept. None: it always can.
-  std::function<std::string()> probe;
-  FrameEncoderFactory open;
-  std::vector<video::PixelFrameFormat>
-      input_formats;  // That it reads, the one it likes best first.
-  EncoderAbilities abilities;
+  std::function<std::string()> probe{};
+  FrameEncoderFactory open{};
+  // That it reads, the one it likes best first.
+  std::vector<video::PixelFrameFormat> input_formats{};
+  EncoderAbilities abilities{};
   // Why no encoder would be opened with these, for people, as far as can be told without opening
   // one; an empty text if nothing speaks against it. Quick; any thread. None: nothing ever does.
-  std::function<std::string(const EncoderSettings&, const video::Size&)> refuses;
+  std::function<std::string(const EncoderSettings&, const video::Size&)> refuses{};
 
   // Whether the encoder can be given the frame, and why not, for people.
   [[nodiscard]] bool Reads(const video::PixelFrameInfo& info) const;
@@ -49,7 +49,7 @@ struct EncoderEntry {
 // A codec that other builds encode, and why this one does not, for people.
 struct MissingEncoder {
   video::VideoCodec codec = kDefaultCodec;
-  std::string reason;
+  std::string reason{};
 };
 
 struct EncoderTable {

@@ -18,13 +18,13 @@ inline constexpr video::VideoCodec kDefaultCodec = video::VideoCodec::kH264;
 // replaced by its default. Rates are in kilobits per second of 1000 bits, as encoders count.
 struct EncoderSettings {
   video::VideoCodec codec = kDefaultCodec;
-  std::string preset;
+  std::string preset{};
   int threads = 1;                // 0: the encoder's own choice.
   FrameRate nominal_rate{30, 1};  // That the rate control expects at first.
   int bitrate_kbps = 0;
   int max_bitrate_kbps = 0;  // At least bitrate_kbps.
   int buffer_kbit = 0;       // How far the stream may run ahead of its highest rate.
-  std::vector<video::RoiConfigInfo> regions;
+  std::vector<video::RoiConfigInfo> regions{};
 
   friend bool operator==(const EncoderSettings&, const EncoderSettings&) = default;
 };

@@ -20,15 +20,15 @@ namespace movra::media {
 
 // What cannot change while an encoder is open.
 struct StreamFormat {
-  video::Size size;
-  video::ColorDescription color;
+  video::Size size{};
+  video::ColorDescription color{};
 
   friend bool operator==(const StreamFormat&, const StreamFormat&) = default;
 };
 
 struct EncoderFailure {
   video::VideoEncoderError error = video::VideoEncoderError::kNone;
-  std::string text;  // For people: what was wrong.
+  std::string text{};  // For people: what was wrong.
 };
 
 // Belongs to the encoder and is valid until its next operation.

@@ -9,7 +9,7 @@ namespace movra::media {
 
 struct FileCheck {
   CameraError error = CameraError::kNone;
-  std::string text;  // For people; names the file.
+  std::string text{};  // For people; names the file.
   bool is_pipe = false;
 };
 

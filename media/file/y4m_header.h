@@ -11,7 +11,7 @@ namespace movra::media {
 
 // What the first line of a YUV4MPEG2 file says.
 struct Y4mHeader {
-  video::Size size;
+  video::Size size{};
   std::int32_t rate_numerator = 0;  // Frames per second as a fraction.
   std::int32_t rate_denominator = 1;
   std::int32_t aspect_numerator = 0;  // Of a sample; 0: not said.

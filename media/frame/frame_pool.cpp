@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "media/frame/frame_layout.h"
+#include "media/frame/kept_share.h"
 
 namespace movra::media {
 namespace {
@@ -131,7 +132,8 @@ WritableFrame WritableFrame::Of(video::PixelFrame frame, FramePool& pool) {
   const video::PixelFrameInfo info = frame.info();
   std::shared_ptr<const void> owner = frame.owner();
   frame = {};
-  if (owner.use_count() == 1 && std::get_deleter<FramePool::Returner>(owner) != nullptr) {
+  const bool is_a_pools = std::get_deleter<FramePool::Returner>(owner) != nullptr;
+  if (is_a_pools && KeptShare::TakeForWriting(owner)) {
     // Counting does not synchronise; giving a share back does. After it, what the former sharers
     // did with the samples happened before what we do.
     std::shared_ptr<const void>(owner).reset();

@@ -12,14 +12,14 @@ namespace movra::media {
 struct SourcePlane {
   const std::uint8_t* data = nullptr;
   int stride = 0;  // Bytes.
-  video::Size size;
+  video::Size size{};
   int bytes_per_sample = 1;  // Or 4; the target's too.
 };
 
 struct TargetPlane {
   std::uint8_t* data = nullptr;
   int stride = 0;
-  video::Size size;
+  video::Size size{};
 };
 
 // Scales a plane with the bilinear filter, which is widened to the distance of the target's samples

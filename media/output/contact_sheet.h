@@ -10,8 +10,8 @@ namespace movra::media {
 
 // A video on a contact sheet.
 struct ContactSheetRow {
-  std::string path;
-  std::string title;                     // Stands above its pictures, in UTF-8.
+  std::string path{};
+  std::string title{};                   // Stands above its pictures, in UTF-8.
   std::uint64_t frames = 0;              // How many pictures the video has.
   std::chrono::nanoseconds duration{0};  // From its first picture to the end of the last one.
   std::chrono::nanoseconds begin{0};     // Of its first picture, on the videos' common time line.

@@ -19,15 +19,15 @@ namespace movra::media {
 
 // What a container says of one of its tracks before the first packet. Today every track is video.
 struct MuxTrack {
-  video::Size size;
-  video::ColorDescription color;
-  std::vector<std::uint8_t> parameter_sets;  // Annex B; empty for a codec that has none.
+  video::Size size{};
+  video::ColorDescription color{};
+  std::vector<std::uint8_t> parameter_sets{};  // Annex B; empty for a codec that has none.
   video::VideoCodec codec = video::VideoCodec::kH264;
 };
 
 struct MuxPacket {
-  std::span<const std::uint8_t> data;  // Annex B; read during the call only.
-  std::chrono::nanoseconds time{0};    // Not below 0, and not below the one before of its track.
+  std::span<const std::uint8_t> data{};  // Annex B; read during the call only.
+  std::chrono::nanoseconds time{0};      // Not below 0, and not below the one before of its track.
   std::chrono::nanoseconds duration{0};
   bool key_frame = false;
   std::size_t track = 0;  // Its place in the list that Start got.

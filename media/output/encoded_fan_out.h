@@ -31,10 +31,10 @@ enum class SourceClock : std::int32_t {
 [[nodiscard]] SinkQueue UsualSinkQueue(SinkPolicy policy, SourceClock clock);
 
 struct FanOutSink {
-  std::shared_ptr<IEncodedSink> sink;
-  SinkQueue queue;
+  std::shared_ptr<IEncodedSink> sink{};
+  SinkQueue queue{};
   // What the sink cannot tell itself: that it threw, or was too slow. Any thread, at most once.
-  std::function<void(const WriteError&)> on_error;
+  std::function<void(const WriteError&)> on_error{};
 };
 
 // Gives one encoded stream to its sinks.

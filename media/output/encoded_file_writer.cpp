@@ -27,7 +27,11 @@ std::shared_ptr<EncodedFileWriter> EncodedFileWriter::Create(
   auto file = OutputFile::Open(options.path, options.overwrite, failure);
   auto muxer = file == nullptr ? nullptr : MakeContainerMuxer(options.format, *file, failure);
   if (muxer == nullptr) {
-    if (error != nullptr) *error = failure;
+    if (error != nullptr) {
+      *error = failure;
+    } else if (options.on_error) {
+      options.on_error({.text = failure});
+    }
     return nullptr;
   }
   return std::shared_ptr<EncodedFileWriter>(

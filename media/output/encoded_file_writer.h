@@ -53,9 +53,9 @@ using EncodedFileWriterOptions = SinkRequest;
 class EncodedFileWriter final : public IEncodedSink {
  public:
   // Null, and for people what is wrong, if the path cannot be written or this build does not have
-  // the format.
+  // the format. Without an `error` to be set, the options' `on_error` is told, before this returns.
   [[nodiscard]] static std::shared_ptr<EncodedFileWriter> Create(
-      const EncodedFileWriterOptions& options, std::string* error);
+      const EncodedFileWriterOptions& options, std::string* error = nullptr);
 
   // As Close.
   ~EncodedFileWriter() override;

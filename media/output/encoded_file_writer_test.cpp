@@ -278,6 +278,18 @@ TEST(EncodedFileWriter, TheFormatDecidesNotThePath) {
   EXPECT_THAT(DecodeFile(directory / "a.mp4").container, HasSubstr("matroska"));
 }
 
+TEST(EncodedFileWriter, WhyThereIsNoneIsToldToOneOfTheTwo) {
+  std::vector<std::string> told;
+  const EncodedFileWriterOptions options{
+      .path = "/nowhere/a.mp4",
+      .on_error = [&](const WriteError& error) { told.push_back(error.text); }};
+  std::string error;
+  EXPECT_EQ(EncodedFileWriter::Create(options, &error), nullptr);
+  EXPECT_THAT(told, ::testing::IsEmpty());
+  EXPECT_EQ(EncodedFileWriter::Create(options), nullptr);
+  EXPECT_THAT(told, ::testing::ElementsAre(error));
+}
+
 TEST(EncodedFileWriter, FinishedContainersTellTheirDuration) {
   const TemporaryDirectory directory;
   for (const Case& container : {kCases[0], kCases[1], kCases[2]}) {

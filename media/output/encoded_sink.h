@@ -30,20 +30,21 @@ struct WrittenFigures {
 
 // What a sink is made of; what its path means is its kind's to say.
 struct SinkRequest {
-  std::string path;  // Of a file; "-" for standard output. Otherwise what stands behind the scheme.
+  std::string
+      path{};  // Of a file; "-" for standard output. Otherwise what stands behind the scheme.
   ContainerFormat format = ContainerFormat::kMp4;
   bool overwrite = false;  // False: an existing file is refused.
   // Shared by the sinks of one run; null: the sink's own first frame is its time 0.
-  std::shared_ptr<TimeOrigin> origin;
+  std::shared_ptr<TimeOrigin> origin{};
   // The end of a source does not finish it: another source may follow. Close does.
   bool stays_open = false;
   // Writing thread, at most once: the sink broke off; frames that follow are ignored.
-  std::function<void(const WriteError&)> on_error;
+  std::function<void(const WriteError&)> on_error{};
   // Writing thread: a source has ended by itself (WriteEnd), and the sink is finished, whole or
   // broken off. At most once; where it stays open instead once for each source that ends. Not for
   // a source or an encoder that is stopped, nor for a Close: whoever does that knows. A sink behind
   // a fan-out that broke off is not told of the end any more.
-  std::function<void(const video::StreamEnd&)> on_end;
+  std::function<void(const video::StreamEnd&)> on_end{};
 };
 
 // Where an encoded stream goes: a file, a pipe, a connection. Write and WriteEnd come from one

@@ -29,7 +29,7 @@ inline constexpr std::size_t kSinkDrops = 4;
 //
 //   handed = passed + dropped + waiting, and passed = frames written + not written
 struct SinkFigures {
-  WrittenFigures written;
+  WrittenFigures written{};
   std::uint64_t handed = 0;
   std::uint64_t passed = 0;  // Went into the sink.
   std::array<std::uint64_t, kSinkDrops> dropped{};

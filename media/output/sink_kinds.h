@@ -21,8 +21,8 @@ enum class SinkPolicy : std::int32_t {
 // One kind of place for a stream. The table of them is what help, failure texts, the reader of what
 // was typed and the maker share; a new kind is one entry.
 struct SinkKind {
-  std::string_view scheme;  // In small letters.
-  std::string_view help;    // "file:PATH or PATH"
+  std::string_view scheme{};  // In small letters.
+  std::string_view help{};    // "file:PATH or PATH"
   SinkPolicy policy = SinkPolicy::kLossless;
   // Null, and for people what is wrong, if it cannot be written there.
   std::shared_ptr<IEncodedSink> (*make)(const SinkRequest& request, std::string* error) = nullptr;
@@ -38,8 +38,8 @@ inline constexpr std::string_view kFileScheme = "file";
 
 // A place as it was typed.
 struct SinkAddress {
-  std::string scheme;   // Of a kind that there is.
-  std::string address;  // What stands behind the scheme's colon; of a file the path.
+  std::string scheme{};   // Of a kind that there is.
+  std::string address{};  // What stands behind the scheme's colon; of a file the path.
 
   friend bool operator==(const SinkAddress&, const SinkAddress&) = default;
 };

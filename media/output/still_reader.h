@@ -12,7 +12,7 @@ namespace movra::media {
 
 // A video that stills are taken from. It has no B-frames.
 struct StillSource {
-  std::string path;
+  std::string path{};
   std::uint64_t frames = 0;              // How many pictures it has.
   std::chrono::nanoseconds duration{0};  // From its first picture to the end of the last one.
 };

@@ -17,7 +17,7 @@ enum class WriteErrorKind : std::int32_t {
 // Why an output broke off.
 struct WriteError {
   WriteErrorKind kind = WriteErrorKind::kFailed;
-  std::string text;  // For people: "cannot write out/big.mp4: No space left on device".
+  std::string text{};  // For people: "cannot write out/big.mp4: No space left on device".
 };
 
 }  // namespace movra::media

@@ -8,6 +8,7 @@
 #include "logging/guarded_call.h"
 #include "media/frame/convert_frame.h"
 #include "media/frame/frame_layout.h"
+#include "media/frame/kept_share.h"
 #include "media/text/warning.h"
 #include "media/track/wanted_size.h"
 #include "video/to_string.h"
@@ -132,10 +133,16 @@ void FramePipeline::Intercept(Pass& pass, const Interceptor& interceptor) {
   // Asked anew right before the call, as a write is: making the picture takes time.
   if (interceptor.flags->is_removed || pass.is_stopped()) return;
   PixelFrame answer;
+  // Kept back for a listener that throws. Where it needed no conversion it is the same handle.
+  const bool is_converted = !IsSamePicture(offered, pass.frame);
+  if (!is_converted) pass.frame = {};
+  const KeptShare kept(offered);
   const bool has_answered = CallAttached(
       interceptor, [&] { answer = listener->OnInterceptFrame(interceptor.position, offered); });
+  if (!is_converted) pass.frame = offered;
   // A listener that only looked shall not cost the frame a conversion.
-  if (!has_answered || (answer && IsSamePicture(answer, offered))) return;
+  const bool has_only_looked = answer && IsSamePicture(answer, offered) && !kept.is_written();
+  if (!has_answered || has_only_looked) return;
   if (!answer) source_->Count(FrameFate::kIntercepted);
   // An interceptor's new frame may lack what belongs to the stream and not to the picture.
   pass.frame = answer ? answer.InStreamOf(pass.frame.info()) : PixelFrame();

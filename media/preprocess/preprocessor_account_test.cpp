@@ -26,7 +26,7 @@ constexpr auto kSmall = VideoStreamType::kSmall;
 class DroppingListener final : public video::VideoInterceptorListener {
  public:
   PixelFrame OnInterceptFrame(video::InterceptPosition /*position*/,
-                              const PixelFrame& /*frame*/) override {
+                              PixelFrame /*frame*/) override {
     return {};
   }
 };

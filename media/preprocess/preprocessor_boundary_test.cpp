@@ -23,7 +23,7 @@ using video::TrackWriteResult;
 class ThrowingListener final : public video::VideoInterceptorListener {
  public:
   PixelFrame OnInterceptFrame(video::InterceptPosition /*position*/,
-                              const PixelFrame& /*frame*/) override {
+                              PixelFrame /*frame*/) override {
     ++calls;
     Throw();
   }

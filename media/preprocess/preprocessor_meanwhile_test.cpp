@@ -38,8 +38,7 @@ using Image = video::ObjcWrapper<NSImage>;
 
 class CountingListener final : public video::VideoInterceptorListener {
  public:
-  PixelFrame OnInterceptFrame(video::InterceptPosition /*position*/,
-                              const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(video::InterceptPosition /*position*/, PixelFrame frame) override {
     ++calls;
     return frame;
   }

@@ -20,7 +20,7 @@ using video::TrackWriteResult;
 
 class IdleListener final : public video::VideoInterceptorListener {
  public:
-  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, PixelFrame frame) override {
     ++calls;
     return frame;
   }

@@ -32,7 +32,7 @@ class Listener final : public video::VideoInterceptorListener {
   explicit Listener(std::function<PixelFrame(const PixelFrame&)> answer)
       : answer_(std::move(answer)) {}
 
-  PixelFrame OnInterceptFrame(InterceptPosition position, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition position, PixelFrame frame) override {
     positions.push_back(position);
     frames.push_back(frame);
     return answer_(frame);

@@ -34,7 +34,7 @@ class Visitor final : public video::VideoInterceptorListener {
  public:
   explicit Visitor(std::function<void()> on_visit) : on_visit_(std::move(on_visit)) {}
 
-  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, const PixelFrame& frame) override {
+  PixelFrame OnInterceptFrame(InterceptPosition /*position*/, PixelFrame frame) override {
     on_visit_();
     return frame;
   }

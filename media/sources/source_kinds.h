@@ -35,8 +35,8 @@ namespace movra::media {
 
 // What the id of a file says.
 struct PlayedFileId {
-  std::string path;
-  Playback playback;
+  std::string path{};
+  Playback playback{};
 };
 // Absent where the id is not one of a file. Options that are none play it like no option.
 [[nodiscard]] std::optional<PlayedFileId> ParseFileSourceId(std::string_view id);

@@ -1,4 +1,4 @@
-#include "app/signal_watcher.h"
+#include "media/application/signal_watcher.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -11,7 +11,7 @@
 
 #include "media/sanitizer_for_test.h"
 
-namespace movra::app {
+namespace movra::media {
 namespace {
 
 // Each test runs in a process of its own: masks and signals belong to the process. It ends with 0
@@ -102,7 +102,7 @@ TEST_F(SignalWatcherTest, AFileThatMayNotGrowIsAnErrorOfTheWrite) {
 }
 
 TEST_F(SignalWatcherTest, NeedsNoDescriptor) {
-  if (media::kIsSanitized) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
+  if (kIsSanitized) GTEST_SKIP() << "the sanitizer needs descriptors of its own";
   EXPECT_EXIT(
       {
         HoldBackSignals();
@@ -132,4 +132,4 @@ TEST_F(SignalWatcherTest, GoesQuietlyWithoutAnySignal) {
 }
 
 }  // namespace
-}  // namespace movra::app
+}  // namespace movra::media

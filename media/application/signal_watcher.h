@@ -1,13 +1,14 @@
-// Ctrl-C and its relatives.
+// Ctrl-C and its relatives. An application has both of these in media::Application; this header is
+// for one that sees to its loop itself.
 
-#ifndef MOVRA_APP_SIGNAL_WATCHER_H_
-#define MOVRA_APP_SIGNAL_WATCHER_H_
+#ifndef MOVRA_MEDIA_APPLICATION_SIGNAL_WATCHER_H_
+#define MOVRA_MEDIA_APPLICATION_SIGNAL_WATCHER_H_
 
 #include <atomic>
 #include <functional>
 #include <thread>
 
-namespace movra::app {
+namespace movra::media {
 
 // Holds back SIGINT, SIGTERM and SIGHUP (this one unless it is ignored already, as under nohup) in
 // the calling thread and those it starts from now on, and ignores SIGPIPE and SIGXFSZ: a closed
@@ -34,6 +35,6 @@ class SignalWatcher {
   std::thread thread_;
 };
 
-}  // namespace movra::app
+}  // namespace movra::media
 
-#endif  // MOVRA_APP_SIGNAL_WATCHER_H_
+#endif  // MOVRA_MEDIA_APPLICATION_SIGNAL_WATCHER_H_

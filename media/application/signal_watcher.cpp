@@ -1,4 +1,4 @@
-#include "app/signal_watcher.h"
+#include "media/application/signal_watcher.h"
 
 #include <pthread.h>
 #include <signal.h>
@@ -6,7 +6,7 @@
 
 #include <utility>
 
-namespace movra::app {
+namespace movra::media {
 namespace {
 
 sigset_t WatchedSignals() {
@@ -51,4 +51,4 @@ void SignalWatcher::Watch() {
   }
 }
 
-}  // namespace movra::app
+}  // namespace movra::media

@@ -1,0 +1,184 @@
+// Sessions whose script goes on with further sources.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <sstream>
+#include <string>
+
+#include "app/run_session_for_test.h"
+#include "core/notification_center.h"
+#include "media/capture/camera_error.h"
+#include "video/camera_service.h"
+
+namespace movra::app {
+namespace {
+
+using media::CameraError;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using video::CaptureEndKind;
+
+class RunSessionScript : public RunSessionTest {
+ protected:
+  void BeginWith(const std::string& script) {
+    auto lines = ParseScript(script);
+    ASSERT_EQ(FailureOf(lines), nullptr) << FailureOf(lines)->text;
+    script_ = ValueOf(lines);
+    options_.script = "demo.jsonl";
+    options_.source = "file:a.mp4";
+    source_.traits = kFileTraits;
+    Begin();
+    AnswerStart();
+  }
+
+  void PlayUntil(nanoseconds time) {
+    AdvanceBy(time);
+    env_.main_queue().RunAll();
+  }
+
+  void End(const std::string& camera_id, CaptureEndKind kind = CaptureEndKind::kEnded) {
+    core::NotificationCenter::GetInstance().Publish<const video::CaptureEnd&>(
+        video::kCaptureEndedNotification, "",
+        {.camera_id = camera_id,
+         .kind = kind,
+         .error_code = kind == CaptureEndKind::kEnded ? 0 : 11,
+         .text = kind == CaptureEndKind::kEnded ? "" : "it is gone"});
+    env_.main_queue().RunAll();
+  }
+
+  static constexpr char kNextSource[] =
+      R"({"at": "2s", "do": "start_capture_camera", "with": {"params": {"camera_id": "file:b.mp4"}}})";
+};
+
+TEST_F(RunSessionScript, CallsTheProducerAtItsTimes) {
+  BeginWith(
+      "{\"at\": \"1s\", \"do\": \"pause_capture\"}\n{\"at\": \"3s\", \"do\": \"resume_capture\"}");
+  const std::vector<std::string> calls = {"camera.Pause", "camera.Resume"};
+  const auto before = EntriesOf(calls).size();
+  PlayUntil(milliseconds(999));
+  EXPECT_EQ(EntriesOf(calls).size(), before);
+  PlayUntil(milliseconds(1));
+  EXPECT_EQ(EntriesOf(calls).size(), before + 1);
+  PlayUntil(seconds(2));
+  EXPECT_EQ(EntriesOf(calls).size(), before + 2);
+}
+
+TEST_F(RunSessionScript, GoesOnBehindTheEndOfASourceWhileLinesAreLeft) {
+  BeginWith(kNextSource);
+  WriteBoth(milliseconds(0));
+  End("file:a.mp4");
+  EndBoth();
+  EXPECT_FALSE(is_over());
+  PlayUntil(seconds(2));
+  AnswerStart();
+  EXPECT_FALSE(is_over());
+  WriteBoth(milliseconds(2000));
+  End("file:b.mp4");
+  EXPECT_FALSE(is_over());  // The last frames are under way.
+  EndBoth();
+  const RunReport report = Report();
+  EXPECT_EQ(report.ending, Ending::kSourceEnded);
+  EXPECT_EQ(report.exit_code(), ExitCode::kSuccess);
+}
+
+// The end of the first source may stand in an encoder while the next one begins.
+TEST_F(RunSessionScript, ALateEndOfTheSourceBeforeEndsNothing) {
+  BeginWith(kNextSource);
+  WriteBoth(milliseconds(0));
+  End("file:a.mp4");
+  PlayUntil(seconds(2));
+  AnswerStart();
+  EndBoth();
+  EXPECT_FALSE(is_over());
+  End("file:b.mp4");
+  EXPECT_TRUE(is_over());
+}
+
+TEST_F(RunSessionScript, EndsWithItsSourceOnceNoLineIsLeft) {
+  BeginWith(R"({"at": "1s", "do": "pause_capture"})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  EXPECT_FALSE(is_over());
+  EndBoth();
+  EXPECT_EQ(Report().ending, Ending::kSourceEnded);
+}
+
+TEST_F(RunSessionScript, ALostSourceThatAnotherFollowsEndsNothing) {
+  BeginWith(kNextSource);
+  WriteBoth(milliseconds(0));
+  End("file:a.mp4", CaptureEndKind::kLost);
+  EXPECT_FALSE(is_over());
+  PlayUntil(seconds(2));
+  AnswerStart();
+  End("file:b.mp4", CaptureEndKind::kLost);
+  EXPECT_EQ(Report().exit_code(), ExitCode::kDamagedInput);
+}
+
+TEST_F(RunSessionScript, ASourceThatCannotBeStartedIsTheFailure) {
+  BeginWith(kNextSource);
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(2));
+  End("file:b.mp4", CaptureEndKind::kNotStarted);
+  AnswerStart(static_cast<int>(CameraError::kNoSuchFile));
+  const RunReport report = Report();
+  EXPECT_EQ(report.exit_code(), ExitCode::kNoSuchFile);
+  EXPECT_THAT(report.failure->text, HasSubstr("--script, line 1: "));
+  EXPECT_THAT(report.failure->text, HasSubstr("it is gone"));
+}
+
+TEST_F(RunSessionScript, AValueThatIsWrongEndsTheRunAndNamesItsLine) {
+  BeginWith(
+      "\n"
+      R"({"at": "1s", "do": "stop_encoder", "with": {"type": "huge"}})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  const RunReport report = Report();
+  EXPECT_EQ(report.exit_code(), ExitCode::kMalformed);
+  EXPECT_EQ(report.failure->text,
+            R"(--script, line 2: stop_encoder: type is "huge"; write "big" or "small")");
+}
+
+TEST_F(RunSessionScript, AnUninitialisedProducerEndsTheRunAndIsLeftAlone) {
+  BeginWith(
+      "{\"at\": \"1s\", \"do\": \"uninitialize\"}\n{\"at\": \"9s\", \"do\": \"pause_capture\"}");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  EXPECT_EQ(Report().exit_code(), ExitCode::kSuccess);
+}
+
+TEST_F(RunSessionScript, PlaysNothingOnceTheRunIsOver) {
+  BeginWith(R"({"at": "9s", "do": "pause_capture"})");
+  Interrupt();
+  const auto before = EntriesOf({"camera.Pause"}).size();
+  PlayUntil(seconds(9));
+  EXPECT_EQ(EntriesOf({"camera.Pause"}).size(), before);
+}
+
+TEST_F(RunSessionScript, LogsEventsAndAnswers) {
+  std::ostringstream out;
+  EventLog log(out);
+  events_ = &log;
+  BeginWith(R"({"at": "1s", "do": "is_capturing"})");
+  PlayUntil(seconds(1));
+  EXPECT_EQ(
+      out.str(),
+      "{\"time_s\":1.0,\"event\":\"answer\",\"line\":1,\"do\":\"is_capturing\",\"answer\":true}\n");
+}
+
+TEST_F(RunSessionScript, ALogThatCannotBeWrittenIsTheFailure) {
+  std::ostringstream out;
+  EventLog log(out);
+  events_ = &log;
+  out.setstate(std::ios::badbit);
+  BeginWith(R"({"at": "1s", "do": "is_capturing"})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  const RunReport report = Report();
+  EXPECT_EQ(report.exit_code(), ExitCode::kWriteFailed);
+  EXPECT_EQ(report.failure->text, "--events: the stream could not be written");
+}
+
+}  // namespace
+}  // namespace movra::app

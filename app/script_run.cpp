@@ -1,0 +1,122 @@
+#include "app/script_run.h"
+
+#include <cstdint>
+#include <utility>
+
+#include "app/event_recorder.h"
+#include "app/media_objects.h"
+#include "app/source_failure.h"
+#include "core/location.h"
+#include "core/notification_center.h"
+
+namespace movra::app {
+namespace {
+
+// Of start_capture_camera the id; other sources have none.
+std::string CameraOf(const Json& arguments) {
+  const auto params = arguments.find("params");
+  return params != arguments.end() && params->is_object() ? params->value("camera_id", "") : "";
+}
+
+bool StartsSource(const ScriptLine& line) { return line.operation.starts_with("start_capture"); }
+
+// Both logs the errors of encoders and tells them.
+class RunClient final : public EventRecorder {
+ public:
+  RunClient(Handler log, EncoderErrorClient::Handler on_error)
+      : EventRecorder(std::move(log)), errors_(std::move(on_error)) {}
+
+  void OnEncoderError(video::IVideoProducer2* producer, video::VideoStreamType type,
+                      video::VideoEncoderError error, const movra_base::Value& detail) override {
+    EventRecorder::OnEncoderError(producer, type, error, detail);
+    errors_.OnEncoderError(producer, type, error, detail);
+  }
+
+ private:
+  EncoderErrorClient errors_;
+};
+
+}  // namespace
+
+ScriptRun::ScriptRun(Setting setting, Events events)
+    : setting_(std::move(setting)),
+      events_(std::move(events)),
+      made_at_(setting_.now()),
+      client_(std::make_shared<RunClient>([this](const Json& event) { Log(event); },
+                                          events_.on_encoder_error)) {}
+
+void ScriptRun::Start(std::shared_ptr<video::IVideoProducer2> producer) {
+  if (setting_.lines.empty()) return;
+  core::SubscribeEvent<std::function<void(const video::CaptureEnd&)>>(
+      video::kCaptureEndedNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
+      &ScriptRun::OnCaptureEnded);
+  const auto log = [weak_this = weak_from_this()](const Json& event) {
+    if (const auto self = weak_this.lock()) self->Log(event);
+  };
+  operations_ = std::make_unique<Operations>(std::move(producer),
+                                             std::make_shared<MediaObjects>(log, client_));
+  player_ = std::make_shared<ScriptPlayer>(
+      setting_.lines, [this](const ScriptLine& line) { Play(line); }, setting_.queue, setting_.now);
+  player_->Start();
+}
+
+void ScriptRun::Stop() {
+  if (player_ != nullptr) player_->Stop();
+  has_next_source_ = false;
+  operations_.reset();
+}
+
+bool ScriptRun::goes_on() const {
+  if (player_ == nullptr) return false;
+  return !player_->is_over() || (has_next_source_ && !has_ended_);
+}
+
+void ScriptRun::Play(const ScriptLine& line) {
+  if (StartsSource(line)) {
+    source_ = CameraOf(line.arguments);
+    has_next_source_ = true;
+    has_ended_ = false;
+    events_.on_next_source();
+  }
+  operations_->Call(line.operation, line.arguments,
+                    [weak_this = weak_from_this(), line](const Result<Json>& answer) {
+                      if (const auto self = weak_this.lock()) self->OnAnswer(line, answer);
+                    });
+  if (line.operation != "uninitialize") return;
+  is_uninitialized_ = true;
+  events_.on_uninitialized();
+}
+
+void ScriptRun::OnAnswer(const ScriptLine& line, const Result<Json>& answer) {
+  const std::string place = "--script, line " + std::to_string(line.number);
+  if (const Failure* const failure = FailureOf(answer)) {
+    return events_.on_failure(Prefixed(place, *failure));
+  }
+  const Json& value = ValueOf(answer);
+  Log({{"event", "answer"}, {"line", line.number}, {"do", line.operation}, {"answer", value}});
+  if (!StartsSource(line) || !value.is_object()) return;
+  const std::int32_t error = value.value("error_code", 0);
+  if (error == 0) return;
+  events_.on_failure(Prefixed(place, SourceStartFailure(CameraOf(line.arguments), error,
+                                                        std::exchange(why_not_started_, ""))));
+}
+
+void ScriptRun::OnCaptureEnded(const video::CaptureEnd& end) {
+  if (!has_next_source_ || end.camera_id != source_) return;
+  has_ended_ = true;
+  if (end.kind == video::CaptureEndKind::kNotStarted) {
+    why_not_started_ = end.text;
+  } else {
+    events_.on_source_end(end);
+  }
+}
+
+void ScriptRun::Log(const Json& event) {
+  if (setting_.log == nullptr || log_failed_) return;
+  setting_.log->Write(setting_.now() - made_at_, event);
+  if (setting_.log->error().empty()) return;
+  log_failed_ = true;
+  events_.on_failure({ExitCode::kWriteFailed, "--events: " + setting_.log->error()});
+}
+
+}  // namespace movra::app
