@@ -110,7 +110,7 @@ TEST_F(RefusedChangeTest, ItIsToldOnceAndNothingOfItIsTaken) {
   controller_->SetEncodeParams(change);
   for (int i = 2; i < 6; ++i) WriteAndWait(i);
   EXPECT_THAT(Errors(), ElementsAre("frame_rate must be at least 1, not -5"));
-  EXPECT_THAT(log.texts(), SizeIs(1));
+  ASSERT_THAT(log.texts(), SizeIs(1));
   EXPECT_EQ(log.lines()[0].level, 1);
   EXPECT_THAT(log.texts()[0],
               ::testing::EndsWith("kSmall encoder refuses a change and goes on as it was: "
