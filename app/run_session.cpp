@@ -95,7 +95,7 @@ void RunSession::MakeScript() {
   };
   events.on_next_source = [this] { streams_.GoOn(); };
   events.on_source_end = [this](const video::CaptureEnd& end) { OnNextSourceEnd(end); };
-  events.on_uninitialized = [this] { Finish(Ending::kSourceEnded); };
+  events.on_idle = [this] { Finish(Ending::kSourceEnded); };
   events.on_failure = [this](const Failure& failure) { Fail(failure); };
   script_ = std::make_shared<ScriptRun>(
       ScriptRun::Setting{setting_.script, setting_.events, setting_.queue, setting_.now},

@@ -18,6 +18,7 @@ namespace {
 using media::CameraError;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using video::CaptureEndKind;
 
 class RunSessionScript : public RunSessionTest {
@@ -48,21 +49,23 @@ class RunSessionScript : public RunSessionTest {
     env_.main_queue().RunAll();
   }
 
+  const std::vector<std::string> kKeyFrames = {"big_encoder.RequestKeyFrame",
+                                               "small_encoder.RequestKeyFrame"};
   static constexpr char kNextSource[] =
-      R"({"at": "2s", "do": "start_capture_camera", "with": {"params": {"camera_id": "file:b.mp4"}}})";
+      R"({"at": "2s", "do": "stop_capture"}
+{"at": "2s", "do": "start_capture_camera", "with": {"params": {"camera_id": "file:b.mp4"}}})";
 };
 
 TEST_F(RunSessionScript, CallsTheProducerAtItsTimes) {
-  BeginWith(
-      "{\"at\": \"1s\", \"do\": \"pause_capture\"}\n{\"at\": \"3s\", \"do\": \"resume_capture\"}");
-  const std::vector<std::string> calls = {"camera.Pause", "camera.Resume"};
-  const auto before = EntriesOf(calls).size();
+  BeginWith(R"({"at": "1s", "do": "request_key_frame", "with": {"type": "big"}})"
+            "\n"
+            R"({"at": "3s", "do": "request_key_frame", "with": {"type": "small"}})");
   PlayUntil(milliseconds(999));
-  EXPECT_EQ(EntriesOf(calls).size(), before);
+  EXPECT_THAT(EntriesOf(kKeyFrames), IsEmpty());
   PlayUntil(milliseconds(1));
-  EXPECT_EQ(EntriesOf(calls).size(), before + 1);
+  EXPECT_THAT(EntriesOf(kKeyFrames), ElementsAre("big_encoder.RequestKeyFrame()"));
   PlayUntil(seconds(2));
-  EXPECT_EQ(EntriesOf(calls).size(), before + 2);
+  EXPECT_THAT(EntriesOf(kKeyFrames), ElementsAre("small_encoder.RequestKeyFrame()"));
 }
 
 TEST_F(RunSessionScript, GoesOnBehindTheEndOfASourceWhileLinesAreLeft) {
@@ -124,7 +127,7 @@ TEST_F(RunSessionScript, ASourceThatCannotBeStartedIsTheFailure) {
   AnswerStart(static_cast<int>(CameraError::kNoSuchFile));
   const RunReport report = Report();
   EXPECT_EQ(report.exit_code(), ExitCode::kNoSuchFile);
-  EXPECT_THAT(report.failure->text, HasSubstr("--script, line 1: "));
+  EXPECT_THAT(report.failure->text, HasSubstr("--script, line 2: "));
   EXPECT_THAT(report.failure->text, HasSubstr("it is gone"));
 }
 
@@ -148,12 +151,40 @@ TEST_F(RunSessionScript, AnUninitialisedProducerEndsTheRunAndIsLeftAlone) {
   EXPECT_EQ(Report().exit_code(), ExitCode::kSuccess);
 }
 
+// The producer would keep the first one without a word.
+TEST_F(RunSessionScript, ASecondSourceBesideOneThatRunsIsRefused) {
+  BeginWith(R"({"at": "1s", "do": "start_capture_mobile_screen", "with": {"params": {}}})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  EXPECT_EQ(Report().exit_code(), ExitCode::kContradiction);
+  EXPECT_EQ(Report().failure->text,
+            "--script, line 1: start_capture_mobile_screen: a source runs already; call "
+            "stop_capture before");
+}
+
+TEST_F(RunSessionScript, IsOverWhenNoLineIsLeftAndNoSourceRuns) {
+  BeginWith(R"({"at": "1s", "do": "stop_capture"})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(milliseconds(999));
+  EXPECT_FALSE(is_over());
+  PlayUntil(milliseconds(1));
+  EXPECT_EQ(Report().exit_code(), ExitCode::kSuccess);
+}
+
+TEST_F(RunSessionScript, AStartThatTheScriptStopsIsNoFailure) {
+  BeginWith(std::string(kNextSource) + "\n" + R"({"at": "3s", "do": "stop_capture"}
+{"at": "9s", "do": "stop_capture"})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(3));
+  AnswerStart(static_cast<int>(CameraError::kCancelled));
+  EXPECT_FALSE(is_over());
+}
+
 TEST_F(RunSessionScript, PlaysNothingOnceTheRunIsOver) {
-  BeginWith(R"({"at": "9s", "do": "pause_capture"})");
+  BeginWith(R"({"at": "9s", "do": "request_key_frame", "with": {"type": "big"}})");
   Interrupt();
-  const auto before = EntriesOf({"camera.Pause"}).size();
   PlayUntil(seconds(9));
-  EXPECT_EQ(EntriesOf({"camera.Pause"}).size(), before);
+  EXPECT_THAT(EntriesOf(kKeyFrames), IsEmpty());
 }
 
 TEST_F(RunSessionScript, LogsEventsAndAnswers) {

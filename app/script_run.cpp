@@ -8,6 +8,7 @@
 #include "app/source_failure.h"
 #include "core/location.h"
 #include "core/notification_center.h"
+#include "media/capture/camera_error.h"
 
 namespace movra::app {
 namespace {
@@ -16,6 +17,10 @@ namespace {
 std::string CameraOf(const Json& arguments) {
   const auto params = arguments.find("params");
   return params != arguments.end() && params->is_object() ? params->value("camera_id", "") : "";
+}
+
+std::string PlaceOf(const ScriptLine& line) {
+  return "--script, line " + std::to_string(line.number);
 }
 
 bool StartsSource(const ScriptLine& line) { return line.operation.starts_with("start_capture"); }
@@ -53,8 +58,9 @@ void ScriptRun::Start(std::shared_ptr<video::IVideoProducer2> producer) {
   const auto log = [weak_this = weak_from_this()](const Json& event) {
     if (const auto self = weak_this.lock()) self->Log(event);
   };
-  operations_ = std::make_unique<Operations>(std::move(producer),
-                                             std::make_shared<MediaObjects>(log, client_));
+  producer_ = std::move(producer);
+  operations_ =
+      std::make_unique<Operations>(producer_, std::make_shared<MediaObjects>(log, client_));
   player_ = std::make_shared<ScriptPlayer>(
       setting_.lines, [this](const ScriptLine& line) { Play(line); }, setting_.queue, setting_.now);
   player_->Start();
@@ -64,6 +70,7 @@ void ScriptRun::Stop() {
   if (player_ != nullptr) player_->Stop();
   has_next_source_ = false;
   operations_.reset();
+  producer_.reset();
 }
 
 bool ScriptRun::goes_on() const {
@@ -72,33 +79,49 @@ bool ScriptRun::goes_on() const {
 }
 
 void ScriptRun::Play(const ScriptLine& line) {
-  if (StartsSource(line)) {
-    source_ = CameraOf(line.arguments);
-    has_next_source_ = true;
-    has_ended_ = false;
-    events_.on_next_source();
-  }
+  if (StartsSource(line) && !TakeSource(line)) return;
   operations_->Call(line.operation, line.arguments,
                     [weak_this = weak_from_this(), line](const Result<Json>& answer) {
                       if (const auto self = weak_this.lock()) self->OnAnswer(line, answer);
                     });
-  if (line.operation != "uninitialize") return;
-  is_uninitialized_ = true;
-  events_.on_uninitialized();
+  if (line.operation == "uninitialize") {
+    is_uninitialized_ = true;
+    player_->Stop();
+  }
+  const bool is_idle =
+      is_uninitialized_ || producer_->GetCurrentSourceType() == video::VideoSourceType::kNone;
+  if (is_idle && player_->is_over()) events_.on_idle();
+}
+
+// A producer lets a second source pass without a word, and the run would wait for its end.
+bool ScriptRun::TakeSource(const ScriptLine& line) {
+  if (producer_->GetCurrentSourceType() != video::VideoSourceType::kNone) {
+    events_.on_failure(
+        {ExitCode::kContradiction, PlaceOf(line) + ": " + line.operation +
+                                       ": a source runs already; call stop_capture before"});
+    return false;
+  }
+  source_ = CameraOf(line.arguments);
+  has_next_source_ = true;
+  has_ended_ = false;
+  events_.on_next_source();
+  return true;
 }
 
 void ScriptRun::OnAnswer(const ScriptLine& line, const Result<Json>& answer) {
-  const std::string place = "--script, line " + std::to_string(line.number);
+  if (producer_ == nullptr) return;
   if (const Failure* const failure = FailureOf(answer)) {
-    return events_.on_failure(Prefixed(place, *failure));
+    return events_.on_failure(Prefixed(PlaceOf(line), *failure));
   }
   const Json& value = ValueOf(answer);
   Log({{"event", "answer"}, {"line", line.number}, {"do", line.operation}, {"answer", value}});
   if (!StartsSource(line) || !value.is_object()) return;
-  const std::int32_t error = value.value("error_code", 0);
-  if (error == 0) return;
-  events_.on_failure(Prefixed(place, SourceStartFailure(CameraOf(line.arguments), error,
-                                                        std::exchange(why_not_started_, ""))));
+  // One that the script stopped before it was open is none.
+  const auto error = static_cast<media::CameraError>(value.value("error_code", 0));
+  if (error == media::CameraError::kNone || error == media::CameraError::kCancelled) return;
+  events_.on_failure(Prefixed(
+      PlaceOf(line), SourceStartFailure(CameraOf(line.arguments), static_cast<std::int32_t>(error),
+                                        std::exchange(why_not_started_, ""))));
 }
 
 void ScriptRun::OnCaptureEnded(const video::CaptureEnd& end) {

@@ -38,7 +38,7 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
     std::function<void()> on_next_source;  // One is about to be started.
     // What one that the script started came to, but not of its start.
     std::function<void(const video::CaptureEnd&)> on_source_end;
-    std::function<void()> on_uninitialized;  // The producer is, and the run has to end.
+    std::function<void()> on_idle;  // No line is left, and no source runs.
     std::function<void(const Failure&)> on_failure;
   };
 
@@ -59,6 +59,8 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
 
  private:
   void Play(const ScriptLine& line);
+  // Whether the line may be played.
+  [[nodiscard]] bool TakeSource(const ScriptLine& line);
   void OnAnswer(const ScriptLine& line, const Result<Json>& answer);
   void OnCaptureEnded(const video::CaptureEnd& end);
   void Log(const Json& event);
@@ -67,6 +69,7 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
   const Events events_;
   const Clock::time_point made_at_;
   const std::shared_ptr<video::IVideoProducer2::Client> client_;
+  std::shared_ptr<video::IVideoProducer2> producer_;  // From Start to Stop.
   std::unique_ptr<Operations> operations_;
   std::shared_ptr<ScriptPlayer> player_;
   std::string source_;            // The camera that the script started last.

@@ -60,6 +60,7 @@ void RunSource(video::IPixelFrameTrackWriter& writer, FramePool& pool, std::uint
   for (std::uint64_t i = 0; i < frames; ++i) {
     video::PixelFrameInfo info;
     info.sequence = i;
+    info.timestamp = std::chrono::milliseconds(i);
     info.delivery = delivery;
     const PixelFrame frame = FlatFrame(pool, PixelFormat::kI420, kSize, kRust, info);
     while (writer.Write(frame) == TrackWriteResult::kFull) room.Wait();
@@ -149,6 +150,7 @@ TEST(PreprocessorStress, StoppingReplacingAndDestroyingWhileFramesFlowIsSafe) {
     for (std::uint64_t i = 0; !done; ++i) {
       video::PixelFrameInfo info;
       info.sequence = i;
+      info.timestamp = std::chrono::milliseconds(i);
       info.delivery = i % 2 == 0 ? FrameDelivery::kLive : FrameDelivery::kLossless;
       static_cast<void>(
           source->GetWriter()->Write(FlatFrame(pool, PixelFormat::kI420, kSize, kRust, info)));

@@ -40,7 +40,7 @@ inline const EncoderFailure kFailure{.text = "broken"};
 inline const EncodedFileWriterOptions kFile{.path = "big.mp4"};
 inline const EncodedFileWriterOptions kOpenFile{.stays_open = true,
                                                 .on_error = [](const WriteError&) {}};
-inline const SinkRequest kSink{.address = "big.mp4", .overwrite = true};
+inline const SinkRequest kSink{.path = "big.mp4", .overwrite = true};
 inline const SinkQueue kQueue{.max_frames = 1};
 inline const FanOutSink kFanOut{.sink = nullptr};
 inline const SinkAddress kAddress{.scheme = "file"};
