@@ -108,8 +108,9 @@ TEST_F(MediaObjectsTest, AReaderReadsTheFramesOfItsSource) {
 }
 
 TEST_F(MediaObjectsTest, AReaderOfAnUnknownSourceIsRefused) {
-  EXPECT_EQ(FailureText(objects_.MakeReader("camera")),
-            "'camera' names no source; write test:, file:PATH or /dev/videoN");
+  EXPECT_EQ(
+      FailureText(objects_.MakeReader("camera")),
+      "'camera' names no source; write test:, file:PATH, /dev/videoN, screen:NAME or window:TITLE");
 }
 
 TEST_F(MediaObjectsTest, AReaderTellsWhyItsSourceCannotBeOpened) {

@@ -93,6 +93,13 @@ void RunSession::MakeScript() {
                                    const std::string& detail) {
     OnEncoderError(type, error, detail);
   };
+  events.on_screen_started = [this] { source_->OnScreenStarted(); };
+  events.on_screen_error = [this](video::VideoScreenSharingError error) {
+    source_->OnScreenError(error);
+  };
+  events.on_screen_stopped = [this](video::VideoScreenSharingStoppedReason reason) {
+    source_->OnScreenStopped(reason);
+  };
   events.on_next_source = [this] { streams_.GoOn(); };
   events.on_source_end = [this](const video::CaptureEnd& end) { OnNextSourceEnd(end); };
   events.on_idle = [this] { Finish(Ending::kSourceEnded); };

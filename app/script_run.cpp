@@ -25,30 +25,46 @@ std::string PlaceOf(const ScriptLine& line) {
 
 bool StartsSource(const ScriptLine& line) { return line.operation.starts_with("start_capture"); }
 
-// Both logs the errors of encoders and tells them.
-class RunClient final : public EventRecorder {
+}  // namespace
+
+// Logs all events, and tells those that decide how the run goes on.
+class ScriptRun::RunClient final : public EventRecorder {
  public:
-  RunClient(Handler log, EncoderErrorClient::Handler on_error)
-      : EventRecorder(std::move(log)), errors_(std::move(on_error)) {}
+  explicit RunClient(ScriptRun& run)
+      : EventRecorder([&run](const Json& event) { run.Log(event); }),
+        run_(run),
+        errors_(run.events_.on_encoder_error) {}
 
   void OnEncoderError(video::IVideoProducer2* producer, video::VideoStreamType type,
                       video::VideoEncoderError error, const movra_base::Value& detail) override {
     EventRecorder::OnEncoderError(producer, type, error, detail);
     errors_.OnEncoderError(producer, type, error, detail);
   }
+  void OnScreenSharingError(video::IVideoProducer2* producer, long source,
+                            video::VideoScreenSharingError error) override {
+    EventRecorder::OnScreenSharingError(producer, source, error);
+    run_.OnScreenError(error);
+  }
+  void OnScreenSharingStarted(video::IVideoProducer2* producer, long source) override {
+    EventRecorder::OnScreenSharingStarted(producer, source);
+    if (!run_.has_next_source_) run_.events_.on_screen_started();
+  }
+  void OnScreenSharingStopped(video::IVideoProducer2* producer, long source,
+                              video::VideoScreenSharingStoppedReason reason) override {
+    EventRecorder::OnScreenSharingStopped(producer, source, reason);
+    run_.OnScreenStopped(reason);
+  }
 
  private:
+  ScriptRun& run_;
   EncoderErrorClient errors_;
 };
-
-}  // namespace
 
 ScriptRun::ScriptRun(Setting setting, Events events)
     : setting_(std::move(setting)),
       events_(std::move(events)),
       made_at_(setting_.now()),
-      client_(std::make_shared<RunClient>([this](const Json& event) { Log(event); },
-                                          events_.on_encoder_error)) {}
+      client_(std::make_shared<RunClient>(*this)) {}
 
 void ScriptRun::Start(std::shared_ptr<video::IVideoProducer2> producer) {
   if (setting_.lines.empty()) return;
@@ -132,6 +148,24 @@ void ScriptRun::OnCaptureEnded(const video::CaptureEnd& end) {
   } else {
     events_.on_source_end(end);
   }
+}
+
+void ScriptRun::OnScreenError(video::VideoScreenSharingError error) {
+  if (!has_next_source_) return events_.on_screen_error(error);
+  events_.on_failure(Prefixed("--script", ScreenStartFailure("a screen", error)));
+}
+
+void ScriptRun::OnScreenStopped(video::VideoScreenSharingStoppedReason reason) {
+  if (!has_next_source_) return events_.on_screen_stopped(reason);
+  // That of the source in front of the script's, which the script has stopped.
+  if (reason == video::VideoScreenSharingStoppedReason::kByRequest) return;
+  has_ended_ = true;
+  const video::StreamEnd end = ScreenEnd(reason);
+  video::CaptureEnd told;
+  told.kind = video::CaptureEndKind::kLost;
+  told.error_code = end.error_code;
+  told.text = end.reason;
+  events_.on_source_end(told);
 }
 
 void ScriptRun::Log(const Json& event) {

@@ -35,6 +35,10 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
   };
   struct Events {
     EncoderErrorClient::Handler on_encoder_error;
+    // Of the run's own source, before the script has started another.
+    std::function<void()> on_screen_started;
+    std::function<void(video::VideoScreenSharingError)> on_screen_error;
+    std::function<void(video::VideoScreenSharingStoppedReason)> on_screen_stopped;
     std::function<void()> on_next_source;  // One is about to be started.
     // What one that the script started came to, but not of its start.
     std::function<void(const video::CaptureEnd&)> on_source_end;
@@ -58,11 +62,15 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
   [[nodiscard]] bool is_uninitialized() const { return is_uninitialized_; }
 
  private:
+  class RunClient;
+
   void Play(const ScriptLine& line);
   // Whether the line may be played.
   [[nodiscard]] bool TakeSource(const ScriptLine& line);
   void OnAnswer(const ScriptLine& line, const Result<Json>& answer);
   void OnCaptureEnded(const video::CaptureEnd& end);
+  void OnScreenError(video::VideoScreenSharingError error);
+  void OnScreenStopped(video::VideoScreenSharingStoppedReason reason);
   void Log(const Json& event);
 
   const Setting setting_;

@@ -55,8 +55,32 @@ Failure SourceStartFailure(const std::string& source_id, std::int32_t error_code
   ExitCode code = StartCode(static_cast<CameraError>(error_code));
   // What a camera that is no file does not support is its name.
   if (code == ExitCode::kNotAVideo && !file) code = ExitCode::kUnknownCamera;
-  if (code == ExitCode::kUnknownCamera) reason += "; movra-producer devices lists the cameras";
+  const media::SourceKind* const kind = media::FindSourceKind(source_id);
+  const bool is_screen = kind != nullptr && kind->operation == media::SourceOperation::kDesktop;
+  if (code == ExitCode::kUnknownCamera && !is_screen)
+    reason += "; movra-producer devices lists the cameras";
   return {code, names_it ? reason : SourceName(source_id) + ": " + reason};
+}
+
+Failure ScreenStartFailure(const std::string& source_id, video::VideoScreenSharingError error) {
+  using video::VideoScreenSharingError;
+  CameraError code = CameraError::kCannotOpen;
+  if (error == VideoScreenSharingError::kSourceNotFound) code = CameraError::kNoSuchCamera;
+  if (error == VideoScreenSharingError::kNoDisplay) code = CameraError::kNoDisplay;
+  if (error == VideoScreenSharingError::kNotPermitted) code = CameraError::kNoPermission;
+  if (error == VideoScreenSharingError::kUnavailable) code = CameraError::kUnavailable;
+  return SourceStartFailure(source_id, static_cast<std::int32_t>(code), "");
+}
+
+video::StreamEnd ScreenEnd(video::VideoScreenSharingStoppedReason reason) {
+  using video::VideoScreenSharingStoppedReason;
+  video::StreamEnd end;
+  if (reason == VideoScreenSharingStoppedReason::kByRequest) return end;
+  end.error_code = static_cast<std::int32_t>(CameraError::kDeviceLost);
+  end.reason = "the display is gone";
+  if (reason == VideoScreenSharingStoppedReason::kSourceClosed) end.reason = "it was closed";
+  if (reason == VideoScreenSharingStoppedReason::kMonitorGone) end.reason = "the monitor is gone";
+  return end;
 }
 
 std::optional<Failure> SourceDamageFailure(const std::string& source_id, std::int32_t error_code,

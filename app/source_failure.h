@@ -8,6 +8,8 @@
 #include <string>
 
 #include "app/result.h"
+#include "video/pixel_frame.h"
+#include "video/video_types.h"
 
 namespace movra::app {
 
@@ -18,6 +20,13 @@ namespace movra::app {
 // media::CameraError; `text` is what the camera says of it, or empty.
 [[nodiscard]] Failure SourceStartFailure(const std::string& source_id, std::int32_t error_code,
                                          const std::string& text);
+
+// The same of a screen or window that was there when it was looked for; the log says more.
+[[nodiscard]] Failure ScreenStartFailure(const std::string& source_id,
+                                         video::VideoScreenSharingError error);
+
+// How a screen or window that is captured no more has ended.
+[[nodiscard]] video::StreamEnd ScreenEnd(video::VideoScreenSharingStoppedReason reason);
 
 // A source that broke off in the middle, or a file with frames that were not whole. A device whose
 // next frame may be whole again has only losses, which are none of this.

@@ -6,6 +6,8 @@
 #include "base/once_callback.h"
 #include "core/location.h"
 #include "core/notification_center.h"
+#include "media/screen/screen_source.h"
+#include "media/sources/source_kinds.h"
 #include "video/camera_service.h"
 #include "video/capture_params.h"
 
@@ -21,6 +23,12 @@ void SourceStarter::Start(video::IVideoProducer2& producer) {
   core::SubscribeEvent<std::function<void(const video::CaptureEnd&)>>(
       video::kCaptureEndedNotification, "", core::Location(__FILE__, __LINE__), shared_from_this(),
       &SourceStarter::OnEnded);
+  const media::SourceKind* const kind = media::FindSourceKind(setting_.source);
+  is_screen_ = kind != nullptr && kind->operation == media::SourceOperation::kDesktop;
+  is_screen_ ? StartScreen(producer) : StartCamera(producer);
+}
+
+void SourceStarter::StartCamera(video::IVideoProducer2& producer) {
   video::CameraParams params;
   params.camera_id = setting_.source;
   if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
@@ -31,6 +39,40 @@ void SourceStarter::Start(video::IVideoProducer2& producer) {
   producer.SetProducerMode(setting_.plan.mode);
   started_at_ = setting_.now();
   producer.StartCapture(params, BindOnce(&SourceStarter::OnStarted, weak_from_this()));
+}
+
+void SourceStarter::StartScreen(video::IVideoProducer2& producer) {
+  started_at_ = setting_.now();
+  const auto found = media::FindScreen(setting_.source);
+  if (const auto* const failure = media::FailureOf(found)) {
+    setting_.queue->Post(
+        BindOnce(&SourceStarter::Fail, weak_from_this(),
+                 SourceStartFailure(setting_.source, static_cast<std::int32_t>(failure->code),
+                                    failure->text)));
+    return;
+  }
+  video::DesktopScreenParams params = media::ValueOf(found);
+  if (setting_.plan.frame_rate) params.frame_rate = *setting_.plan.frame_rate;
+  producer.StartCapture(params);
+}
+
+void SourceStarter::Fail(const Failure& failure) {
+  if (!stopped_) events_.on_failure(failure);
+}
+
+void SourceStarter::OnScreenStarted() {
+  if (is_screen_) OnStarted(0, 0);
+}
+
+void SourceStarter::OnScreenError(video::VideoScreenSharingError error) {
+  if (is_screen_) Fail(ScreenStartFailure(setting_.source, error));
+}
+
+void SourceStarter::OnScreenStopped(video::VideoScreenSharingStoppedReason reason) {
+  if (stopped_ || !is_screen_) return;
+  if (reason != video::VideoScreenSharingStoppedReason::kByRequest) {
+    events_.on_lost(ScreenEnd(reason));
+  }
 }
 
 void SourceStarter::NoteFirstFrame() {

@@ -15,6 +15,7 @@
 #include "video/camera_service.h"
 #include "video/pixel_frame.h"
 #include "video/producer/video_producer2.h"
+#include "video/video_types.h"
 
 namespace movra::app {
 
@@ -48,6 +49,10 @@ class SourceStarter : public std::enable_shared_from_this<SourceStarter> {
   // Once. Events do not come before it has returned.
   void Start(video::IVideoProducer2& producer);
   void NoteFirstFrame();
+  // What the producer tells of a screen.
+  void OnScreenStarted();
+  void OnScreenError(video::VideoScreenSharingError error);
+  void OnScreenStopped(video::VideoScreenSharingStoppedReason reason);
   // No event begins any more.
   void Stop() { stopped_ = true; }
 
@@ -55,12 +60,16 @@ class SourceStarter : public std::enable_shared_from_this<SourceStarter> {
   [[nodiscard]] Clock::time_point started_at() const { return started_at_; }
 
  private:
+  void StartCamera(video::IVideoProducer2& producer);
+  void StartScreen(video::IVideoProducer2& producer);
+  void Fail(const Failure& failure);
   void OnStarted(int error_code, int elapsed_ms);
   void OnEnded(const video::CaptureEnd& end);
   void LookForEndOfDuration();
 
   const Setting setting_;
   const Events events_;
+  bool is_screen_ = false;
   bool stopped_ = false;
   bool has_frames_ = false;
   std::string why_not_started_;  // Told before the answer of the start.

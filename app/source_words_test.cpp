@@ -125,7 +125,8 @@ TEST(SourceWords, ReadsTheStartAsATime) {
 TEST(SourceWords, AnEmptyNameIsNone) {
   EXPECT_EQ(FailureOfWords(Place("")).code, ExitCode::kUnknownCamera);
   EXPECT_EQ(FailureOfWords(Id("")).text,
-            "--source: the name is empty; use a video file, test:, file:PATH or /dev/videoN");
+            "--source: the name is empty; use a video file, test:, file:PATH, /dev/videoN, "
+            "screen:NAME or window:TITLE");
 }
 
 }  // namespace

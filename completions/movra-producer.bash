@@ -12,7 +12,7 @@ _movra_producer() {
   local words=""
   case $command:$before in
     run:--source | run:--camera)
-      words="test: file:"
+      words="test: file: screen: window:"
       [[ $word == /* ]] && mapfile -t COMPREPLY < <(compgen -f -- "$word") && return
       ;;
     run:--mode) words="0 1 2 3" ;;

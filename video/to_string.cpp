@@ -138,8 +138,11 @@ std::span<const NamedValue<BeautyStyle>> NamedValues() {
 template <>
 std::span<const NamedValue<CapturerMode>> NamedValues() {
   using enum CapturerMode;
-  static constexpr NamedValue<CapturerMode> kNames[] = {
-      {kUnknown, "kUnknown"}, {kDisplay, "kDisplay"}, {kWindow, "kWindow"}, {kRegion, "kRegion"}};
+  static constexpr NamedValue<CapturerMode> kNames[] = {{kUnknown, "kUnknown"},
+                                                        {kDisplay, "kDisplay"},
+                                                        {kWindow, "kWindow"},
+                                                        {kRegion, "kRegion"},
+                                                        {kComposed, "kComposed"}};
   return kNames;
 }
 
@@ -171,7 +174,9 @@ std::span<const NamedValue<VideoScreenSharingError>> NamedValues() {
       {kNone, "kNone"},
       {kUnavailable, "kUnavailable"},
       {kSourceNotFound, "kSourceNotFound"},
-      {kCaptureFailed, "kCaptureFailed"}};
+      {kCaptureFailed, "kCaptureFailed"},
+      {kNoDisplay, "kNoDisplay"},
+      {kNotPermitted, "kNotPermitted"}};
   return kNames;
 }
 
@@ -179,7 +184,10 @@ template <>
 std::span<const NamedValue<VideoScreenSharingStoppedReason>> NamedValues() {
   using enum VideoScreenSharingStoppedReason;
   static constexpr NamedValue<VideoScreenSharingStoppedReason> kNames[] = {
-      {kByRequest, "kByRequest"}, {kSourceClosed, "kSourceClosed"}, {kFailed, "kFailed"}};
+      {kByRequest, "kByRequest"},
+      {kSourceClosed, "kSourceClosed"},
+      {kFailed, "kFailed"},
+      {kMonitorGone, "kMonitorGone"}};
   return kNames;
 }
 

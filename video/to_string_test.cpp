@@ -99,12 +99,14 @@ TEST(NamedValues, OfEnumerationsWithoutATextFunction) {
   EXPECT_EQ(Names<VideoProducerType>(), Texts({"kDefault=0"}));
   EXPECT_EQ(Names<SnapshotSourceType>(), Texts({"kPreprocessor=0", "kLocalRenderer=1"}));
   EXPECT_EQ(Names<BeautyStyle>(), Texts({"kSmooth=0", "kNatural=1", "kClear=2"}));
-  EXPECT_EQ(Names<CapturerMode>(), Texts({"kUnknown=0", "kDisplay=1", "kWindow=2", "kRegion=3"}));
+  EXPECT_EQ(Names<CapturerMode>(),
+            Texts({"kUnknown=0", "kDisplay=1", "kWindow=2", "kRegion=3", "kComposed=4"}));
   EXPECT_EQ(Names<VideoRenderError>(), Texts({"kNone=0", "kNoDisplay=1", "kViewLost=2"}));
   EXPECT_EQ(Names<VideoScreenSharingError>(),
-            Texts({"kNone=0", "kUnavailable=1", "kSourceNotFound=2", "kCaptureFailed=3"}));
+            Texts({"kNone=0", "kUnavailable=1", "kSourceNotFound=2", "kCaptureFailed=3",
+                   "kNoDisplay=4", "kNotPermitted=5"}));
   EXPECT_EQ(Names<VideoScreenSharingStoppedReason>(),
-            Texts({"kByRequest=0", "kSourceClosed=1", "kFailed=2"}));
+            Texts({"kByRequest=0", "kSourceClosed=1", "kFailed=2", "kMonitorGone=3"}));
   EXPECT_EQ(Names<VideoScreenSharingPausedReason>(), Texts({"kByRequest=0", "kMinimised=1"}));
   EXPECT_EQ(Names<VideoScreenSharingResumedReason>(), Texts({"kByRequest=0", "kRestored=1"}));
 }

@@ -102,7 +102,14 @@ enum class FrameAdaptiveMode : std::int32_t {
 
 enum class BeautyStyle : std::int32_t { kSmooth = 0, kNatural = 1, kClear = 2 };
 
-enum class CapturerMode : std::int32_t { kUnknown = 0, kDisplay = 1, kWindow = 2, kRegion = 3 };
+// How a screen is captured.
+enum class CapturerMode : std::int32_t {
+  kUnknown = 0,
+  kDisplay = 1,   // Copied off the screen, all of it or all of a monitor.
+  kWindow = 2,    // One window by itself.
+  kRegion = 3,    // A part, copied off the screen.
+  kComposed = 4,  // Put together from windows, because some are left out.
+};
 
 enum class VideoRenderError : std::int32_t { kNone = 0, kNoDisplay = 1, kViewLost = 2 };
 
@@ -120,12 +127,15 @@ enum class VideoScreenSharingError : std::int32_t {
   kUnavailable = 1,
   kSourceNotFound = 2,
   kCaptureFailed = 3,
+  kNoDisplay = 4,     // No desktop can be reached.
+  kNotPermitted = 5,  // The desktop, or the person at it, does not allow it.
 };
 
 enum class VideoScreenSharingStoppedReason : std::int32_t {
   kByRequest = 0,
   kSourceClosed = 1,
   kFailed = 2,
+  kMonitorGone = 3,
 };
 
 enum class VideoScreenSharingPausedReason : std::int32_t { kByRequest = 0, kMinimised = 1 };

@@ -71,9 +71,13 @@ TEST(VideoTypes, TheNumbersOfScreensAndRenderers) {
   EXPECT_EQ(Number(CapturerMode::kDisplay), 1);
   EXPECT_EQ(Number(CapturerMode::kWindow), 2);
   EXPECT_EQ(Number(CapturerMode::kRegion), 3);
+  EXPECT_EQ(Number(CapturerMode::kComposed), 4);
   EXPECT_EQ(Number(VideoRenderError::kNone), 0);
   EXPECT_EQ(Number(VideoRenderError::kNoDisplay), 1);
   EXPECT_EQ(Number(VideoRenderError::kViewLost), 2);
+  EXPECT_EQ(Number(VideoScreenSharingError::kNoDisplay), 4);
+  EXPECT_EQ(Number(VideoScreenSharingError::kNotPermitted), 5);
+  EXPECT_EQ(Number(VideoScreenSharingStoppedReason::kMonitorGone), 3);
   EXPECT_EQ(Number(VideoScreenSharingPausedReason::kByRequest), 0);
   EXPECT_EQ(Number(VideoScreenSharingPausedReason::kMinimised), 1);
   EXPECT_EQ(Number(VideoScreenSharingResumedReason::kByRequest), 0);

@@ -40,6 +40,8 @@ std::string CameraErrorToString(CameraError error) {
       return "there is not enough memory";
     case CameraError::kBadOption:
       return "asked for what it does not do";
+    case CameraError::kNoDisplay:
+      return "there is no display";
   }
   return "CameraError(" + std::to_string(static_cast<std::int32_t>(error)) + ")";
 }

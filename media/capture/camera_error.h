@@ -32,6 +32,7 @@ enum class CameraError : std::int32_t {
   kCancelled = 15,       // Stopped before the start was answered.
   kNoResources = 16,     // No memory is left for it, or no thread.
   kBadOption = 17,       // The id asks for what such a source does not do.
+  kNoDisplay = 18,       // No desktop can be reached whose screens or windows it could be.
 };
 
 inline constexpr std::int32_t kFirstOwnCameraError = 1000;

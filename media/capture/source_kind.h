@@ -24,6 +24,12 @@ struct SourceOptionKind {
   }
 };
 
+// The operation of the producer that starts a source.
+enum class SourceOperation {
+  kCamera,   // StartCapture(CameraParams), with the id.
+  kDesktop,  // StartCapture(DesktopScreenParams), media/screen/screen_source.h.
+};
+
 // A kind of source: all that anybody has to know of it who takes ids, makes sources or tells people
 // what there is.
 struct SourceKind {
@@ -35,6 +41,7 @@ struct SourceKind {
   bool (*is_id)(std::string_view id) = nullptr;
   // Never null; what is wrong with the id is the source's to tell. On any thread.
   std::unique_ptr<FrameSource> (*make)(const std::string& id) = nullptr;
+  SourceOperation operation = SourceOperation::kCamera;
 
   [[nodiscard]] bool Has(std::string_view id) const {
     return id.starts_with(prefix) && (is_id == nullptr || is_id(id));

@@ -14,6 +14,7 @@
 #include "media/file/file_source.h"
 #include "media/file/playback.h"
 #include "media/file/y4m_reader.h"
+#include "media/screen/screen_source.h"
 
 namespace movra::media {
 namespace {
@@ -44,6 +45,20 @@ constexpr std::array kKinds{
     SourceKind{kFilePrefix, "file:PATH", "a video file or a named pipe", kPlaybackOptions, nullptr,
                &MakeFile},
     SourceKind{"/dev/video", "/dev/videoN", "a camera", {}, &IsV4l2Id, &MakeV4l2},
+    SourceKind{kScreenPrefix,
+               "screen:NAME",
+               "a monitor; the whole desktop without a name",
+               {},
+               nullptr,
+               &MakeScreenSource,
+               SourceOperation::kDesktop},
+    SourceKind{kWindowPrefix,
+               "window:TITLE",
+               "a window by its title, or by its number",
+               {},
+               nullptr,
+               &MakeScreenSource,
+               SourceOperation::kDesktop},
 };
 
 }  // namespace

@@ -23,7 +23,7 @@ namespace movra::media {
 // The kind that has the id; null if none has.
 [[nodiscard]] const SourceKind* FindSourceKind(std::string_view id);
 
-// "test:, file:PATH or /dev/videoN"
+// "test:, file:PATH, /dev/videoN, screen:NAME or window:TITLE"
 [[nodiscard]] std::string SourceForms();
 
 // Makes the source that an id names; one that says what there is where no kind has such ids. Never

@@ -30,7 +30,7 @@ TEST(SourceKinds, EachSaysWhatItIsAndHasTheIdsThatItShows) {
     }
     EXPECT_FALSE(kind.Takes("nothing of the kind"));
   }
-  EXPECT_EQ(SourceForms(), "test:, file:PATH or /dev/videoN");
+  EXPECT_EQ(SourceForms(), "test:, file:PATH, /dev/videoN, screen:NAME or window:TITLE");
 }
 
 TEST(SourceKinds, AnIdIsOfOneKindOrOfNone) {
@@ -38,6 +38,9 @@ TEST(SourceKinds, AnIdIsOfOneKindOrOfNone) {
   EXPECT_EQ(FindSourceKind("file:")->prefix, "file:");
   EXPECT_EQ(FindSourceKind("file:/dev/video0")->prefix, "file:");
   EXPECT_EQ(FindSourceKind("/dev/video12")->prefix, "/dev/video");
+  EXPECT_EQ(FindSourceKind("screen:")->prefix, "screen:");
+  EXPECT_EQ(FindSourceKind("screen:")->operation, SourceOperation::kDesktop);
+  EXPECT_EQ(FindSourceKind("test:")->operation, SourceOperation::kCamera);
   for (const char* const id : {"", "test", "/dev/video", "/dev/video0x", "a.mp4", "File:a.mp4"}) {
     EXPECT_EQ(FindSourceKind(id), nullptr) << id;
   }
@@ -47,7 +50,9 @@ TEST(SourceKinds, ForAnyOtherIdThereIsASourceThatSaysWhatThereIs) {
   const auto source = MakeFrameSource("webcam");
   const video::CameraInfo info = source->Open({});
   EXPECT_EQ(static_cast<CameraError>(info.error_code), CameraError::kNoSuchCamera);
-  EXPECT_EQ(info.error_text, "no camera is called 'webcam': use test:, file:PATH or /dev/videoN");
+  EXPECT_EQ(info.error_text,
+            "no camera is called 'webcam': use test:, file:PATH, /dev/videoN, screen:NAME or "
+            "window:TITLE");
 }
 
 TEST(SourceKinds, TheOptionsOfAnIdReachItsSource) {

@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "gtest/gtest.h"
 #include "logging/recording_sink_for_test.h"
 #include "media/main_queue/off_the_main_queue_for_test.h"
+#include "media/screen/x11_desktop_for_test.h"
 #include "video/screen_sharing.h"
 
 namespace movra::media {
@@ -35,10 +37,24 @@ class Client final : public video::IScreenSharing::Client {
   int others = 0;
 };
 
-class UnavailableScreenSharingTest : public ::testing::Test {
+// Of a process without a desktop.
+class ScreenSharingImplTest : public ::testing::Test {
  protected:
-  UnavailableScreenSharingTest() { core::SetMainQueue(main_); }
-  ~UnavailableScreenSharingTest() override { core::SetMainQueue(nullptr); }
+  ScreenSharingImplTest() {
+    unsetenv("DISPLAY");
+    core::SetMainQueue(main_);
+  }
+  ~ScreenSharingImplTest() override {
+    sharing_.reset();
+    core::SetMainQueue(nullptr);
+  }
+
+  [[nodiscard]] bool WaitForErrors(std::size_t count) {
+    return WaitUntilSo([&] {
+      main_->RunUntilIdle();
+      return client_->errors.size() >= count;
+    });
+  }
 
   std::shared_ptr<core::RunLoop> main_ = std::make_shared<core::RunLoop>();
   std::shared_ptr<Client> client_ = std::make_shared<Client>();
@@ -46,38 +62,62 @@ class UnavailableScreenSharingTest : public ::testing::Test {
       video::IScreenSharing::Create(video::VideoContext(InstanceTrace(3), "[main]"));
 };
 
-TEST_F(UnavailableScreenSharingTest, EachStartIsAnsweredOnTheMainQueueByTheError) {
+TEST_F(ScreenSharingImplTest, EachStartWithoutADesktopIsAnsweredOnTheMainQueueByTheError) {
   sharing_->SetClient(client_);
   video::DesktopScreenParams params;
   params.source_id = 42;
   sharing_->StartDesktopCapture(params);
-  sharing_->StartDesktopCapture({});
-  sharing_->StartMobileCapture({});
   EXPECT_THAT(client_->errors, IsEmpty());
-  main_->RunUntilIdle();
-  EXPECT_THAT(client_->errors, ElementsAre(Pair(42, VideoScreenSharingError::kUnavailable),
-                                           Pair(0, VideoScreenSharingError::kUnavailable),
-                                           Pair(0, VideoScreenSharingError::kUnavailable)));
+  ASSERT_TRUE(WaitForErrors(1));
+  sharing_->StartDesktopCapture({});
+  ASSERT_TRUE(WaitForErrors(2));
+  EXPECT_THAT(client_->errors, ElementsAre(Pair(42, VideoScreenSharingError::kNoDisplay),
+                                           Pair(0, VideoScreenSharingError::kNoDisplay)));
   EXPECT_EQ(client_->others, 0);
 }
 
-TEST_F(UnavailableScreenSharingTest, ItSaysSoOnceInTheLog) {
-  movra_logging::RecordingSink log;
-  sharing_->StartDesktopCapture({});
-  sharing_->StartDesktopCapture({});
-  EXPECT_THAT(log.texts(), ElementsAre("[trace:3][main] Screen sharing is not available yet"));
+TEST_F(ScreenSharingImplTest, APhonesScreenIsNotThereYet) {
+  sharing_->SetClient(client_);
+  sharing_->StartMobileCapture({});
+  EXPECT_THAT(client_->errors, IsEmpty());
+  main_->RunUntilIdle();
+  EXPECT_THAT(client_->errors, ElementsAre(Pair(-2, VideoScreenSharingError::kUnavailable)));
 }
 
-TEST_F(UnavailableScreenSharingTest, ALogThatTakesNoWarningsIsToldNothing) {
+TEST_F(ScreenSharingImplTest, TheLogSaysInALineWhatIsMissing) {
+  movra_logging::RecordingSink log;
+  sharing_->SetClient(client_);
+  sharing_->StartMobileCapture({});
+  main_->RunUntilIdle();
+  sharing_->StartDesktopCapture({});
+  ASSERT_TRUE(WaitForErrors(2));
+  EXPECT_THAT(log.texts(),
+              ElementsAre("[trace:3][main] A phone's screen cannot be captured yet",
+                          "[trace:3][main] A screen cannot be captured: there is no X display: "
+                          "DISPLAY is not set"));
+}
+
+TEST_F(ScreenSharingImplTest, ADisplayThatIsNotThereIsNamed) {
+  movra_logging::RecordingSink log;
+  sharing_->SetClient(client_);
+  setenv("DISPLAY", ":4711", 1);
+  sharing_->StartDesktopCapture({});
+  ASSERT_TRUE(WaitForErrors(1));
+  unsetenv("DISPLAY");
+  EXPECT_THAT(log.texts(),
+              ElementsAre("[trace:3][main] A screen cannot be captured: there is no X display "
+                          "':4711' that can be reached (DISPLAY names it)"));
+}
+
+TEST_F(ScreenSharingImplTest, ALogThatTakesNoWarningsIsToldNothing) {
   const movra_logging::RecordingSink log;
   movra_logging::SetMinLogLevel(movra_logging::kLogLevelError);
-  sharing_->StartDesktopCapture({});
+  sharing_->StartMobileCapture({});
   movra_logging::SetMinLogLevel(movra_logging::kLogLevelInfo);
-  sharing_->StartDesktopCapture({});
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(UnavailableScreenSharingTest, TheClientIsHeldWeaklyAndMayBeMissing) {
+TEST_F(ScreenSharingImplTest, TheClientIsHeldWeaklyAndMayBeMissing) {
   sharing_->StartDesktopCapture({});
   sharing_->SetClient(client_);
   EXPECT_EQ(client_.use_count(), 1);
@@ -87,7 +127,7 @@ TEST_F(UnavailableScreenSharingTest, TheClientIsHeldWeaklyAndMayBeMissing) {
   main_->RunUntilIdle();
 }
 
-TEST_F(UnavailableScreenSharingTest, EverythingElseIsSafeAndChangesNothing) {
+TEST_F(ScreenSharingImplTest, EverythingElseIsSafeAndChangesNothing) {
   sharing_->SetClient(client_);
   sharing_->AddOutputWriter(nullptr);
   sharing_->RemoveOutputWriter(nullptr);
@@ -109,15 +149,16 @@ TEST_F(UnavailableScreenSharingTest, EverythingElseIsSafeAndChangesNothing) {
   EXPECT_THAT(video::IScreenSharing::GetSourceList({320, 180}, {32, 32}), IsEmpty());
 }
 
-TEST_F(UnavailableScreenSharingTest, AnAnswerThatIsPendingAtTheStopIsDropped) {
+TEST_F(ScreenSharingImplTest, AStartWhoseAnswerIsPendingAtItsStopIsAnsweredByThat) {
   sharing_->SetClient(client_);
   sharing_->StartMobileCapture({});
   sharing_->Stop();
   main_->RunUntilIdle();
   EXPECT_THAT(client_->errors, IsEmpty());
+  EXPECT_EQ(client_->others, 1);
 }
 
-TEST_F(UnavailableScreenSharingTest, EachOperationOffTheMainQueueIsTold) {
+TEST_F(ScreenSharingImplTest, EachOperationOffTheMainQueueIsTold) {
   using Sharing = video::IScreenSharing;
   const std::vector<NamedOperation<Sharing>> operations = {
       {"AddOutputWriter", [](Sharing& s) { s.AddOutputWriter(nullptr); }},
