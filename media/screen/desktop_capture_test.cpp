@@ -129,7 +129,7 @@ TEST_F(DesktopCapture, ARegionWithoutPixelsIsAnErrorThatSaysWhy) {
     params.region = region;
     Start(0, params);
     ASSERT_TRUE(WaitForEvent("Error 0 kCaptureFailed"));
-    EXPECT_THAT(log.texts(), Contains(HasSubstr("A screen cannot be captured: ")));
+    EXPECT_THAT(log.texts(), Contains(HasSubstr("The camera screen 0 cannot be started: ")));
   }
 }
 

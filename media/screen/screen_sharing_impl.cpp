@@ -169,28 +169,23 @@ void ScreenSharingImpl::StartDesktopCapture(const DesktopScreenParams& params) {
   auto run = std::make_shared<Run>(source, relay_.Open(), outputs_,
                                    ScreenSettings{params, false, excluded_, included_});
   delivered_ = std::make_shared<std::atomic<std::uint32_t>>(0);
-  auto capture = std::make_shared<SourceCapture>(
-      movra_base::BindOnce([make = make_source_, run] { return make(run->control(), run); }), run,
-      CaptureRequest{{}, params.frame_rate.value_or(0)}, std::make_shared<CaptureClock>(),
-      delivered_);
+  SourceCapture::Camera camera;
+  const bool is_window = params.source_kind.value_or(kDisplayKind) == kWindowKind;
+  camera.id = (is_window ? "window " : "screen ") + std::to_string(source);
+  camera.make =
+      movra_base::BindOnce([make = make_source_, run] { return make(run->control(), run); });
+  auto capture = std::make_shared<SourceCapture>(std::move(camera), run,
+                                                 CaptureRequest{{}, params.frame_rate.value_or(0)},
+                                                 std::make_shared<CaptureClock>(), delivered_);
   // The writers stay, and are written by one thread at a time.
   if (capture_ != nullptr) capture->WaitFor(capture_->writer_let_go());
-  const auto on_opened = [run, context = context_](const CameraInfo& info) {
-    if (info.error_code == 0) return run->ReportStarted();
-    if (movra_logging::ShouldCreateLogMessage(kWarning)) {
-      LogStream("media/screen/screen_sharing_impl", __LINE__, __func__, kWarning, nullptr)
-          << LogTraceId(context.trace()) << LogTag(context.log_tag()) << " "
-          << "A screen cannot be captured: "
-          << (info.error_text.empty()
-                  ? CameraErrorToString(static_cast<CameraError>(info.error_code))
-                  : info.error_text);
-    }
-    run->ReportError(ErrorOf(info.error_code));
+  const auto on_opened = [run](const CameraInfo& info) {
+    info.error_code == 0 ? run->ReportStarted() : run->ReportError(ErrorOf(info.error_code));
   };
-  const auto on_lost = [run](const video::StreamEnd&) {
+  const auto on_ended = [run](const video::CaptureEnd&) {
     run->ReportStopped(VideoScreenSharingStoppedReason::kFailed);
   };
-  if (!capture->Start(on_opened, on_lost)) {
+  if (!capture->Start(on_opened, on_ended)) {
     Log(kWarning, "A screen cannot be captured: the system has no thread left");
     run->ReportError(VideoScreenSharingError::kCaptureFailed);
   }

@@ -91,10 +91,11 @@ TEST_F(ScreenSharingImplTest, TheLogSaysInALineWhatIsMissing) {
   main_->RunUntilIdle();
   sharing_->StartDesktopCapture({});
   ASSERT_TRUE(WaitForErrors(2));
-  EXPECT_THAT(log.texts(),
-              ElementsAre("[trace:3][main] A phone's screen cannot be captured yet",
-                          "[trace:3][main] A screen cannot be captured: there is no X display: "
-                          "DISPLAY is not set"));
+  EXPECT_THAT(
+      log.texts(),
+      ElementsAre("[trace:3][main] A phone's screen cannot be captured yet",
+                  "The camera screen 0 cannot be started: there is no X display: DISPLAY is not "
+                  "set"));
 }
 
 TEST_F(ScreenSharingImplTest, ADisplayThatIsNotThereIsNamed) {
@@ -104,9 +105,10 @@ TEST_F(ScreenSharingImplTest, ADisplayThatIsNotThereIsNamed) {
   sharing_->StartDesktopCapture({});
   ASSERT_TRUE(WaitForErrors(1));
   unsetenv("DISPLAY");
-  EXPECT_THAT(log.texts(),
-              ElementsAre("[trace:3][main] A screen cannot be captured: there is no X display "
-                          "':4711' that can be reached (DISPLAY names it)"));
+  EXPECT_THAT(
+      log.texts(),
+      ElementsAre("The camera screen 0 cannot be started: there is no X display ':4711' that can "
+                  "be reached (DISPLAY names it)"));
 }
 
 TEST_F(ScreenSharingImplTest, ALogThatTakesNoWarningsIsToldNothing) {
