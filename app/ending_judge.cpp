@@ -43,9 +43,9 @@ BreakOff JudgeBreakOff(const std::string& option, const media::WriteError& error
                        std::optional<Ending> ending, bool others_go_on) {
   using Kind = media::WriteErrorKind;
   const std::string text = option + ": " + error.text;
-  const bool is_closed = error.kind == Kind::kClosedPipe;
+  const bool is_closed = error.code == Kind::kClosedPipe;
   BreakOff result;
-  if (error.kind == Kind::kInterrupted && ending == Ending::kInterrupted) {
+  if (error.code == Kind::kInterrupted && ending == Ending::kInterrupted) {
     result.note = text;
     return result;
   }

@@ -70,7 +70,7 @@ TEST(EncoderRegistry, WithoutAnEncoderOfTheCodecItSaysWhatIsMissing) {
 TEST(EncoderRegistry, AnOpenWithoutAnEncoderIsUnavailable) {
   EncoderFailure failure;
   EXPECT_EQ(EncoderRegistry({}).Open({}, {}, failure), nullptr);
-  EXPECT_EQ(failure.error, video::VideoEncoderError::kUnavailable);
+  EXPECT_EQ(failure.code, video::VideoEncoderError::kUnavailable);
 }
 
 TEST(EncoderRegistry, TheInputFormatIsTheFirstOfTheEncoder) {

@@ -41,7 +41,7 @@ class FlakyEncoder final : public IFrameEncoder {
     std::this_thread::yield();
     inside_.push_back(ticks);
     if (++pictures_ % 7 != 0) return true;
-    failure.error = video::VideoEncoderError::kEncodeFailed;
+    failure.code = video::VideoEncoderError::kEncodeFailed;
     return false;
   }
   [[nodiscard]] std::optional<EncodedPicture> Take(EncoderFailure& /*failure*/) override {
@@ -53,7 +53,7 @@ class FlakyEncoder final : public IFrameEncoder {
   [[nodiscard]] bool Flush(EncoderFailure& failure) override {
     stay_inside_ = 0;
     if (pictures_ % 2 == 0) return true;
-    failure.error = video::VideoEncoderError::kEncodeFailed;
+    failure.code = video::VideoEncoderError::kEncodeFailed;
     return false;
   }
   [[nodiscard]] std::string Describe() const override { return "flaky"; }

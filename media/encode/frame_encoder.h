@@ -9,6 +9,7 @@
 #include <string>
 
 #include "media/encode/encoder_settings.h"
+#include "media/result/result.h"
 #include "video/pixel_frame.h"
 #include "video/size.h"
 #include "video/video_types.h"
@@ -26,10 +27,7 @@ struct StreamFormat {
   friend bool operator==(const StreamFormat&, const StreamFormat&) = default;
 };
 
-struct EncoderFailure {
-  video::VideoEncoderError error = video::VideoEncoderError::kNone;
-  std::string text{};  // For people: what was wrong.
-};
+using EncoderFailure = Failure<video::VideoEncoderError>;
 
 // Belongs to the encoder and is valid until its next operation.
 struct EncodedPicture {

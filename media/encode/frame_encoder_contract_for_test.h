@@ -72,7 +72,7 @@ class FrameEncoderContract : public ::testing::TestWithParam<EncoderCase> {
                           picture->key_frame,
                           {picture->data, picture->data + picture->size_bytes}});
     }
-    EXPECT_EQ(failure_.error, video::VideoEncoderError::kNone) << failure_.text;
+    EXPECT_EQ(failure_.code, video::VideoEncoderError::kNone) << failure_.text;
   }
 
   void FlushAll(IFrameEncoder& encoder, std::vector<Picture>& pictures) {
@@ -148,10 +148,10 @@ TEST_P(FrameEncoderContract, NothingIsReadyWhereNothingWasSubmitted) {
   ASSERT_NE(encoder, nullptr);
   EXPECT_TRUE(encoder->CanGoOn());
   EXPECT_FALSE(encoder->Take(failure_).has_value());
-  EXPECT_EQ(failure_.error, video::VideoEncoderError::kNone);
+  EXPECT_EQ(failure_.code, video::VideoEncoderError::kNone);
   EXPECT_TRUE(encoder->Flush(failure_));
   EXPECT_FALSE(encoder->Take(failure_).has_value());
-  EXPECT_EQ(failure_.error, video::VideoEncoderError::kNone);
+  EXPECT_EQ(failure_.code, video::VideoEncoderError::kNone);
 }
 
 TEST_P(FrameEncoderContract, AFlushLeavesNothingInsideAndASecondOneGivesNothing) {
@@ -285,7 +285,7 @@ TEST_P(FrameEncoderContract, SaysInWordsWhatItIs) {
 
 TEST_P(FrameEncoderContract, WhatCannotBeOpenedIsNullAndSaysWhy) {
   EXPECT_EQ(GetParam().open_in_vain(GetParam().settings, {{0, 0}, {}}, failure_), nullptr);
-  EXPECT_NE(failure_.error, video::VideoEncoderError::kNone);
+  EXPECT_NE(failure_.code, video::VideoEncoderError::kNone);
   EXPECT_NE(failure_.text, "");
 }
 

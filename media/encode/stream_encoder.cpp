@@ -118,7 +118,7 @@ void StreamEncoder::TakePictures(const EncodedFrameReceiver& receiver) {
     const auto begin = steady_clock::now();
     const auto picture = encoder_->Take(failure);
     if (!picture.has_value()) {
-      if (failure.error != video::VideoEncoderError::kNone) Fail(failure);
+      if (failure.code != video::VideoEncoderError::kNone) Fail(failure);
       return;
     }
     const auto found = std::find_if(inside_.begin(), inside_.end(), [&](const Inside& frame) {
@@ -250,7 +250,7 @@ void StreamEncoder::Fail(const EncoderFailure& failure) {
         << LogTraceId(context_.trace()) << LogTag(context_.log_tag()) << " "
         << video::VideoStreamTypeToString(type_) << " encoder failed: " << failure.text;
   }
-  events_.Failed(failure.error, failure.text);
+  events_.Failed(failure.code, failure.text);
   if (inside_.empty()) return;
   counters_->CountFailed(static_cast<std::uint32_t>(inside_.size()));
   inside_.clear();

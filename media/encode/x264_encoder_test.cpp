@@ -134,7 +134,7 @@ TEST_F(X264EncoderTest, BetweenTwoFramesNothingIsInside) {
   EXPECT_FALSE(encoder_->Take(failure_).has_value());
   EXPECT_TRUE(encoder_->Flush(failure_));
   EXPECT_FALSE(encoder_->Take(failure_).has_value());
-  EXPECT_EQ(failure_.error, VideoEncoderError::kNone);
+  EXPECT_EQ(failure_.code, VideoEncoderError::kNone);
   // And it goes on behind it.
   EXPECT_TRUE(encoder_->CanGoOn());
   Encode(3);
@@ -269,7 +269,7 @@ TEST_F(X264EncoderTest, AnUnknownPresetIsRefusedWithTheOnesThatThereAre) {
   EncoderSettings settings = Settings(500);
   settings.preset = "warp";
   EXPECT_EQ(EncoderRegistry::OfThisBuild().Open(settings, {kSize, {}}, failure_), nullptr);
-  EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
+  EXPECT_EQ(failure_.code, VideoEncoderError::kOpenFailed);
   EXPECT_THAT(failure_.text, HasSubstr("'warp'"));
   EXPECT_THAT(failure_.text, HasSubstr("ultrafast, superfast"));
 }
@@ -277,7 +277,7 @@ TEST_F(X264EncoderTest, AnUnknownPresetIsRefusedWithTheOnesThatThereAre) {
 TEST_F(X264EncoderTest, ASizeThatItCannotEncodeIsRefusedByName) {
   for (const Size& size : {Size{321, 180}, Size{320, 181}, Size{16'386, 180}, Size{0, 0}}) {
     EXPECT_EQ(EncoderRegistry::OfThisBuild().Open(Settings(500), {size, {}}, failure_), nullptr);
-    EXPECT_EQ(failure_.error, VideoEncoderError::kOpenFailed);
+    EXPECT_EQ(failure_.code, VideoEncoderError::kOpenFailed);
     EXPECT_THAT(failure_.text,
                 HasSubstr(std::to_string(size.width) + "x" + std::to_string(size.height)));
   }

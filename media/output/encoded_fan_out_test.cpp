@@ -204,7 +204,7 @@ TEST_F(EncodedFanOutTest, AFileThatIsTooSlowBreaksOffBehindWhatWaitedAndTheOther
   slow->WaitUntilInside();
   for (int i = 1; i <= 5; ++i) Write();
   ASSERT_THAT(errors(), SizeIs(1)) << "told once";
-  EXPECT_EQ(errors()[0].kind, WriteErrorKind::kTooSlow);
+  EXPECT_EQ(errors()[0].code, WriteErrorKind::kTooSlow);
   EXPECT_THAT(errors()[0].text, AllOf(HasSubstr("writing '0'"), HasSubstr("30 bytes wait")));
   EXPECT_TRUE(fan_out_->broken_off(0));
   EXPECT_FALSE(fan_out_->broken_off(1));

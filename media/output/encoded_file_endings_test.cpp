@@ -234,7 +234,7 @@ TEST_F(EncodedFileEndingsTest, AFullDiskIsAnErrorOfItsOwnKindTheMomentItHappens)
     SampleStream stream;
     stream.WriteMany(*writer, 5);
     ASSERT_THAT(errors_, SizeIs(1));
-    EXPECT_EQ(errors_[0].kind, WriteErrorKind::kDiskFull);
+    EXPECT_EQ(errors_[0].code, WriteErrorKind::kDiskFull);
     EXPECT_THAT(errors_[0].text, AllOf(HasSubstr("/dev/full"), HasSubstr("No space left")));
     EXPECT_TRUE(writer->failed());
     EXPECT_EQ(writer->written().frames, 0U);
@@ -314,7 +314,7 @@ TEST_F(EncodedFileEndingsTest, AClosedPipeIsAnErrorOfItsOwnKind) {
     close(reader);
     stream.WriteMany(*writer, 30);
     ASSERT_THAT(errors_, SizeIs(1));
-    EXPECT_EQ(errors_[0].kind, WriteErrorKind::kClosedPipe);
+    EXPECT_EQ(errors_[0].code, WriteErrorKind::kClosedPipe);
     writer->Close();
     std::filesystem::remove(path);
   }
@@ -367,7 +367,7 @@ TEST_F(EncodedFileEndingsTest, ALimitOnWaitsHoldsForAWriteThatWaitsAlreadyAndThe
   writer->LimitWaits(std::chrono::hours(1));
   encoder.join();
   ASSERT_THAT(errors_, SizeIs(1));
-  EXPECT_EQ(errors_[0].kind, WriteErrorKind::kInterrupted);
+  EXPECT_EQ(errors_[0].code, WriteErrorKind::kInterrupted);
   EXPECT_THAT(errors_[0].text, HasSubstr("its reader takes nothing"));
   close(reader);
 }

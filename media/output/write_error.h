@@ -2,7 +2,8 @@
 #define MOVRA_MEDIA_OUTPUT_WRITE_ERROR_H_
 
 #include <cstdint>
-#include <string>
+
+#include "media/result/result.h"
 
 namespace movra::media {
 
@@ -14,11 +15,8 @@ enum class WriteErrorKind : std::int32_t {
   kTooSlow = 4,      // One of several sinks, which takes less than is encoded.
 };
 
-// Why an output broke off.
-struct WriteError {
-  WriteErrorKind kind = WriteErrorKind::kFailed;
-  std::string text{};  // For people: "cannot write out/big.mp4: No space left on device".
-};
+// Why an output broke off: "cannot write out/big.mp4: No space left on device".
+using WriteError = Failure<WriteErrorKind>;
 
 }  // namespace movra::media
 

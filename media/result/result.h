@@ -17,7 +17,7 @@ namespace movra::media {
 template <class Code>
 struct Failure {
   Code code{};
-  std::string text;
+  std::string text{};
 
   friend bool operator==(const Failure&, const Failure&) = default;
 };
