@@ -1,6 +1,7 @@
-# What `cmake --install` lays down, in three components:
+# What `cmake --install` lays down, in four components:
 #   producer  the core's libraries and headers, the CMake package, movra-producer.pc
 #   media     the real collaborators, movra-media.pc
+#   testing   the test doubles, movra-testing.pc
 #   program   movra-producer with its manual page and shell completions
 #
 # The libraries are static, so whoever links them links what they need too. That is read from the
@@ -108,26 +109,37 @@ movra_install_export(producer)
 movra_install_pkg_config(producer DESCRIPTION "The producer, without collaborators"
   LIBRARIES ${MOVRA_CORE_LIBRARIES} FLAGS ${core_flags})
 
-# The component media. What is installed as movra::media is the group of the core and the library of
-# the collaborators, so that an embedder need not know that they call each other both ways.
-set(movra_modules)
-if(MOVRA_MEDIA)
-  set_target_properties(movra_media PROPERTIES EXPORT_NAME media_library)
-  movra_prepare_link_interface(movra_media movra_modules media_flags)
-  add_library(movra_media_group INTERFACE)
-  set_target_properties(movra_media_group PROPERTIES EXPORT_NAME media)
+# A component of collaborators. What is installed as movra::COMPONENT is the group of the core and
+# the library of the collaborators, so that an embedder need not know that they call each other both
+# ways. Sets MODULES_OUT to the pkg-config modules that the library needs.
+function(movra_install_collaborators component modules_out description)
+  set(library movra_${component})
+  set_target_properties(${library} PROPERTIES EXPORT_NAME ${component}_library)
+  movra_prepare_link_interface(${library} modules flags)
+  add_library(${library}_group INTERFACE)
+  set_target_properties(${library}_group PROPERTIES EXPORT_NAME ${component})
   list(TRANSFORM MOVRA_CORE_LIBRARIES REPLACE "(.+)" "$<TARGET_NAME:\\1>" OUTPUT_VARIABLE group)
   list(JOIN group "," group)
-  target_link_libraries(movra_media_group INTERFACE
-    "$<LINK_GROUP:RESCAN,${group},$<TARGET_NAME:movra_media>>")
-  movra_install_libraries(media movra_media)
-  install(TARGETS movra_media_group EXPORT movra-media)
-  movra_install_export(media)
-  movra_install_pkg_config(media DESCRIPTION "The producer with the collaborators for Linux"
-    LIBRARIES ${MOVRA_CORE_LIBRARIES} movra_media MODULES ${movra_modules}
-    FLAGS ${core_flags} ${media_flags})
+  target_link_libraries(${library}_group INTERFACE
+    "$<LINK_GROUP:RESCAN,${group},$<TARGET_NAME:${library}>>")
+  movra_install_libraries(${component} ${library})
+  install(TARGETS ${library}_group EXPORT movra-${component})
+  movra_install_export(${component})
+  movra_install_pkg_config(${component} DESCRIPTION "${description}"
+    LIBRARIES ${MOVRA_CORE_LIBRARIES} ${library} MODULES ${modules} FLAGS ${core_flags} ${flags})
+  set(${modules_out} ${modules} PARENT_SCOPE)
+endfunction()
+
+set(movra_modules)
+if(MOVRA_MEDIA)
+  movra_install_collaborators(media movra_modules "The producer with the collaborators for Linux")
+endif()
+if(MOVRA_DOUBLES)
+  movra_install_collaborators(testing testing_modules "The producer with test doubles")
 endif()
 
+list(TRANSFORM MOVRA_CORE_LIBRARIES REPLACE "^movra_" "movra::" OUTPUT_VARIABLE installed_core)
+list(JOIN installed_core "," installed_core)
 configure_package_config_file(cmake/movra-config.cmake.in
   ${PROJECT_BINARY_DIR}/movra-config.cmake INSTALL_DESTINATION ${movra_package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/movra-config-version.cmake
@@ -145,12 +157,12 @@ endif()
 
 # Other projects that use what is installed. Instrumented libraries ask for more than plain ones.
 if(MOVRA_TESTS AND NOT (MOVRA_SANITIZE OR MOVRA_COVERAGE OR MOVRA_FUZZ))
-  set(cases core_alone headers missing_component unknown_component)
+  set(cases core_alone doubles doubles_pkg_config headers missing_component unknown_component)
   if(MOVRA_MEDIA)
     list(APPEND cases program)
   endif()
   if(MOVRA_MEDIA AND MOVRA_WITH_GPL)
-    list(APPEND cases find_package pkg_config)
+    list(APPEND cases doubles_beside_media find_package pkg_config)
   endif()
   foreach(case IN LISTS cases)
     add_test(NAME install_test.${case}

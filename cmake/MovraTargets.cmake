@@ -20,11 +20,15 @@ endmacro()
 
 # The core leaves its collaborators' factories open and they call back into the core, so a binary
 # takes both as one group that the linker rescans. COLLABORATORS is `testing` or `media`, or both:
-# then the doubles are found first, and the rest is of the real ones.
+# then the doubles are found first, and the rest is of the real ones. With the doubles come the
+# watchers of calls within the core.
 set(MOVRA_CORE_LIBRARIES movra_producer movra_video movra_core movra_base movra_logging)
 function(movra_link_producer target)
   list(JOIN MOVRA_CORE_LIBRARIES "," core)
   list(TRANSFORM ARGN PREPEND movra_ OUTPUT_VARIABLE collaborators)
+  if("testing" IN_LIST ARGN)
+    list(PREPEND collaborators movra_watched_calls)
+  endif()
   list(JOIN collaborators "," collaborators)
   target_link_libraries(${target} PRIVATE
     "$<LINK_GROUP:RESCAN,${core},${collaborators}>")

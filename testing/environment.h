@@ -4,31 +4,31 @@
 // for the doubles, starts with empty registries, and puts everything back when it ends. All of it
 // writes into one journal, so a test is: arrange, clear, act, compare the list.
 //
-//   class StopCapture : public ProducerTest {};  // video/producer/producer_test_fixture.h
-//
-//   TEST_F(StopCapture, WhileStoppedLogsAlreadyStopAndDropsTheCallback) {
-//     const auto producer = MakeProducer();
-//     journal().Clear();
-//     producer->StopCapture(env().Callback<void()>("on_stopped"));
-//     EXPECT_THAT(journal().Take(),
-//                 ElementsAre(Info("Stop capture with source type:kNone"), Info("Already stop."),
-//                             "~on_stopped"));
+//   TEST(StopCapture, WhileStoppedLogsAlreadyStopAndDropsTheCallback) {
+//     Environment env;
+//     env.journal().LeaveOut(Journal::kDetails);
+//     const auto producer = std::make_shared<VideoProducer2Impl>(context, client, stream_type);
+//     env.journal().Clear();
+//     producer->StopCapture(env.Callback<void()>("on_stopped"));
+//     EXPECT_THAT(env.journal().Take(),
+//                 ElementsAre("log(0) [trace:7][call][main] Stop capture with source type:kNone",
+//                             "log(0) [trace:7][call][main] Already stop.", "~on_stopped"));
 //   }
 //
-//   TEST_F(StartCapture, GoesOnWithoutACameraService) {
-//     env().LoseCameraService();
+//   TEST(StartCapture, GoesOnWithoutACameraService) {
+//     Environment env;
+//     env.LoseCameraService();
 //     ...
 //   }
 //
-//   TEST_F(RendererEvents, ReachTheClient) {
+//   TEST(RendererEvents, ReachTheClient) {
 //     ...
-//     world().renderers.Last().client()->OnRenderError(VideoRenderError::kViewLost);
-//     EXPECT_THAT(journal().Take(), ElementsAre("client.OnRenderError(producer, 2)"));
+//     env.world().renderers.Last().client()->OnRenderError(VideoRenderError::kViewLost);
+//     EXPECT_THAT(env.journal().Take(), ElementsAre("client.OnRenderError(unnamed, 2)"));
 //   }
 //
-// The entries that most tests leave out are the checks of the main queue (Journal::kQueueCheck),
-// GetReader/GetWriter (Journal::kTrackEnd), subscriptions (Journal::kRegistry) and the ends of
-// queues and of what tracks consist of (Journal::kEnd); `journal().LeaveOut(0)` shows them.
+// Journal::kDetails, which most tests leave out, are the checks of the main queue, GetReader and
+// GetWriter, subscriptions, and the ends of queues and of what tracks consist of.
 
 #ifndef MOVRA_TESTING_ENVIRONMENT_H_
 #define MOVRA_TESTING_ENVIRONMENT_H_

@@ -36,11 +36,14 @@ class Journal {
     kTrackEnd = 8,      // A track asked for its reader or writer.
     kLookup = 16,       // The service registry at work.
     kDestruction = 32,  // "~name": a double, or a callback with what it holds.
-    kRegistry = 64,     // Subscriptions to notifications.
+    kRegistry = 64,     // Subscriptions to notifications, in movra's own tests.
     kEnd = 128,         // "~name": a queue, or an end of a track.
-    // A log line that begins, or a text made for one or for a message; never in what Take returns.
+    // A log line that begins, or a text made for one or for a message; in movra's own tests, and
+    // never in what Take returns.
     kText = 256
   };
+  // What most tests of a producer leave out.
+  static constexpr unsigned kDetails = kQueueCheck | kTrackEnd | kRegistry | kEnd;
 
   void Add(Kind kind, std::string text);
 

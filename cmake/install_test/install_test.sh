@@ -86,27 +86,62 @@ case_core_alone() {
   [[ $(./core_alone | xargs) == "capturing stopped" ]]
 }
 
+# Without the real collaborators, and so without their libraries.
+case_doubles() {
+  install_movra producer testing
+  build_project with_testing "$root"/examples/spare_camera{.h,_test.cpp}
+  "$work/build/spare_camera_test"
+  if ldd "$work/build/spare_camera_test" | grep -E 'libav|libx264|libyuv|libcairo'; then
+    fail "the doubles need a library"
+  fi
+}
+
+case_doubles_beside_media() {
+  install_movra producer media testing
+  build_project with_testing "$root"/examples/spare_camera{.h,_test.cpp,_real_test.cpp}
+  local test
+  for test in spare_camera_test spare_camera_real_test push_on_doubles_test; do
+    "$work/build/$test"
+  done
+}
+
+# By pkg-config and without GoogleTest.
+case_doubles_pkg_config() {
+  install_movra producer testing
+  local flags
+  read -ra flags <<<"$(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name movra-testing.pc)") \
+    pkg-config --cflags --libs movra-testing)"
+  cd "$work"
+  "$CXX" -std=c++20 "$here/doubles_alone.cpp" -o doubles_alone "${flags[@]}"
+  [[ $(./doubles_alone) == *"big_encoder.SetEncodeParams({640x360})"* ]]
+}
+
 case_unknown_component() {
   install_movra producer
   cp -r "$here/core_alone" "$work/unknown"
   sed -i 's/COMPONENTS producer/& sound/' "$work/unknown/CMakeLists.txt"
   here=$work
   expect_refusal unknown \
-    "movra has no component 'sound'; its components are producer and media"
+    "movra has no component 'sound'; its components are producer, media and testing"
 }
 
 case_missing_component() {
   install_movra producer
   expect_refusal with_media "movra is installed here without its component 'media': it was built \
 with MOVRA_MEDIA=OFF or only some components were installed"
+  rm -r "$work/project" "$work/build"
+  expect_refusal with_testing "movra is installed here without its component 'testing': it was \
+built with MOVRA_DOUBLES=OFF or only some components were installed"
 }
 
-# No test's header, and none that includes one which is not there.
+# No test's header, none that includes one which is not there, and none that needs GoogleTest.
 case_headers() {
-  install_movra producer media
+  install_movra producer media testing
   local include=$prefix/include/movra header
   [[ -f $include/video/producer/video_producer2_impl.h ]] || fail "the headers are missing"
   [[ -z $(find "$include" -name '*test.h') ]] || fail "headers of tests are installed"
+  [[ -f $include/testing/environment.h ]] || fail "the headers of the doubles are missing"
+  if grep -rE '#include <g(test|mock)/' "$include"; then fail "a header needs GoogleTest"; fi
   while read -r header; do
     [[ -f $include/$header ]] || fail "an installed header includes $header, which is not"
   done < <(grep -rhoE '^#include "[^"]+"' "$include" | cut -d'"' -f2 | sort -u)

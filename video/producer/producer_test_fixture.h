@@ -31,11 +31,7 @@ namespace movra::video {
 // those too. testing/environment.h has an example.
 class ProducerTest : public ::testing::Test {
  protected:
-  ProducerTest() {
-    using testing::Journal;
-    journal().LeaveOut(Journal::kQueueCheck | Journal::kTrackEnd | Journal::kRegistry |
-                       Journal::kEnd);
-  }
+  ProducerTest() { journal().LeaveOut(testing::Journal::kDetails); }
 
   [[nodiscard]] testing::Environment& env() { return env_; }
   [[nodiscard]] testing::World& world() { return env_.world(); }
