@@ -1,6 +1,7 @@
 // Encodes pictures that the application makes itself: a whole application that pushes its frames.
 //
-//   push_frames 90 pictures.mp4
+//   push_frames 90 pictures.mp4              30 a second
+//   push_frames 90 pictures.mp4 40 250 10    so many milliseconds after each other, in turn
 
 #include <cstdio>
 #include <thread>
@@ -17,16 +18,21 @@ constexpr video::Size kSize{640, 360};
 
 // A frame is a description of planes and a share in whatever owns their memory, here a vector. Its
 // samples must not change any more, so each picture has a vector of its own.
-video::PixelFrame MakePicture(int number) {
+video::PixelFrame MakePicture(std::uint32_t number, std::chrono::nanoseconds time) {
   const auto samples = std::make_shared<std::vector<std::uint8_t>>(640 * 360 * 3 / 2, 128);
-  media::PaintFrameMarker(samples->data(), kSize.width, kSize, static_cast<std::uint32_t>(number));
+  media::PaintFrameMarker(samples->data(), kSize.width, kSize, number);
   auto info = video::PixelFrameInfo::For(video::PixelFormat::kI420, kSize, *samples);
-  info.timestamp = std::chrono::nanoseconds(std::chrono::seconds(number)) / 30;
+  info.timestamp = time;
   return {info, samples};
 }
 
 int main(int argc, char** argv) {
-  if (argc != 3) return std::fprintf(stderr, "usage: push_frames COUNT OUTPUT.mp4\n"), 2;
+  if (argc < 3) return std::fprintf(stderr, "usage: push_frames COUNT OUTPUT.mp4 [MS...]\n"), 2;
+  const std::size_t count = std::stoul(argv[1]);
+  std::vector<std::chrono::nanoseconds> distances;
+  for (int i = 3; i < argc; ++i) distances.push_back(std::chrono::milliseconds(std::stoi(argv[i])));
+  if (distances.empty())
+    distances.push_back(std::chrono::nanoseconds(std::chrono::seconds(1)) / 30);
 
   // All producer state lives on the main queue, `app.main_queue()`, which this thread runs below.
   media::Application app;
@@ -48,8 +54,11 @@ int main(int argc, char** argv) {
 
   // A push waits while the track is full, so it has a thread of its own.
   media::FramePusher pusher(track->GetWriter());
-  const std::jthread thread([&pusher, count = std::stoi(argv[1])] {
-    for (int i = 0; i < count && pusher.Push(MakePicture(i)); ++i) continue;
+  const std::jthread thread([&] {
+    std::chrono::nanoseconds time{0};
+    for (std::uint32_t i = 0; i < count && pusher.Push(MakePicture(i, time)); ++i) {
+      time += distances[i % distances.size()];
+    }
     pusher.End();  // Travels behind the last picture into the file.
   });
   app.Run();      // Until the end mark has come out of the writer, or until Ctrl-C.

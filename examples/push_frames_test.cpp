@@ -16,8 +16,11 @@
 namespace movra {
 namespace {
 
-app::ProcessResult PushFrames(const std::string& count, const std::string& output) {
-  return app::RunProcess({.words = {PUSH_FRAMES_BINARY, count, output}});
+app::ProcessResult PushFrames(const std::string& count, const std::string& output,
+                              const std::vector<std::string>& distances_ms = {}) {
+  std::vector<std::string> words{PUSH_FRAMES_BINARY, count, output};
+  words.insert(words.end(), distances_ms.begin(), distances_ms.end());
+  return app::RunProcess({.words = words});
 }
 
 TEST(PushFramesExample, EncodesEveryPushedPictureOnceAndInOrder) {
@@ -33,6 +36,25 @@ TEST(PushFramesExample, EncodesEveryPushedPictureOnceAndInOrder) {
   EXPECT_EQ(played.numbers, expected);
   ASSERT_EQ(played.times_s.size(), 90u);
   EXPECT_NEAR(played.times_s.back(), 89 / 30.0, 0.001);
+}
+
+TEST(PushFramesExample, UnevenTimesOfThePicturesAreThoseOfTheFile) {
+  const media::ClipDirectory directory;
+  const std::string output = directory.Path("out.mp4");
+  const std::vector<int> distances_ms{40, 250, 10, 1000, 33};
+  std::vector<std::string> words;
+  for (const int distance : distances_ms) words.push_back(std::to_string(distance));
+  const app::ProcessResult result = PushFrames("23", output, words);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  const app::PlayedFile played = app::Play(output);
+  EXPECT_EQ(played.error, "");
+  ASSERT_EQ(played.numbers.size(), 23u);
+  int time_ms = 0;
+  for (std::size_t i = 0; i < 23; ++i) {
+    EXPECT_EQ(played.numbers[i], i);
+    EXPECT_NEAR(played.times_s[i], time_ms / 1000.0, 0.0001) << i;
+    time_ms += distances_ms[i % distances_ms.size()];
+  }
 }
 
 TEST(PushFramesExample, EndsWhenItHasNothingToPush) {
