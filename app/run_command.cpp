@@ -226,7 +226,8 @@ ExitCode RunCommand(const RunOptions& options, steady_clock::time_point program_
   std::unique_ptr<EventLog> events;
   if (!ValueOf(files).events.empty()) {
     auto opened = EventLog::Open(ValueOf(files).events);
-    if (const Failure* const failure = FailureOf(opened)) return fail(Prefixed("--events", *failure));
+    if (const Failure* const failure = FailureOf(opened))
+      return fail(Prefixed("--events", *failure));
     events = std::move(ValueOf(opened));
   }
 

@@ -11,8 +11,8 @@
 #include "media/encode/refused_change.h"
 #include "media/figures/frame_account.h"
 #include "media/text/warning.h"
-#include "video/to_string.h"
 #include "media/track/wanted_size.h"
+#include "video/to_string.h"
 
 namespace movra::media {
 namespace {
