@@ -1,6 +1,11 @@
 #include "app/event_log.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 namespace movra::app {
 namespace {
@@ -15,6 +20,15 @@ EventLog::EventLog(const std::string& path)
       name_(path == kStdout ? "standard output" : "'" + path + "'") {}
 
 Result<std::unique_ptr<EventLog>> EventLog::Open(const std::string& path) {
+  // Opening a pipe waits for its reader, and the main queue waits for nobody.
+  if (std::error_code error; path != kStdout && std::filesystem::is_fifo(path, error)) {
+    const int reader = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (reader < 0) {
+      return Failure{ExitCode::kDirectoryNotWritable,
+                     "nobody reads the pipe '" + path + "'; start its reader first"};
+    }
+    close(reader);
+  }
   std::unique_ptr<EventLog> log(new EventLog(path));
   if (!*log->out_) {
     return Failure{ExitCode::kDirectoryNotWritable, log->name_ + " cannot be written"};

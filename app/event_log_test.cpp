@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "media/temporary_directory_for_test.h"
 
@@ -59,6 +60,15 @@ TEST(EventLog, OfAPlaceThatCannotBeWrittenIsRefused) {
   EXPECT_EQ(*FailureOf(log),
             (Failure{ExitCode::kDirectoryNotWritable,
                      "'" + (directory / "none/events.jsonl") + "' cannot be written"}));
+}
+
+TEST(EventLog, OfAPipeThatNobodyReadsIsRefused) {
+  const media::TemporaryDirectory directory;
+  const std::string path = directory / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const auto log = EventLog::Open(path);
+  ASSERT_NE(FailureOf(log), nullptr);
+  EXPECT_EQ(FailureOf(log)->text, "nobody reads the pipe '" + path + "'; start its reader first");
 }
 
 }  // namespace

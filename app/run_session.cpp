@@ -23,6 +23,8 @@ constexpr nanoseconds kProgressInterval = std::chrono::milliseconds(100);
 constexpr nanoseconds kStallInterval = std::chrono::milliseconds(500);
 // How long the end waits for what is under way to be encoded and written, for all streams together.
 constexpr std::chrono::milliseconds kLongestDrain{5000};
+// How long the streams have to come to the end that their last source told.
+constexpr nanoseconds kLongestTail = std::chrono::seconds(30);
 // What the reader of a pipe has of that once a person wants the end.
 constexpr std::chrono::milliseconds kInterruptPatience{1000};
 
@@ -100,9 +102,12 @@ void RunSession::MakeScript() {
   events.on_screen_stopped = [this](video::VideoScreenSharingStoppedReason reason) {
     source_->OnScreenStopped(reason);
   };
-  events.on_next_source = [this] { streams_.GoOn(); };
+  events.on_next_source = [this] {
+    is_source_lost_ = false;
+    streams_.GoOn();
+  };
   events.on_source_end = [this](const video::CaptureEnd& end) { OnNextSourceEnd(end); };
-  events.on_idle = [this] { Finish(Ending::kSourceEnded); };
+  events.on_over = [this](bool is_idle) { OnScriptOver(is_idle); };
   events.on_failure = [this](const Failure& failure) { Fail(failure); };
   script_ = std::make_shared<ScriptRun>(
       ScriptRun::Setting{setting_.script, setting_.events, setting_.queue, setting_.now},
@@ -139,6 +144,7 @@ void RunSession::NoteSourceEnd(const video::StreamEnd& end) {
 void RunSession::OnSourceLost(const video::StreamEnd& end) {
   NoteSourceEnd(end);
   // It is silent and ends no stream, so nothing else would end the run.
+  is_source_lost_ = true;
   if (!script_->goes_on()) Finish(Ending::kSourceEnded);
 }
 
@@ -147,14 +153,29 @@ void RunSession::OnNextSourceEnd(const video::CaptureEnd& end) {
     OnSourceLost(
         {.error_code = end.error_code, .reason = end.text, .damaged_frames = end.damaged_frames});
   } else {
-    // The streams may have come to their ends before: to that of the source in front of it.
-    EndIfNothingIsLeft();
+    // Its end mark is behind this. An end that the streams came to before was that of the source in
+    // front of it.
+    streams_.GoOn();
+    setting_.queue->PostDelayed(BindOnce(&RunSession::EndInAnyCase, weak_from_this()),
+                                kLongestTail);
   }
 }
 
-// What is still under way to the streams is written by the stop.
+void RunSession::OnScriptOver(bool is_idle) {
+  if (is_idle || is_source_lost_) return Finish(Ending::kSourceEnded);
+  EndIfNothingIsLeft();
+  if (script_->has_ended()) {
+    setting_.queue->PostDelayed(BindOnce(&RunSession::EndInAnyCase, weak_from_this()),
+                                kLongestTail);
+  }
+}
+
 void RunSession::EndIfNothingIsLeft() {
-  if (streams_.is_over() && !script_->goes_on()) Finish(Ending::kSourceEnded);
+  if (!ending_ && streams_.is_over() && !script_->goes_on()) Finish(Ending::kSourceEnded);
+}
+
+void RunSession::EndInAnyCase() {
+  if (!ending_ && !script_->goes_on()) Finish(Ending::kSourceEnded);
 }
 
 void RunSession::OnStreamEnd(SinkPlace place, video::StreamEnd end) {
@@ -240,6 +261,11 @@ void RunSession::StopProducer() {
   streams_.Stop(was_uninitialized ? nullptr : producer_.get(), ending_, [&] {
     return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - setting_.now());
   });
+  // A script may have started one into a file of its own.
+  for (const VideoStreamType type : {VideoStreamType::kBig, VideoStreamType::kSmall}) {
+    if (setting_.script.empty() || was_uninitialized || streams_.has(type)) continue;
+    producer_->StopEncoder(type, static_cast<std::uint64_t>(kLongestDrain.count()));
+  }
   report_.wall_time = setting_.now() - source_->started_at();
   report_.frames_processed = producer_->GetStats(VideoStreamType::kBig).preprocess_stat;
   script_->Stop();

@@ -79,7 +79,10 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   void NoteSourceEnd(const video::StreamEnd& end);
   void OnSourceLost(const video::StreamEnd& end);
   void OnNextSourceEnd(const video::CaptureEnd& end);
+  void OnScriptOver(bool is_idle);
   void EndIfNothingIsLeft();
+  // Where the last source told its end, but no stream comes to it.
+  void EndInAnyCase();
   void OnWriteError(SinkPlace place, media::WriteError error);
   void OnEncoderError(video::VideoStreamType type, video::VideoEncoderError error,
                       const std::string& detail);
@@ -102,6 +105,7 @@ class RunSession : public std::enable_shared_from_this<RunSession> {
   std::optional<StallWatch> stall_watch_;
   RunReport report_;
   std::optional<Ending> ending_;
+  bool is_source_lost_ = false;  // The last one is, and ends no stream.
   video::StreamEnd source_end_;  // Of a source that did not end well.
 };
 

@@ -23,7 +23,7 @@ using video::CaptureEndKind;
 
 class RunSessionScript : public RunSessionTest {
  protected:
-  void BeginWith(const std::string& script) {
+  void BeginWith(const std::string& script, CameraError answer = CameraError::kNone) {
     auto lines = ParseScript(script);
     ASSERT_EQ(FailureOf(lines), nullptr) << FailureOf(lines)->text;
     script_ = ValueOf(lines);
@@ -31,7 +31,7 @@ class RunSessionScript : public RunSessionTest {
     options_.source = "file:a.mp4";
     source_.traits = kFileTraits;
     Begin();
-    AnswerStart();
+    AnswerStart(static_cast<int>(answer));
   }
 
   void PlayUntil(nanoseconds time) {
@@ -95,8 +95,63 @@ TEST_F(RunSessionScript, ALateEndOfTheSourceBeforeEndsNothing) {
   AnswerStart();
   EndBoth();
   EXPECT_FALSE(is_over());
+  WriteBoth(milliseconds(2000));
   End("file:b.mp4");
+  WriteEnd(kBig);
+  EXPECT_FALSE(is_over());  // To the small stream its own end mark is under way.
+  WriteEnd(kSmall);
   EXPECT_TRUE(is_over());
+}
+
+TEST_F(RunSessionScript, AnEndMarkThatNeverComesIsNotWaitedForWithoutEnd) {
+  BeginWith(kNextSource);
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(2));
+  AnswerStart();
+  End("file:b.mp4");
+  PlayUntil(milliseconds(29'999));
+  EXPECT_FALSE(is_over());
+  PlayUntil(milliseconds(1));
+  EXPECT_EQ(Report().ending, Ending::kSourceEnded);
+}
+
+TEST_F(RunSessionScript, ALastLineBehindTheEndOfTheSourceEndsTheRun) {
+  BeginWith(R"({"at": "2s", "do": "request_key_frame", "with": {"type": "big"}})");
+  WriteBoth(milliseconds(0));
+  End("file:a.mp4");
+  EndBoth();
+  EXPECT_FALSE(is_over());
+  PlayUntil(seconds(2));
+  EXPECT_EQ(Report().ending, Ending::kSourceEnded);
+}
+
+TEST_F(RunSessionScript, ALastLineBehindALostSourceEndsTheRun) {
+  BeginWith(R"({"at": "2s", "do": "request_key_frame", "with": {"type": "big"}})");
+  WriteBoth(milliseconds(0));
+  End("file:a.mp4", CaptureEndKind::kLost);
+  EXPECT_FALSE(is_over());
+  PlayUntil(seconds(2));
+  EXPECT_EQ(Report().exit_code(), ExitCode::kDamagedInput);
+}
+
+TEST_F(RunSessionScript, ARunsOwnSourceMayBeStoppedBeforeItIsOpen) {
+  BeginWith(R"({"at": "0s", "do": "stop_capture"}
+{"at": "9s", "do": "stop_capture"})",
+            CameraError::kCancelled);
+  EXPECT_FALSE(is_over());
+}
+
+TEST_F(RunSessionScript, AStreamThatTheScriptStartedIsEndedWithTheOthers) {
+  AddStream(kBig, "big.h264");
+  const std::string own = directory_ / "own.h264";
+  BeginWith(
+      R"({"at": "1s", "do": "start_encoder", "with": {"type": "small", "params": {"width": 320, "height": 180}, "writer": ")" +
+      own + "\"}}");
+  Write(kBig, milliseconds(0));
+  PlayUntil(seconds(1));
+  WriteEnd(kBig);
+  EXPECT_TRUE(is_over());
+  EXPECT_THAT(EntriesOf({"small_encoder.Stop"}), ElementsAre("small_encoder.Stop(5000)"));
 }
 
 TEST_F(RunSessionScript, EndsWithItsSourceOnceNoLineIsLeft) {

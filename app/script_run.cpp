@@ -104,9 +104,9 @@ void ScriptRun::Play(const ScriptLine& line) {
     is_uninitialized_ = true;
     player_->Stop();
   }
-  const bool is_idle =
-      is_uninitialized_ || producer_->GetCurrentSourceType() == video::VideoSourceType::kNone;
-  if (is_idle && player_->is_over()) events_.on_idle();
+  if (!player_->is_over()) return;
+  events_.on_over(is_uninitialized_ ||
+                  producer_->GetCurrentSourceType() == video::VideoSourceType::kNone);
 }
 
 // A producer lets a second source pass without a word, and the run would wait for its end.

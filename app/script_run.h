@@ -42,7 +42,8 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
     std::function<void()> on_next_source;  // One is about to be started.
     // What one that the script started came to, but not of its start.
     std::function<void(const video::CaptureEnd&)> on_source_end;
-    std::function<void()> on_idle;  // No line is left, and no source runs.
+    // No line is left. Idle: and no source runs.
+    std::function<void(bool is_idle)> on_over;
     std::function<void(const Failure&)> on_failure;
   };
 
@@ -59,6 +60,8 @@ class ScriptRun : public std::enable_shared_from_this<ScriptRun> {
   // Whether the end of a source is not that of the run: lines are left, or the source that the
   // script started last has not ended.
   [[nodiscard]] bool goes_on() const;
+  // Whether the source that the script started last has ended by itself.
+  [[nodiscard]] bool has_ended() const { return has_next_source_ && has_ended_; }
   [[nodiscard]] bool is_uninitialized() const { return is_uninitialized_; }
 
  private:

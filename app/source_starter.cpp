@@ -6,6 +6,7 @@
 #include "base/once_callback.h"
 #include "core/location.h"
 #include "core/notification_center.h"
+#include "media/capture/camera_error.h"
 #include "media/screen/screen_source.h"
 #include "media/sources/source_kinds.h"
 #include "video/camera_service.h"
@@ -80,7 +81,9 @@ void SourceStarter::NoteFirstFrame() {
 }
 
 void SourceStarter::OnStarted(int error_code, int /*elapsed_ms*/) {
-  if (stopped_) return;
+  // A script may stop it before it is open.
+  const bool is_cancelled = error_code == static_cast<int>(media::CameraError::kCancelled);
+  if (stopped_ || is_cancelled) return;
   if (error_code != 0) {
     events_.on_failure(SourceStartFailure(setting_.source, error_code, why_not_started_));
   } else if (setting_.duration) {

@@ -139,6 +139,11 @@ std::string StreamSet::OptionOf(const SinkPlace& place) const {
   return dashes + std::string(StreamName(reports_[place.stream].plan.type));
 }
 
+bool StreamSet::has(VideoStreamType type) const {
+  return std::any_of(reports_.begin(), reports_.end(),
+                     [type](const StreamReport& report) { return report.plan.type == type; });
+}
+
 void StreamSet::AddTo(ProgressSample& sample, const media::FrameAccount& account) const {
   for (std::size_t i = 0; i < streams_.size(); ++i) {
     const VideoStreamType type = reports_[i].plan.type;

@@ -62,6 +62,7 @@ class StreamSet {
   // Another source follows: streams that have come to the end of one go on.
   void GoOn();
   [[nodiscard]] bool is_over() const;
+  [[nodiscard]] bool has(video::VideoStreamType type) const;
   // Whether the stream has a sink that did not break off.
   [[nodiscard]] bool goes_on(std::size_t stream) const;
   // "--big", "--also big"

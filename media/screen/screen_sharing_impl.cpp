@@ -178,7 +178,11 @@ void ScreenSharingImpl::StartDesktopCapture(const DesktopScreenParams& params) {
                                                  CaptureRequest{{}, params.frame_rate.value_or(0)},
                                                  std::make_shared<CaptureClock>(), delivered_);
   // The writers stay, and are written by one thread at a time.
-  if (capture_ != nullptr) capture->WaitFor(capture_->writer_let_go());
+  if (capture_ != nullptr) leftovers_.push_back(capture_);
+  std::erase_if(leftovers_, [](const auto& leftover) { return leftover.expired(); });
+  for (const auto& leftover : leftovers_) {
+    if (const auto former = leftover.lock()) capture->WaitFor(former->writer_let_go());
+  }
   const auto on_opened = [run](const CameraInfo& info) {
     info.error_code == 0 ? run->ReportStarted() : run->ReportError(ErrorOf(info.error_code));
   };

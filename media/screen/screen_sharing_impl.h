@@ -73,6 +73,8 @@ class ScreenSharingImpl final : public video::IScreenSharing {
   ClientRelay<Client> stops_{"The client of a screen sharing"};
   std::shared_ptr<Run> run_;                // Null: nothing was started, or it was stopped.
   std::shared_ptr<SourceCapture> capture_;  // The last one, also when it is over.
+  // Those before it, which may be in a writer still.
+  std::vector<std::weak_ptr<SourceCapture>> leftovers_;
   std::shared_ptr<std::atomic<std::uint32_t>> delivered_;  // Of the last start.
 };
 

@@ -104,6 +104,11 @@ CameraInfo X11ScreenSource::Open(const CaptureRequest& /*request*/) { return Des
 
 ScreenTarget::Problem X11ScreenSource::Prepare() {
   if (target_ != nullptr) return std::nullopt;
+  // A capture that waits could not be woken.
+  if (control_->wake_fd() < 0) {
+    return Failure<CameraError>{CameraError::kNoResources,
+                                "the system has no descriptor left for a screen"};
+  }
   auto opened = X11Connection::Open();
   if (const auto* const failure = FailureOf(opened)) return *failure;
   connection_ = std::move(ValueOf(opened));

@@ -44,8 +44,9 @@ class FramePusher {
   // frame without a capture time (0) gets the time of this call, one without a number (0) the next
   // one; the time stamp is its maker's.
   //
-  // False if it was not taken, and will not be: Stop was called, nobody reads the track any more,
-  // or the track finds that nobody could use the frame, which the log tells.
+  // False if it was not taken, and will not be: Stop was called, the track is gone, or it finds
+  // that nobody could use the frame, which the log tells. While the track is held and nobody reads
+  // it, as after a stop of the capture, it waits for Stop.
   [[nodiscard]] bool Push(video::PixelFrame frame);
 
   // Puts the end mark behind the frames; an error travels likewise, and never waits. Frames that
