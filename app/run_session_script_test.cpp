@@ -198,6 +198,17 @@ TEST_F(RunSessionScript, AValueThatIsWrongEndsTheRunAndNamesItsLine) {
             R"(--script, line 2: stop_encoder: type is "huge"; write "big" or "small")");
 }
 
+TEST_F(RunSessionScript, ACameraWhoseIdIsNoTextEndsTheRunAndNamesItsLine) {
+  BeginWith(R"({"at": "1s", "do": "stop_capture"}
+{"at": "1s", "do": "start_capture_camera", "with": {"params": {"camera_id": 3}}})");
+  WriteBoth(milliseconds(0));
+  PlayUntil(seconds(1));
+  const RunReport report = Report();
+  EXPECT_EQ(report.exit_code(), ExitCode::kMalformed);
+  EXPECT_EQ(report.failure->text,
+            "--script, line 2: start_capture_camera: params.camera_id is 3; write a text");
+}
+
 TEST_F(RunSessionScript, AnUninitialisedProducerEndsTheRunAndIsLeftAlone) {
   BeginWith(
       "{\"at\": \"1s\", \"do\": \"uninitialize\"}\n{\"at\": \"9s\", \"do\": \"pause_capture\"}");

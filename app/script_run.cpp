@@ -13,10 +13,13 @@
 namespace movra::app {
 namespace {
 
-// Of start_capture_camera the id; other sources have none.
+// Of start_capture_camera the id; other sources have none. What is no text is for the operation to
+// refuse.
 std::string CameraOf(const Json& arguments) {
   const auto params = arguments.find("params");
-  return params != arguments.end() && params->is_object() ? params->value("camera_id", "") : "";
+  if (params == arguments.end() || !params->is_object()) return "";
+  const auto id = params->find("camera_id");
+  return id != params->end() && id->is_string() ? id->get<std::string>() : "";
 }
 
 std::string PlaceOf(const ScriptLine& line) {
